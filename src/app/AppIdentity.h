@@ -1,0 +1,9 @@
+#pragma once
+// Who the program is: the settings application title, version and maker.
+#include <QString>
+
+inline const QString kAppTitle = QStringLiteral("Korvane");
+inline const QString kVersionText = QStringLiteral("00.01.06");
+
+extern QString MakerName;   // written into data files
+extern QString ProductName; // written into data files

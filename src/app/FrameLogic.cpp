@@ -1,0 +1,41 @@
+#include "app/FrameLogic.h"
+
+#include "app/AppIdentity.h"
+#include "app/StringRES.h"
+#include "controller/CtrlState.h"
+#include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
+#include "link/UsbFunc.h"
+#include "platform/MsgBox.h"
+#include "sheet/DataSheet.h"
+
+std::array<QColor, 5> TraceColor;
+QString MakerName;
+QString ProductName;
+
+void FillTraceColors() {
+    TraceColor = {QColor(255, 255, 0), QColor(0, 255, 255), QColor(128, 0, 255),
+                  QColor(0, 255, 0), QColor(255, 0, 0)};
+}
+
+bool QueryUnload(const std::function<void()>& saveSheet, const std::function<void()>& saveCtrl) {
+    using namespace platform;
+    if (SheetDirty) {
+        const MsgResult answer =
+            MsgBox(MsgSaveSheet + SheetPath, MsgButtons::YesNoCancel, MsgIcon::Question, kAppTitle);
+        if (answer == MsgResult::Cancel) return false;
+        if (answer == MsgResult::Yes) saveSheet();
+    }
+    if (CtrlDirty) {
+        const MsgResult answer = MsgBox(MsgSaveCtrl + ControlFilePath, MsgButtons::YesNoCancel,
+                                        MsgIcon::Question, kAppTitle);
+        if (answer == MsgResult::Cancel) return false;
+        if (answer == MsgResult::Yes) saveCtrl();
+    }
+    return true;
+}
+
+void UnloadLink() {
+    if (Connected) CmdSend(SetCommand(cmd::KeyLock, cmd::Disable));
+    VisaCloseAll();
+}

@@ -1,0 +1,19 @@
+#pragma once
+// The frame's decisions that do not need its widgets.
+#include <QColor>
+#include <QString>
+#include <array>
+#include <functional>
+
+// TraceColor(0..4): CH1, CH2, math, digital, active digital.
+extern std::array<QColor, 5> TraceColor;
+void FillTraceColors();
+
+// QueryUnload: asks about an unsaved data sheet, then an unsaved control
+// file (Yes saves, No goes on, Cancel stops). Returns true when closing may
+// go on; an answer given before a Cancel has already been carried out.
+bool QueryUnload(const std::function<void()>& saveSheet, const std::function<void()>& saveCtrl);
+
+// The end of the program after QueryUnload: the settings are saved by the
+// caller; this unlocks the instrument when connected and closes the link.
+void UnloadLink();

@@ -1,0 +1,508 @@
+#include "app/frmMain.h"
+
+#include "app/AppIdentity.h"
+#include "app/ComPorts.h"
+#include "app/FileFunc.h"
+#include "app/FrameLogic.h"
+#include "app/Icons.h"
+#include "app/LoadLanguage.h"
+#include "app/OptionsLogic.h"
+#include "app/SoftwareSetting.h"
+#include "app/frmAbout.h"
+#include "app/frmOptions.h"
+#include "controller/CtrlState.h"
+#include "controller/frmCtrlList.h"
+#include "link/Connection.h"
+#include "link/LinkState.h"
+#include "link/UsbFunc.h"
+#include "platform/Desktop.h"
+#include "platform/Faults.h"
+#include "platform/MsgBox.h"
+#include "platform/Pacing.h"
+#include "platform/Printing.h"
+#include "sheet/DataSheet.h"
+#include "sheet/frmDataSheetTree.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QScreen>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+
+frmMain* fMainForm = nullptr;
+
+void DockPane::closeEvent(QCloseEvent* event) {
+    QDockWidget::closeEvent(event);
+    emit closedByUser();
+}
+
+namespace {
+
+// A handler body behind the fault guard: a run-time fault ends it, not the program.
+template <typename Fn> auto guarded(const char* name, Fn body) {
+    return [name, body] { platform::RunHandler(name, body); };
+}
+
+double screenDpi(const QWidget* w) {
+    const QScreen* screen = w->screen() ? w->screen() : QGuiApplication::primaryScreen();
+    return screen ? screen->logicalDotsPerInch() : 96.0;
+}
+
+void tileSubWindows(QMdiArea* mdi, bool horizontal) {
+    QList<QMdiSubWindow*> windows;
+    for (QMdiSubWindow* w : mdi->subWindowList())
+        if (!w->isMinimized() && w->isVisible()) windows << w;
+    if (windows.isEmpty()) return;
+    const QRect area = mdi->viewport()->rect();
+    const int n = static_cast<int>(windows.size());
+    for (int i = 0; i < n; ++i) {
+        QRect r = horizontal ? QRect(0, area.height() * i / n, area.width(), area.height() / n)
+                             : QRect(area.width() * i / n, 0, area.width() / n, area.height());
+        windows[i]->showNormal();
+        windows[i]->setGeometry(r);
+    }
+}
+
+void arrangeIcons(QMdiArea* mdi) {
+    int x = 0;
+    const int bottom = mdi->viewport()->height();
+    for (QMdiSubWindow* w : mdi->subWindowList()) {
+        if (!w->isMinimized()) continue;
+        w->move(x, bottom - w->height());
+        x += w->width();
+    }
+}
+
+} // namespace
+
+frmMain::frmMain() {
+    mdi_ = new QMdiArea(this);
+    mdi_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    mdi_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    setCentralWidget(mdi_);
+    buildMenus();
+    buildToolBar();
+    buildStatusBar();
+    buildTimers();
+    setDockNestingEnabled(true);
+
+    SetRecentCtrlMenuView([this](const QStringList& entries) {
+        showRecent(menu("mnuRecentCtrlRoot"), "mnuFileRecentCtrl", entries);
+    });
+    SetRecentSheetMenuView([this](const QStringList& entries) {
+        showRecent(menu("mnuRecentSheetRoot"), "mnuFileRecentSheet", entries);
+    });
+    SetLampView([this](bool connected) { setLamps(connected); });
+    captionRoutineId_ = AddCaptionRoutine([this](int index) { ApplyCaptions(index); });
+    ApplyCaptions(CaptionLanguage());
+}
+
+frmMain::~frmMain() {
+    RemoveCaptionRoutine(captionRoutineId_);
+    SetRecentCtrlMenuView({});
+    SetRecentSheetMenuView({});
+    SetLampView({});
+    if (fMainForm == this) fMainForm = nullptr;
+}
+
+// ---- construction ------------------------------------------------------------
+
+QAction* frmMain::addAction(QMenu* m, const QString& name) {
+    auto* a = m->addAction(name);
+    a->setObjectName(name);
+    actions_.insert(name, a);
+    return a;
+}
+
+void frmMain::buildMenus() {
+    auto addMenu = [this](QMenu* parentMenu, const QString& name) {
+        QMenu* m = parentMenu ? parentMenu->addMenu(name) : menuBar()->addMenu(name);
+        m->setObjectName(name);
+        m->menuAction()->setObjectName(name);
+        menus_.insert(name, m);
+        return m;
+    };
+
+    QMenu* file = addMenu(nullptr, "mnuFile");
+    addAction(file, "mnuFileNew")->setShortcut(QKeySequence::New);
+    addAction(file, "mnuFileOpen")->setShortcut(QKeySequence::Open);
+    file->addSeparator();
+    addAction(file, "mnuFileSaveDataSheet");
+    addAction(file, "mnuFileSaveCtrlFile");
+    addAction(file, "mnuFileSaveAll")->setShortcut(QKeySequence::Save);
+    file->addSeparator();
+    addAction(file, "mnuFilePageSetup");
+    file->addSeparator();
+    QMenu* recentCtrl = addMenu(file, "mnuRecentCtrlRoot");
+    QMenu* recentSheet = addMenu(file, "mnuRecentSheetRoot");
+    for (int i = 0; i < kRecentCount; ++i) {
+        QAction* c = addAction(recentCtrl, "mnuFileRecentCtrl" + QString::number(i));
+        connect(c, &QAction::triggered, this,
+                guarded("mnuFileRecentCtrl_Click", [c] { OpenCtrl(c->data().toString()); }));
+        QAction* s = addAction(recentSheet, "mnuFileRecentSheet" + QString::number(i));
+        connect(s, &QAction::triggered, this,
+                guarded("mnuFileRecentSheet_Click", [s] { OpenDataSheet(s->data().toString()); }));
+    }
+    file->addSeparator();
+    addAction(file, "mnuFileExit")->setShortcut(QKeySequence::Quit);
+
+    QMenu* view = addMenu(nullptr, "mnuView");
+    for (const char* name : {"mnuViewToolbar", "mnuViewStatusBar"}) {
+        QAction* a = addAction(view, name);
+        a->setCheckable(true);
+        a->setChecked(true);
+    }
+    view->addSeparator();
+    for (const char* name : {"mnuViewController", "mnuViewDataBrowser"})
+        addAction(view, name)->setCheckable(true);
+
+    QMenu* tools = addMenu(nullptr, "mnuTools");
+    addAction(tools, "mnuToolsConnect");
+    addAction(tools, "mnuToolsDisconnect");
+    tools->addSeparator();
+    addAction(tools, "mnuToolsOptions");
+
+    QMenu* window = addMenu(nullptr, "mnuWindow");
+    for (const char* name : {"mnuWindowCascade", "mnuWindowTileHorizontal", "mnuWindowTileVertical",
+                             "mnuWindowArrangeIcons"})
+        addAction(window, name);
+
+    QMenu* help = addMenu(nullptr, "mnuHelp");
+    addAction(help, "mnuHelpContents")->setShortcut(QKeySequence::HelpContents);
+    help->addSeparator();
+    addAction(help, "mnuHelpAbout");
+    help->addSeparator();
+    QMenu* language = addMenu(help, "mnuHelpLanguage");
+    addAction(language, "mnuLanguageChinese")->setCheckable(true);
+    addAction(language, "mnuLanguageEnglish")->setCheckable(true);
+
+    auto on = [this](const char* name, const char* handler, auto fn) {
+        connect(action(name), &QAction::triggered, this, guarded(handler, fn));
+    };
+    on("mnuFileSaveDataSheet", "mnuFileSaveDataSheet_Click", [] { SaveDataSheet(); });
+    on("mnuFileSaveCtrlFile", "mnuFileSaveCtrlFile_Click", [] { SaveControlFile(); });
+    on("mnuFileSaveAll", "mnuFileSaveAll_Click", [] {
+        SaveControlFile();
+        SaveDataSheet();
+    });
+    on("mnuFilePageSetup", "mnuFilePageSetup_Click", [] { platform::PageSetup("Page Setup"); });
+    on("mnuFileExit", "mnuFileExit_Click", [this] { close(); });
+    on("mnuViewToolbar", "mnuViewToolbar_Click", [this] { mnuViewToolbar_Click(); });
+    on("mnuViewStatusBar", "mnuViewStatusBar_Click", [this] { mnuViewStatusBar_Click(); });
+    on("mnuViewController", "mnuViewController_Click", [this] { mnuViewController_Click(); });
+    on("mnuViewDataBrowser", "mnuViewDataBrowser_Click", [this] { mnuViewDataBrowser_Click(); });
+    on("mnuToolsConnect", "mnuToolsConnect_Click", [this] { mnuToolsConnect_Click(); });
+    on("mnuToolsDisconnect", "mnuToolsDisconnect_Click", [this] { mnuToolsDisconnect_Click(); });
+    on("mnuToolsOptions", "mnuToolsOptions_Click", [this] { mnuToolsOptions_Click(); });
+    on("mnuWindowCascade", "mnuWindowCascade_Click", [this] { mdi_->cascadeSubWindows(); });
+    on("mnuWindowTileHorizontal", "mnuWindowTileHorizontal_Click",
+       [this] { tileSubWindows(mdi_, true); });
+    on("mnuWindowTileVertical", "mnuWindowTileVertical_Click",
+       [this] { tileSubWindows(mdi_, false); });
+    on("mnuWindowArrangeIcons", "mnuWindowArrangeIcons_Click", [this] { arrangeIcons(mdi_); });
+    on("mnuHelpContents", "mnuHelpContents_Click", [this] { mnuHelpContents_Click(); });
+    on("mnuHelpAbout", "mnuHelpAbout_Click", [this] { mnuHelpAbout_Click(); });
+    on("mnuLanguageChinese", "mnuLanguageChinese_Click",
+       [] { SwitchLanguage(kLanguageChinese); });
+    on("mnuLanguageEnglish", "mnuLanguageEnglish_Click",
+       [] { SwitchLanguage(kLanguageEnglish); });
+}
+
+void frmMain::buildToolBar() {
+    tbToolBar_ = addToolBar("tbToolBar");
+    tbToolBar_->setObjectName("tbToolBar");
+    tbToolBar_->setMovable(false);
+    tbToolBar_->setIconSize(QSize(24, 24));
+    struct Button {
+        const char* key;
+        const char* glyph;
+        QColor color;
+        const char* mirrors; // the menu item it acts as, if any
+    };
+    const QColor file(70, 110, 170), link(40, 150, 80), view(120, 90, 160), add(200, 120, 40);
+    const Button buttons[] = {
+        {"New", "N", file, "mnuFileNew"},
+        {"Open", "O", file, "mnuFileOpen"},
+        {"Save", "S", file, "mnuFileSaveAll"},
+        {"Connect", "C", link, "mnuToolsConnect"},
+        {"Disconnect", "D", QColor(170, 60, 60), "mnuToolsDisconnect"},
+        {"Controller", "Ct", view, "mnuViewController"},
+        {"DataBrowser", "DB", view, "mnuViewDataBrowser"},
+        {"AddNewWaveform", "W", add, nullptr},
+        {"AddNewMeasure", "M", add, nullptr},
+        {"AddNewData", "Da", add, nullptr},
+        {"AddNewRecord", "R", add, nullptr},
+        {"AddNewMemoryWaveform", "Mem", add, nullptr},
+        {"Options", "Op", QColor(100, 100, 100), "mnuToolsOptions"},
+        {"FFT", "FFT", QColor(60, 60, 60), nullptr},
+    };
+    for (const Button& b : buttons) {
+        QAction* a = tbToolBar_->addAction(GlyphIcon(b.glyph, b.color), b.key);
+        a->setObjectName(QString("tb") + b.key);
+        actions_.insert(a->objectName(), a);
+        if (b.mirrors) {
+            // The buttons act as their menu items; the View items toggle, so
+            // the button triggers the item to keep its check in step.
+            QAction* item = action(b.mirrors);
+            connect(a, &QAction::triggered, item, &QAction::trigger);
+        }
+    }
+}
+
+void frmMain::buildStatusBar() {
+    statusPanel_ = new QLabel;
+    statusPanel_->setObjectName("Status");
+    statusPanel_->setMinimumWidth(240);
+    statusBar()->addWidget(statusPanel_, 1);
+    picLED_ON_ = new QLabel;
+    picLED_ON_->setObjectName("picLED_ON");
+    picLED_ON_->setPixmap(LampPixmap(true));
+    picLED_OFF_ = new QLabel;
+    picLED_OFF_->setObjectName("picLED_OFF");
+    picLED_OFF_->setPixmap(LampPixmap(false));
+    // Permanent widgets keep their place at the right of the bar on resize.
+    statusBar()->addPermanentWidget(picLED_ON_);
+    statusBar()->addPermanentWidget(picLED_OFF_);
+    setLamps(false);
+}
+
+void frmMain::buildTimers() {
+    auto makeTimer = [this](const char* name, int ms, bool singleShot) {
+        auto* t = new QTimer(this);
+        t->setObjectName(name);
+        t->setInterval(ms);
+        t->setSingleShot(singleShot);
+        return t;
+    };
+    commTimer_ = makeTimer("CommTimer", 2000, true);
+    connect(commTimer_, &QTimer::timeout, this,
+            [this] { statusPanel_->setText(FormText("frmMain", "StatusIdle")); });
+    // Ten ticks a second: the serial wait's clock, scaled with the pacing.
+    timeOutTimer_ = makeTimer("TimeOutTimer", platform::ScaledMs(100), false);
+    connect(timeOutTimer_, &QTimer::timeout, this, [] { ++TickCount; });
+    commBusyTimer_ = makeTimer("CommBusyTimer", 200, false); // kept idle: its handler is empty
+    timerInit_ = makeTimer("TimerInit", 1, true);
+    connect(timerInit_, &QTimer::timeout, this,
+            guarded("TimerInit_Timer", [this] { timerInit_Timer(); }));
+}
+
+void frmMain::buildPanes() {
+    dataSheetPane_ = new DockPane(this);
+    dataSheetPane_->setObjectName("DataSheet");
+    dataSheetPane_->setWidget(new frmDataSheetTree);
+    controllerPane_ = new DockPane(this);
+    controllerPane_->setObjectName("Controller");
+    controllerPane_->setWidget(new frmCtrlList);
+    addDockWidget(Qt::LeftDockWidgetArea, dataSheetPane_);
+    addDockWidget(Qt::LeftDockWidgetArea, controllerPane_);
+    dataSheetPane_->hide();
+    controllerPane_->hide();
+    connect(dataSheetPane_, &DockPane::closedByUser, this,
+            [this] { action("mnuViewDataBrowser")->setChecked(false); });
+    connect(controllerPane_, &DockPane::closedByUser, this,
+            [this] { action("mnuViewController")->setChecked(false); });
+    ApplyCaptions(CaptionLanguage());
+}
+
+// ---- Load and start-up -------------------------------------------------------
+
+void frmMain::Load() {
+    DialogAccepted = false;                     // 1
+    LoadRecentSheetMenu();                      // 2
+    LoadRecentCtrlMenu();
+    commTimer_->stop();                         // 3
+    Connected = false;
+    FillTraceColors();                          // 4
+    MakerName = "Vexor Technologies,Inc.";
+    ProductName = "NQ4000L";
+    ModelHasLa = true;                          // 5
+    SheetDirty = false;
+    setLamps(Connected);                        // 6
+    timeOutTimer_->start();                     // 7
+    LoadSoftwareSetting();                      // 8
+    OpenVisaRM();
+    ApplyLanguage(LanguageIndex);               // 9
+    RawBias = 25;                               // 10
+    if (SoftwareSetting.StartupCheckHardware)
+        platform::RunHandler("ConnectToDevice", [] { ConnectToDevice(); });
+    timerInit_->start();                        // 11
+    // 12: the measurement slots come with the measure window.
+    Connecting = false;                         // 13
+    buildPanes();                               // 14
+}
+
+void frmMain::timerInit_Timer() {
+    timerInit_->stop();
+    ShowDataSheet();
+    ShowController();
+    action("mnuViewController")->setChecked(true);
+    action("mnuViewDataBrowser")->setChecked(true);
+    const QString ctrl = action("mnuFileRecentCtrl0")->data().toString();
+    if (SoftwareSetting.StartupLoadCtrl && !ctrl.isEmpty()) OpenCtrl(ctrl);
+    const QString sheet = action("mnuFileRecentSheet0")->data().toString();
+    if (SoftwareSetting.StartupLoadSheet && !sheet.isEmpty()) OpenDataSheet(sheet);
+}
+
+void frmMain::LoadSoftwareSetting() {
+    const FramePlaceTwips place = ReadSoftwareSetting();
+    LoadComPortMap();
+    const double dpi = screenDpi(this);
+    setGeometry(qRound(TwipsToPixels(place.left, dpi)), qRound(TwipsToPixels(place.top, dpi)),
+                qRound(TwipsToPixels(place.width, dpi)), qRound(TwipsToPixels(place.height, dpi)));
+}
+
+void frmMain::SaveSoftwareSetting() {
+    FramePlaceTwips place;
+    const double dpi = screenDpi(this);
+    const QRect g = geometry();
+    place.left = PixelsToTwips(g.x(), dpi);
+    place.top = PixelsToTwips(g.y(), dpi);
+    place.width = PixelsToTwips(g.width(), dpi);
+    place.height = PixelsToTwips(g.height(), dpi);
+    WriteSoftwareSetting(isMinimized() ? nullptr : &place);
+    SaveComPortMap();
+}
+
+void frmMain::OpenVisaRM() { ::OpenVisaRM(); }
+void frmMain::CloseVisaRM() { ::CloseVisaRM(); }
+
+// ---- panes -------------------------------------------------------------------
+
+void frmMain::HideController() { if (controllerPane_) controllerPane_->hide(); }
+void frmMain::ShowController() { if (controllerPane_) controllerPane_->show(); }
+void frmMain::HideDataSheet() { if (dataSheetPane_) dataSheetPane_->hide(); }
+void frmMain::ShowDataSheet() { if (dataSheetPane_) dataSheetPane_->show(); }
+
+DockPane* frmMain::pane(const QString& key) const {
+    if (key == "DataSheet") return dataSheetPane_;
+    if (key == "Controller") return controllerPane_;
+    return nullptr;
+}
+
+void frmMain::mnuViewToolbar_Click() { tbToolBar_->setVisible(action("mnuViewToolbar")->isChecked()); }
+
+void frmMain::mnuViewStatusBar_Click() {
+    statusBar()->setVisible(action("mnuViewStatusBar")->isChecked());
+}
+
+void frmMain::mnuViewController_Click() {
+    if (action("mnuViewController")->isChecked()) ShowController();
+    else HideController();
+}
+
+void frmMain::mnuViewDataBrowser_Click() {
+    if (action("mnuViewDataBrowser")->isChecked()) ShowDataSheet();
+    else HideDataSheet();
+}
+
+// ---- Tools and Help ----------------------------------------------------------
+
+void frmMain::mnuToolsConnect_Click() {
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    platform::RunHandler("ConnectToDevice", [] { ConnectToDevice(); });
+    QApplication::restoreOverrideCursor();
+}
+
+void frmMain::mnuToolsDisconnect_Click() {
+    DisconnectFromDevice();
+    VisaCloseInstr();
+}
+
+void frmMain::mnuToolsOptions_Click() {
+    frmOptions dialog(this);
+    dialog.exec();
+}
+
+void frmMain::mnuHelpContents_Click() {
+    const QString path = QCoreApplication::applicationDirPath() + "/" + HelpFileName();
+    const QString error = platform::OpenDocument(path);
+    if (!error.isEmpty())
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation, kAppTitle);
+}
+
+void frmMain::mnuHelpAbout_Click() {
+    frmAbout about(this);
+    about.exec();
+}
+
+// ---- status bar and lamps ----------------------------------------------------
+
+void frmMain::setLamps(bool connected) {
+    picLED_ON_->setVisible(connected);
+    picLED_OFF_->setVisible(!connected);
+}
+
+QString frmMain::statusText() const { return statusPanel_->text(); }
+
+void frmMain::SetStatusText(const QString& text) {
+    statusPanel_->setText(FormText("frmMain", "StatusIdle") + text);
+    commTimer_->start();
+}
+
+void frmMain::showRecent(QMenu* root, const QString& prefix, const QStringList& entries) {
+    root->menuAction()->setVisible(!entries.isEmpty());
+    for (int i = 0; i < kRecentCount; ++i) {
+        QAction* item = action(prefix + QString::number(i));
+        const bool used = i < entries.size();
+        item->setVisible(used);
+        item->setData(used ? entries[i] : QString());
+        item->setText(used ? QString(entries[i]).replace('&', "&&") : QString());
+    }
+}
+
+// ---- captions ----------------------------------------------------------------
+
+void frmMain::ApplyCaptions(int index) {
+    if (index != kLanguageChinese && index != kLanguageEnglish) return;
+    setWindowTitle(FormText("frmMain", "Caption"));
+    for (auto it = menus_.cbegin(); it != menus_.cend(); ++it) {
+        const QString text = FormText("frmMain", it.key().toUtf8().constData());
+        if (!text.isEmpty()) it.value()->setTitle(text);
+    }
+    for (auto it = actions_.cbegin(); it != actions_.cend(); ++it) {
+        if (it.key().startsWith("mnuFileRecent")) continue;
+        const QString text = FormText("frmMain", it.key().toUtf8().constData());
+        if (text.isEmpty()) continue;
+        if (it.key().startsWith("tb")) it.value()->setToolTip(text);
+        else it.value()->setText(text);
+    }
+    action("mnuLanguageChinese")->setChecked(index == kLanguageChinese);
+    action("mnuLanguageEnglish")->setChecked(index == kLanguageEnglish);
+    picLED_ON_->setToolTip(FormText("frmMain", "picLED_ON"));
+    picLED_OFF_->setToolTip(FormText("frmMain", "picLED_OFF"));
+    if (!commTimer_->isActive()) statusPanel_->setText(FormText("frmMain", "StatusIdle"));
+    if (dataSheetPane_) dataSheetPane_->setWindowTitle(FormText("frmMain", "paneDataSheet"));
+    if (controllerPane_) controllerPane_->setWindowTitle(FormText("frmMain", "paneController"));
+}
+
+QAction* frmMain::action(const QString& name) const { return actions_.value(name); }
+QMenu* frmMain::menu(const QString& name) const { return menus_.value(name); }
+
+// ---- closing -----------------------------------------------------------------
+
+void frmMain::closeEvent(QCloseEvent* event) {
+    bool mayClose = true;
+    platform::RunHandler("Form_QueryUnload", [&mayClose] {
+        mayClose = QueryUnload([] { SaveDataSheet(); }, [] { SaveControlFile(); });
+    });
+    if (!mayClose) {
+        event->ignore();
+        return;
+    }
+    unload();
+    event->accept();
+}
+
+void frmMain::unload() {
+    if (unloaded_) return;
+    unloaded_ = true;
+    platform::RunHandler("Form_Unload", [this] {
+        SaveSoftwareSetting();
+        UnloadLink();
+    });
+}

@@ -1,0 +1,106 @@
+#pragma once
+// The one frame of the program: menus, toolbar, status bar with the two
+// connection lamps, the docking bar with the Data Sheet and Controller panes,
+// and the child-window area.
+#include <QDockWidget>
+#include <QHash>
+#include <QMainWindow>
+
+class QAction;
+class QLabel;
+class QMdiArea;
+class QMenu;
+class QTimer;
+class QToolBar;
+
+// A docked pane that tells when the user closes it.
+class DockPane : public QDockWidget {
+    Q_OBJECT
+public:
+    using QDockWidget::QDockWidget;
+signals:
+    void closedByUser();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+};
+
+class frmMain : public QMainWindow {
+    Q_OBJECT
+public:
+    frmMain();
+    ~frmMain() override;
+
+    // Load: the start-up steps, in order. Main calls it once before showing.
+    void Load();
+
+    void LoadSoftwareSetting();
+    void SaveSoftwareSetting();
+    void OpenVisaRM();
+    void CloseVisaRM();
+    void HideController();
+    void ShowController();
+    void HideDataSheet();
+    void ShowDataSheet();
+
+    // For the parts that act on the frame, and for tests.
+    QAction* action(const QString& name) const;
+    QMenu* menu(const QString& name) const;
+    QToolBar* toolBar() const { return tbToolBar_; }
+    QMdiArea* mdiArea() const { return mdi_; }
+    DockPane* pane(const QString& key) const;
+    QLabel* lampOn() const { return picLED_ON_; }
+    QLabel* lampOff() const { return picLED_OFF_; }
+    QString statusText() const;
+    void SetStatusText(const QString& text); // panel "Status"; CommTimer restores it
+    QTimer* timerInit() const { return timerInit_; }
+
+    void ApplyCaptions(int index);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildMenus();
+    void buildToolBar();
+    void buildStatusBar();
+    void buildTimers();
+    void buildPanes();
+    QAction* addAction(QMenu* menu, const QString& name);
+    void showRecent(QMenu* root, const QString& prefix, const QStringList& entries);
+    void setLamps(bool connected);
+    void timerInit_Timer();
+    void unload();
+
+    // View, Help and Tools handlers.
+    void mnuViewToolbar_Click();
+    void mnuViewStatusBar_Click();
+    void mnuViewController_Click();
+    void mnuViewDataBrowser_Click();
+    void mnuHelpContents_Click();
+    void mnuHelpAbout_Click();
+    void mnuToolsOptions_Click();
+    void mnuToolsConnect_Click();
+    void mnuToolsDisconnect_Click();
+
+    QMdiArea* mdi_ = nullptr;
+    QToolBar* tbToolBar_ = nullptr;
+    QLabel* statusPanel_ = nullptr;
+    QLabel* picLED_ON_ = nullptr;
+    QLabel* picLED_OFF_ = nullptr;
+    DockPane* dataSheetPane_ = nullptr;
+    DockPane* controllerPane_ = nullptr;
+    QTimer* commTimer_ = nullptr;
+    QTimer* timeOutTimer_ = nullptr;
+    QTimer* commBusyTimer_ = nullptr;
+    QTimer* timerInit_ = nullptr;
+    QHash<QString, QAction*> actions_;
+    QHash<QString, QMenu*> menus_;
+    int captionRoutineId_ = 0;
+    bool unloaded_ = false;
+};
+
+extern frmMain* fMainForm;
+
+// The entry point: language, splash, frame, event loop.
+int Main(int argc, char** argv);

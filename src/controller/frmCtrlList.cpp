@@ -1,0 +1,12 @@
+#include "controller/frmCtrlList.h"
+
+#include <QHeaderView>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+frmCtrlList::frmCtrlList(QWidget* parent) : QWidget(parent), tree_(new QTreeWidget) {
+    tree_->header()->hide();
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(tree_);
+}

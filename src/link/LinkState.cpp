@@ -1,0 +1,27 @@
+#include "link/LinkState.h"
+
+bool Connected = false;
+bool Connecting = false;
+bool LinkOpen = false;
+QString ModelName;
+int IsDigitalModel = 0;
+int BandwidthIndex = 5;
+int RawBias = 25;
+int VisaRsrcIndex = 0;
+QString VisaRsrcName;
+int TickCount = 0;
+
+namespace {
+LampView g_lampView;
+}
+
+void SetLampView(LampView view) { g_lampView = std::move(view); }
+
+void ShowLamps(bool connected) {
+    if (g_lampView) g_lampView(connected);
+}
+
+void ResetLinkState() {
+    ShowLamps(false);
+    Connected = false;
+}

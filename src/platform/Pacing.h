@@ -1,0 +1,19 @@
+#pragma once
+// Time as the program spends it: the blocking Sleep, the event pump, and the
+// intervals of timers that logic depends on. One pacing scale multiplies every
+// one of them; tests set it to 0 so a run keeps its order but loses its waits.
+namespace platform {
+
+void Sleep(int milliseconds); // blocks the GUI thread, as the link's pacing requires
+void DoEvents();              // hands control to the event loop once
+
+void SetPacingScale(double scale); // 1 = real time (default), 0 = no waiting
+double PacingScale();
+int ScaledMs(int milliseconds); // an interval under the current scale
+
+// Every Sleep, with its unscaled length, goes to the observer: tests assert
+// the named waits through it without spending them.
+using SleepObserver = void (*)(int milliseconds);
+void SetSleepObserver(SleepObserver observer);
+
+} // namespace platform

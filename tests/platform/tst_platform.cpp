@@ -1,0 +1,169 @@
+// The seams every later part relies on: the settings store, the file-dialog
+// filter form, the fault guard, and the pacing scale.
+#include "TestPlatform.h"
+
+#include "platform/Faults.h"
+#include "platform/Pacing.h"
+#include "platform/Settings.h"
+
+#include <QFile>
+#include <QtTest>
+
+using namespace platform;
+
+class TestPlatformSeams : public QObject {
+    Q_OBJECT
+private slots:
+    void settingsRoundTripThroughTheRealFile();
+    void settingsSectionsAndKeysWithBlanks();
+    void typedReadsFallBackToDefaults_data();
+    void typedReadsFallBackToDefaults();
+    void unwritableStoreIsReportedOnce();
+    void pipeFilterBecomesQtFilter_data();
+    void pipeFilterBecomesQtFilter();
+    void fixedArrayRefusesOutOfBoundsIndexes();
+    void handlerGuardEndsOnlyTheHandler();
+    void sleepKeepsOrderButNotTimeAtScaleZero();
+};
+
+void TestPlatformSeams::settingsRoundTripThroughTheRealFile() {
+    TestPlatform tp;
+    SaveSetting("Korvane", "General_NQ4000L", "StartupLoadCtrl", BoolSettingText(true));
+    SaveSetting("Korvane", "IO Settings_NQ4000L", "BaudRate", "19200");
+    // A second store over the same folder reads what the first wrote to disk.
+    SetSettingsDirectory(tp.settingsDir() + "/config");
+    QCOMPARE(GetSetting("Korvane", "General_NQ4000L", "StartupLoadCtrl"), QString("True"));
+    QVERIFY(GetSettingBool("Korvane", "General_NQ4000L", "StartupLoadCtrl", false));
+    QCOMPARE(GetSetting("Korvane", "IO Settings_NQ4000L", "BaudRate"), QString("19200"));
+    QCOMPARE(GetSetting("Korvane", "IO Settings_NQ4000L", "Missing", "dflt"), QString("dflt"));
+    QVERIFY(QFile::exists(SettingsFilePath("Korvane")));
+}
+
+void TestPlatformSeams::settingsSectionsAndKeysWithBlanks() {
+    TestPlatform tp;
+    SaveSetting("Korvane", "Recent Ctrl_NQ4000L", "RecentFile2", "/b.rmt");
+    SaveSetting("Korvane", "Recent Ctrl_NQ4000L", "RecentFile1", "/a.rmt");
+    SaveSetting("Korvane", "Refresh_NQ4000L", "Refresh Interval", "2000");
+    const auto rows = GetAllSettings("Korvane", "Recent Ctrl_NQ4000L");
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(rows[0].first, QString("RecentFile1"));
+    QCOMPARE(rows[0].second, QString("/a.rmt"));
+    QCOMPARE(rows[1].second, QString("/b.rmt"));
+    QCOMPARE(GetSettingInt("Korvane", "Refresh_NQ4000L", "Refresh Interval", 0), 2000);
+}
+
+void TestPlatformSeams::typedReadsFallBackToDefaults_data() {
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<int>("asInt");
+    QTest::addColumn<bool>("asBool");
+    QTest::newRow("number") << "12" << 12 << true;
+    QTest::newRow("zero") << "0" << 0 << false;
+    QTest::newRow("false word") << "False" << 7 << false;
+    QTest::newRow("true word lower") << "true" << 7 << true;
+    QTest::newRow("garbage") << "twelve" << 7 << true;
+    QTest::newRow("empty") << "" << 7 << true;
+    QTest::newRow("huge") << "1e20" << 7 << true;
+}
+
+void TestPlatformSeams::typedReadsFallBackToDefaults() {
+    QFETCH(QString, stored);
+    QFETCH(int, asInt);
+    QFETCH(bool, asBool);
+    TestPlatform tp;
+    SaveSetting("Korvane", "S", "K", stored);
+    QCOMPARE(GetSettingInt("Korvane", "S", "K", 7), asInt);
+    QCOMPARE(GetSettingBool("Korvane", "S", "K", true), asBool);
+}
+
+namespace {
+int g_reports = 0;
+void countReport(const QString&) { ++g_reports; }
+} // namespace
+
+void TestPlatformSeams::unwritableStoreIsReportedOnce() {
+    TestPlatform tp;
+    // A plain file where the folder should be: nothing can be written below it.
+    const QString blocker = tp.tempPath("blocker");
+    QFile f(blocker);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.close();
+    SetSettingsDirectory(blocker + "/config");
+    g_reports = 0;
+    SetSettingsWriteFailureHandler(countReport);
+    SaveSetting("Korvane", "S", "A", "1");
+    SaveSetting("Korvane", "S", "B", "2");
+    SetSettingsWriteFailureHandler(nullptr);
+    QCOMPARE(g_reports, 1);
+    // Reads still answer (with what the store holds in memory or the default).
+    QCOMPARE(GetSetting("Korvane", "S", "Missing", "d"), QString("d"));
+}
+
+void TestPlatformSeams::pipeFilterBecomesQtFilter_data() {
+    QTest::addColumn<QString>("pipe");
+    QTest::addColumn<QString>("qt");
+    QTest::newRow("one") << "Control File (*.rmt)|*.rmt" << "Control File (*.rmt)";
+    QTest::newRow("two") << "Data Sheet (*.ult)|*.ult|All Files (*.*)|*.*"
+                         << "Data Sheet (*.ult);;All Files (*.*)";
+    QTest::newRow("no parentheses") << "Text|*.txt;*.xls" << "Text (*.txt *.xls)";
+}
+
+void TestPlatformSeams::pipeFilterBecomesQtFilter() {
+    QFETCH(QString, pipe);
+    QFETCH(QString, qt);
+    QCOMPARE(QtFilterFromPipeFilter(pipe), qt);
+}
+
+void TestPlatformSeams::fixedArrayRefusesOutOfBoundsIndexes() {
+    FixedArray<int, 1, 16> cells;
+    cells[1] = 5;
+    cells[16] = 7;
+    QCOMPARE(cells[1] + cells[16], 12);
+    QVERIFY_THROWS_EXCEPTION(BoundsFault, cells[0]);
+    QVERIFY_THROWS_EXCEPTION(BoundsFault, cells[17]);
+    QCOMPARE((FixedArray<int, 0, 8192>::size()), 8193);
+}
+
+void TestPlatformSeams::handlerGuardEndsOnlyTheHandler() {
+    const int before = FaultCount();
+    FixedArray<int, 0, 3> a;
+    int reached = 0;
+    const bool ok = RunHandler("test_Click", [&] {
+        reached = 1;
+        a[4] = 1; // out of bounds: ends the handler here
+        reached = 2;
+    });
+    QVERIFY(!ok);
+    QCOMPARE(reached, 1);
+    QCOMPARE(FaultCount(), before + 1);
+    // A procedure that skips failing statements goes on after one.
+    int after = 0;
+    TryStatement([&] { a[-1] = 0; });
+    TryStatement([&] { after = 1; });
+    QCOMPARE(after, 1);
+}
+
+namespace {
+QList<int> g_sleeps;
+void recordSleep(int ms) { g_sleeps << ms; }
+} // namespace
+
+void TestPlatformSeams::sleepKeepsOrderButNotTimeAtScaleZero() {
+    SetPacingScale(0);
+    g_sleeps.clear();
+    SetSleepObserver(recordSleep);
+    QElapsedTimer t;
+    t.start();
+    Sleep(4000);
+    Sleep(100);
+    SetSleepObserver(nullptr);
+    QVERIFY(t.elapsed() < 1000);
+    QCOMPARE(g_sleeps, (QList<int>{4000, 100}));
+    QCOMPARE(ScaledMs(100), 0);
+    SetPacingScale(0.5);
+    QCOMPARE(ScaledMs(100), 50);
+    SetPacingScale(1);
+    QCOMPARE(ScaledMs(100), 100);
+}
+
+QTEST_GUILESS_MAIN(TestPlatformSeams)
+#include "tst_platform.moc"
