@@ -32,6 +32,7 @@ frmOptions::frmOptions(QWidget* parent) : QDialog(parent) {
     setObjectName("frmOptions");
     tbsOptions_ = new QTabWidget;
     tbsOptions_->setObjectName("tbsOptions");
+    tbsOptions_->setUsesScrollButtons(false);
 
     // General
     auto* general = new QWidget;

@@ -1,0 +1,228 @@
+// The main frame: start-up order, panes and View checks, lamps, closing.
+#include "RecordingTransport.h"
+#include "TestPlatform.h"
+
+#include "app/AppIdentity.h"
+#include "app/FileFunc.h"
+#include "app/LoadLanguage.h"
+#include "app/SoftwareSetting.h"
+#include "app/frmAbout.h"
+#include "app/frmMain.h"
+#include "controller/CtrlState.h"
+#include "link/LinkState.h"
+#include "platform/Settings.h"
+#include "sheet/DataSheet.h"
+
+#include <QLabel>
+#include <QMenu>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+#include <QtTest>
+#include <memory>
+
+class TestFrame : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void startsWithoutInstrumentAndWithoutMessages();
+    void menusAndToolbarCarryTheirCaptions();
+    void panesAndViewChecksStayInStep();
+    void toolbarAndStatusBarToggle();
+    void exactlyOneLampIsVisible();
+    void recentRootsHiddenWhenEmpty();
+    void cancelAtEitherQuestionKeepsTheProgram();
+    void yesThenNoSavesTheSheetAndCloses();
+    void unloadSavesSettingsAndUnlocksWhenConnected();
+    void helpOpensThePageOfTheLanguage();
+    void helpFailureShowsTheErrorText();
+    void systemInfoUnavailableIsSaid();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+    std::unique_ptr<frmMain> frame_;
+    void startFrame();
+};
+
+void TestFrame::init() {
+    tp_ = std::make_unique<TestPlatform>();
+    SheetDirty = false;
+    CtrlDirty = false;
+    Connected = false;
+    SoftwareSetting = SoftwareSettingRecord();
+    LanguageIndex = kLanguageEnglish;
+    ApplyLanguage(kLanguageEnglish);
+}
+
+void TestFrame::cleanup() {
+    if (frame_) {
+        SheetDirty = CtrlDirty = false;
+        frame_->close();
+    }
+    frame_.reset();
+    tp_.reset();
+}
+
+void TestFrame::startFrame() {
+    frame_ = std::make_unique<frmMain>();
+    frame_->Load();
+    frame_->show();
+    QTRY_VERIFY(!frame_->timerInit()->isActive()); // TimerInit has fired once
+}
+
+void TestFrame::startsWithoutInstrumentAndWithoutMessages() {
+    startFrame();
+    QVERIFY(tp_->boxes.isEmpty());
+    QVERIFY(!Connected);
+    QCOMPARE(frame_->statusText(), QString("Status: "));
+    QCOMPARE(frame_->pane("DataSheet")->objectName(), QString("DataSheet"));
+    QCOMPARE(frame_->pane("Controller")->objectName(), QString("Controller"));
+}
+
+void TestFrame::menusAndToolbarCarryTheirCaptions() {
+    startFrame();
+    QCOMPARE(frame_->menu("mnuFile")->title(), QString("&File"));
+    QCOMPARE(frame_->action("mnuFileSaveCtrlFile")->text(), QString("Save C&ontroller"));
+    QCOMPARE(frame_->action("mnuToolsConnect")->text(), QString("&Connect to Oscilloscope"));
+    QCOMPARE(frame_->action("tbSave")->toolTip(), QString("Save All"));
+    QCOMPARE(frame_->action("tbDataBrowser")->toolTip(), QString("Data Browser "));
+    QStringList keys;
+    for (QAction* a : frame_->toolBar()->actions()) keys << a->objectName();
+    QCOMPARE(keys, (QStringList{"tbNew", "tbOpen", "tbSave", "tbConnect", "tbDisconnect",
+                                "tbController", "tbDataBrowser", "tbAddNewWaveform",
+                                "tbAddNewMeasure", "tbAddNewData", "tbAddNewRecord",
+                                "tbAddNewMemoryWaveform", "tbOptions", "tbFFT"}));
+    QVERIFY(frame_->action("mnuLanguageEnglish")->isChecked());
+    QVERIFY(!frame_->action("mnuLanguageChinese")->isChecked());
+}
+
+void TestFrame::panesAndViewChecksStayInStep() {
+    startFrame();
+    QAction* viewCtrl = frame_->action("mnuViewController");
+    QAction* viewSheet = frame_->action("mnuViewDataBrowser");
+    QVERIFY(viewCtrl->isChecked() && viewSheet->isChecked());
+    QVERIFY(frame_->pane("Controller")->isVisible());
+    QVERIFY(frame_->pane("DataSheet")->isVisible());
+
+    frame_->pane("Controller")->close(); // the user closes the pane
+    QVERIFY(!viewCtrl->isChecked());
+    QVERIFY(!frame_->pane("Controller")->isVisible());
+
+    viewCtrl->trigger(); // and brings it back from the View menu
+    QVERIFY(viewCtrl->isChecked());
+    QVERIFY(frame_->pane("Controller")->isVisible());
+
+    frame_->action("tbDataBrowser")->trigger(); // the toolbar acts as the View item
+    QVERIFY(!viewSheet->isChecked());
+    QVERIFY(!frame_->pane("DataSheet")->isVisible());
+}
+
+void TestFrame::toolbarAndStatusBarToggle() {
+    startFrame();
+    frame_->action("mnuViewToolbar")->trigger();
+    QVERIFY(!frame_->toolBar()->isVisible());
+    frame_->action("mnuViewStatusBar")->trigger();
+    QVERIFY(!frame_->statusBar()->isVisible());
+    frame_->action("mnuViewToolbar")->trigger();
+    QVERIFY(frame_->toolBar()->isVisible());
+}
+
+void TestFrame::exactlyOneLampIsVisible() {
+    startFrame();
+    QVERIFY(frame_->lampOff()->isVisible() && !frame_->lampOn()->isVisible());
+    QCOMPARE(frame_->lampOff()->toolTip(), QString("Connection Status-[Disconnected]"));
+    QCOMPARE(frame_->lampOn()->toolTip(), QString("Connection Status-[Connected]"));
+    ShowLamps(true);
+    QVERIFY(frame_->lampOn()->isVisible() && !frame_->lampOff()->isVisible());
+    frame_->resize(frame_->width() + 200, frame_->height() + 100);
+    QVERIFY(frame_->lampOn()->isVisible());
+    ResetLinkState();
+    QVERIFY(frame_->lampOff()->isVisible() && !frame_->lampOn()->isVisible());
+}
+
+void TestFrame::recentRootsHiddenWhenEmpty() {
+    platform::SaveSetting(kAppTitle, kRecentCtrlSection, "RecentFile1", "/data/a.rmt");
+    startFrame();
+    QVERIFY(!frame_->menu("mnuRecentSheetRoot")->menuAction()->isVisible());
+    QVERIFY(frame_->menu("mnuRecentCtrlRoot")->menuAction()->isVisible());
+    QCOMPARE(frame_->action("mnuFileRecentCtrl0")->text(), QString("/data/a.rmt"));
+    QVERIFY(frame_->action("mnuFileRecentCtrl0")->isVisible());
+    QVERIFY(!frame_->action("mnuFileRecentCtrl1")->isVisible());
+}
+
+void TestFrame::cancelAtEitherQuestionKeepsTheProgram() {
+    startFrame();
+    SheetDirty = true;
+    CtrlDirty = true;
+    SheetPath = "/data/run.ult";
+    tp_->answers = {platform::MsgResult::No, platform::MsgResult::Cancel};
+    QVERIFY(!frame_->close());
+    QVERIFY(frame_->isVisible());
+    QCOMPARE(tp_->prompts(), (QStringList{"Save the changes to the Data Sheet File? /data/run.ult",
+                                         "Save the changes to the Control File? "}));
+    QCOMPARE(tp_->boxes[0].buttons, platform::MsgButtons::YesNoCancel);
+
+    tp_->boxes.clear();
+    tp_->answers = {platform::MsgResult::Cancel};
+    QVERIFY(!frame_->close());
+    QCOMPARE(tp_->boxes.size(), 1); // the second question is not asked after a Cancel
+    // Nothing of the end ran: the settings were not written.
+    QVERIFY(platform::GetSetting(kAppTitle, "Settings_NQ4000L", "MainWidth").isEmpty());
+}
+
+void TestFrame::yesThenNoSavesTheSheetAndCloses() {
+    startFrame();
+    SheetDirty = true;
+    CtrlDirty = true;
+    tp_->answers = {platform::MsgResult::Yes, platform::MsgResult::No};
+    QVERIFY(frame_->close());
+    QCOMPARE(tp_->boxes.size(), 2);
+}
+
+void TestFrame::unloadSavesSettingsAndUnlocksWhenConnected() {
+    startFrame();
+    RecordingTransport link;
+    Connected = true;
+    SoftwareSetting.BaudRate = "2400";
+    QVERIFY(frame_->close());
+    QCOMPARE(link.log, QStringList{":KEY:LOCK DISABLE"});
+    QCOMPARE(platform::GetSetting(kAppTitle, "IO Settings_NQ4000L", "BaudRate"), QString("2400"));
+    QVERIFY(!platform::GetSetting(kAppTitle, "Settings_NQ4000L", "MainWidth").isEmpty());
+    Connected = false;
+}
+
+void TestFrame::helpOpensThePageOfTheLanguage() {
+    startFrame();
+    frame_->action("mnuHelpContents")->trigger();
+    QCOMPARE(tp_->desktopRequests.size(), 1);
+    QVERIFY(tp_->desktopRequests[0].target.endsWith("/NQ4000help.html"));
+    frame_->action("mnuLanguageChinese")->trigger();
+    QVERIFY(frame_->action("mnuLanguageChinese")->isChecked());
+    QCOMPARE(frame_->menu("mnuFile")->title(), QString::fromUtf8("文件(&F)"));
+    frame_->action("mnuHelpContents")->trigger();
+    QVERIFY(tp_->desktopRequests[1].target.endsWith("/NQ4000help_Chinese.html"));
+    // The choice is stored at once.
+    QCOMPARE(platform::GetSetting(kAppTitle, "Korvane_Language", "Language"), QString("0"));
+    frame_->action("mnuLanguageEnglish")->trigger();
+    QCOMPARE(frame_->menu("mnuFile")->title(), QString("&File"));
+    QVERIFY(tp_->boxes.isEmpty());
+}
+
+void TestFrame::helpFailureShowsTheErrorText() {
+    startFrame();
+    tp_->desktopError = "No program is set up to open the page";
+    frame_->action("mnuHelpContents")->trigger();
+    QCOMPARE(tp_->prompts(), QStringList{"No program is set up to open the page"});
+}
+
+void TestFrame::systemInfoUnavailableIsSaid() {
+    tp_->desktopError = "Cannot start";
+    QVERIFY(!StartSystemInfo());
+    QCOMPARE(tp_->prompts(), QStringList{"System Information Is Unavailable At This Time!"});
+    frmAbout about;
+    QCOMPARE(about.versionLabel()->text(), QString("Version 00.01.06"));
+}
+
+QTEST_MAIN(TestFrame)
+#include "tst_frame.moc"

@@ -1,0 +1,219 @@
+// What the Options dialog shows when it opens and what its OK does.
+#include "RecordingTransport.h"
+#include "TestPlatform.h"
+
+#include "app/ComPorts.h"
+#include "app/OptionsLogic.h"
+#include "app/SoftwareSetting.h"
+#include "app/frmOptions.h"
+#include "link/LinkState.h"
+#include "platform/Faults.h"
+
+#include <QComboBox>
+#include <QTabWidget>
+#include <QtTest>
+
+class TestOptions : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void serialFieldOfAResourceName_data();
+    void serialFieldOfAResourceName();
+    void openingWithoutDevicesShowsNoDevice();
+    void openingWithDevicesFixesTheChosenIndex_data();
+    void openingWithDevicesFixesTheChosenIndex();
+    void openingRepairsABadComPort();
+    void moreThanElevenDevicesIsABoundsFault();
+    void okWhileConnectedSendsBaudThenUnlocks();
+    void okWhileConnectedWithTheSameBaudStillDisconnects();
+    void okWhileDisconnectedSendsNothing();
+    void okStoresEveryField();
+    void okWithNoDeviceClearsTheChoice();
+    void tabCyclingWraps_data();
+    void tabCyclingWraps();
+    void dialogCtrlTabCycles();
+};
+
+void TestOptions::init() {
+    SoftwareSetting = SoftwareSettingRecord();
+    Connected = false;
+    Connecting = false;
+    VisaRsrcIndex = 0;
+    VisaRsrcName.clear();
+    DialogAccepted = false;
+}
+
+void TestOptions::serialFieldOfAResourceName_data() {
+    QTest::addColumn<QString>("resource");
+    QTest::addColumn<QString>("serial");
+    QTest::newRow("usb") << "USB0::0x5345::0x1234::NQ4A00001::INSTR" << "NQ4A00001";
+    QTest::newRow("no fourth") << "USB0::0x1::0x2::SER" << "SER";
+    QTest::newRow("short") << "ASRL1::INSTR" << "";
+}
+
+void TestOptions::serialFieldOfAResourceName() {
+    QFETCH(QString, resource);
+    QFETCH(QString, serial);
+    QCOMPARE(UsbSerialField(resource), serial);
+}
+
+void TestOptions::openingWithoutDevicesShowsNoDevice() {
+    TestPlatform tp;
+    VisaRsrcIndex = 2;
+    const OptionsState st = OpenOptions({});
+    QCOMPARE(st.deviceItems, QStringList{"No Device"});
+    QCOMPARE(st.deviceIndex, 0);
+    QCOMPARE(VisaRsrcIndex, 0);
+    QVERIFY(!st.intervalEnabled());
+    QCOMPARE(st.intervalText, QString("1"));
+}
+
+void TestOptions::openingWithDevicesFixesTheChosenIndex_data() {
+    QTest::addColumn<int>("chosen");
+    QTest::addColumn<int>("expectedIndex");
+    QTest::newRow("none chosen becomes first") << 0 << 1;
+    QTest::newRow("second stays") << 2 << 2;
+    QTest::newRow("beyond the list becomes first") << 4 << 1;
+}
+
+void TestOptions::openingWithDevicesFixesTheChosenIndex() {
+    QFETCH(int, chosen);
+    QFETCH(int, expectedIndex);
+    TestPlatform tp;
+    VisaRsrcIndex = chosen;
+    const QStringList found{"USB0::0x5345::0x1234::AAA::INSTR", "USB0::0x5345::0x1234::BBB::INSTR",
+                            "USB0::0x5345::0x1234::CCC::INSTR"};
+    const OptionsState st = OpenOptions(found);
+    QCOMPARE(st.deviceItems, (QStringList{"AAA", "BBB", "CCC"}));
+    QCOMPARE(VisaRsrcIndex, expectedIndex);
+    QCOMPARE(st.deviceIndex, expectedIndex - 1);
+}
+
+void TestOptions::openingRepairsABadComPort() {
+    TestPlatform tp;
+    SoftwareSetting.COM_Port = 17;
+    SoftwareSetting.RefreshType = "Auto";
+    SoftwareSetting.RefreshInterval = 20000;
+    const OptionsState st = OpenOptions({});
+    QCOMPARE(SoftwareSetting.COM_Port, 1);
+    QCOMPARE(st.portIndex, 0);
+    QVERIFY(st.intervalEnabled());
+    QCOMPARE(st.intervalText, QString("20"));
+}
+
+void TestOptions::moreThanElevenDevicesIsABoundsFault() {
+    TestPlatform tp;
+    QStringList found;
+    for (int i = 0; i < 12; ++i) found << QString("USB0::0x1::0x2::S%1::INSTR").arg(i);
+    QVERIFY_THROWS_EXCEPTION(platform::BoundsFault, OpenOptions(found));
+    found.removeLast();
+    QCOMPARE(OpenOptions(found).deviceItems.size(), 11);
+}
+
+void TestOptions::okWhileConnectedSendsBaudThenUnlocks() {
+    TestPlatform tp;
+    RecordingTransport link;
+    Connected = true;
+    OptionsState st = OpenOptions({});
+    st.baudText = "19200 ";
+    AcceptOptions(st, {});
+    QCOMPARE(link.log, (QStringList{":RS232:BAUD 19200", ":KEY:LOCK DISABLE"}));
+    QVERIFY(!Connected);
+    QVERIFY(DialogAccepted);
+}
+
+void TestOptions::okWhileConnectedWithTheSameBaudStillDisconnects() {
+    TestPlatform tp;
+    RecordingTransport link;
+    Connected = true;
+    AcceptOptions(OpenOptions({}), {});
+    QCOMPARE(link.log, QStringList{":KEY:LOCK DISABLE"});
+    QVERIFY(!Connected);
+}
+
+void TestOptions::okWhileDisconnectedSendsNothing() {
+    TestPlatform tp;
+    RecordingTransport link;
+    OptionsState st = OpenOptions({});
+    st.baudText = "300";
+    AcceptOptions(st, {});
+    QVERIFY(link.log.isEmpty());
+    QCOMPARE(SoftwareSetting.BaudRate, QString("300"));
+}
+
+void TestOptions::okStoresEveryField() {
+    TestPlatform tp;
+    const QStringList found{"USB0::0x5345::0x1234::AAA::INSTR", "USB0::0x5345::0x1234::BBB::INSTR"};
+    OptionsState st = OpenOptions(found);
+    st.ioType = 2;
+    st.ctrlStartLoad = true;
+    st.sheetStartLoad = true;
+    st.hardwareCheck = true;
+    st.portIndex = 3;
+    st.portDevice = "/dev/pts/9";
+    st.baudText = "4800";
+    st.gpibIndex = 12;
+    st.refreshTypeIndex = 1;
+    st.intervalText = "2.5";
+    st.deviceIndex = 1;
+    AcceptOptions(st, found);
+    const SoftwareSettingRecord& s = SoftwareSetting;
+    QCOMPARE(s.ScopeIOType, 2);
+    QVERIFY(s.StartupLoadCtrl && s.StartupLoadSheet && s.StartupCheckHardware);
+    QCOMPARE(s.COM_Port, 4);
+    QCOMPARE(ComPortDevice(4), QString("/dev/pts/9"));
+    QCOMPARE(s.BaudRate, QString("4800"));
+    QCOMPARE(s.GPIB_Addr, 12);
+    QCOMPARE(s.RefreshType, QString("Auto"));
+    QCOMPARE(s.RefreshInterval, 2500);
+    QCOMPARE(VisaRsrcIndex, 2);
+    QCOMPARE(VisaRsrcName, found[1]);
+}
+
+void TestOptions::okWithNoDeviceClearsTheChoice() {
+    TestPlatform tp;
+    VisaRsrcIndex = 1;
+    VisaRsrcName = "USB0::old";
+    AcceptOptions(OpenOptions({}), {});
+    QCOMPARE(VisaRsrcIndex, 0);
+    QVERIFY(VisaRsrcName.isEmpty());
+    QCOMPARE(SoftwareSetting.RefreshType, QString("Single"));
+    QCOMPARE(SoftwareSetting.RefreshInterval, 1000);
+}
+
+void TestOptions::tabCyclingWraps_data() {
+    QTest::addColumn<int>("current");
+    QTest::addColumn<bool>("backwards");
+    QTest::addColumn<int>("next");
+    QTest::newRow("forward") << 0 << false << 1;
+    QTest::newRow("last to first") << 2 << false << 0;
+    QTest::newRow("back") << 2 << true << 1;
+    QTest::newRow("first to last") << 0 << true << 2;
+}
+
+void TestOptions::tabCyclingWraps() {
+    QFETCH(int, current);
+    QFETCH(bool, backwards);
+    QFETCH(int, next);
+    QCOMPARE(NextTabIndex(current, 3, backwards), next);
+}
+
+void TestOptions::dialogCtrlTabCycles() {
+    TestPlatform tp;
+    frmOptions dialog;
+    QCOMPARE(dialog.tabs()->count(), 3);
+    QCOMPARE(dialog.tabs()->tabText(2), QString("Communication Setting"));
+    QCOMPARE(dialog.findChild<QComboBox*>("DeviceCombo")->currentText(), QString("No Device"));
+    QCOMPARE(dialog.findChild<QComboBox*>("PortCombo")->count(), 16);
+    dialog.tabs()->setCurrentIndex(2);
+    QTest::keyClick(&dialog, Qt::Key_Tab, Qt::ControlModifier);
+    QCOMPARE(dialog.tabs()->currentIndex(), 0);
+    QTest::keyClick(&dialog, Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(dialog.tabs()->currentIndex(), 2);
+    // Cancel changes nothing.
+    dialog.reject();
+    QVERIFY(!DialogAccepted);
+}
+
+QTEST_MAIN(TestOptions)
+#include "tst_options.moc"
