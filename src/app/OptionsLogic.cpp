@@ -3,6 +3,7 @@
 #include "app/ComPorts.h"
 #include "app/LoadLanguage.h"
 #include "app/SoftwareSetting.h"
+#include "controller/Picture.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -65,9 +66,7 @@ void AcceptOptions(const OptionsState& st, const QStringList& usbResources) {
     s.StartupLoadSheet = st.sheetStartLoad;
     s.StartupCheckHardware = st.hardwareCheck;
     s.RefreshType = st.refreshTypeIndex == 1 ? "Auto" : "Single";
-    bool ok = false;
-    const double seconds = st.intervalText.trimmed().toDouble(&ok);
-    s.RefreshInterval = ok ? static_cast<int>(std::lround(seconds * 1000)) : 0;
+    s.RefreshInterval = static_cast<int>(std::lround(Val(st.intervalText) * 1000));
     s.ScopeIOType = st.ioType == kIoTypeRs232 ? kIoTypeRs232 : kIoTypeUsb;
     s.COM_Port = st.portIndex + 1;
     // Only a path that differs from what the map already gives becomes an override.

@@ -1,0 +1,9 @@
+#pragma once
+// Fills a dialog's number box and unit list from a Split... result.
+#include "controller/ValueText.h"
+
+class QComboBox;
+class QLineEdit;
+
+// Returns the joined text (number and the selected unit word).
+QString ApplySplit(QLineEdit* numberBox, QComboBox* unitList, const SplitResult& split);
