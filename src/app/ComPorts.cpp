@@ -13,7 +13,9 @@ namespace {
 const QString kSection = "Serial Ports_NQ4000L";
 std::array<QString, kComPortCount + 1> g_overrides; // index 1..16
 
-bool validPort(int comPort) { return comPort >= 1 && comPort <= kComPortCount; }
+bool validPort(int comPort) {
+    return comPort >= 1 && comPort <= kComPortCount;
+}
 } // namespace
 
 QStringList SystemSerialDevices() {
@@ -27,7 +29,9 @@ QStringList SystemSerialDevices() {
     return devices;
 }
 
-QString ComPortOverride(int comPort) { return validPort(comPort) ? g_overrides[comPort] : QString(); }
+QString ComPortOverride(int comPort) {
+    return validPort(comPort) ? g_overrides[comPort] : QString();
+}
 
 void SetComPortOverride(int comPort, const QString& path) {
     if (validPort(comPort)) g_overrides[comPort] = path.trimmed();

@@ -6,7 +6,9 @@
 namespace {
 RecentMenuView g_ctrlView, g_sheetView;
 
-QString key(int i) { return "RecentFile" + QString::number(i); }
+QString key(int i) {
+    return "RecentFile" + QString::number(i);
+}
 QString entry(const QString& section, int i) {
     return platform::GetSetting(kAppTitle, section, key(i));
 }
@@ -37,13 +39,18 @@ void AddRecentEntry(const QString& section, const QString& path) {
         }
     } else {
         // Entries behind the found place keep theirs.
-        for (int i = found - 1; i >= 1; --i) setEntry(section, i + 1, entry(section, i));
+        for (int i = found - 1; i >= 1; --i)
+            setEntry(section, i + 1, entry(section, i));
     }
     setEntry(section, 1, path);
 }
 
-void SetRecentCtrlMenuView(RecentMenuView view) { g_ctrlView = std::move(view); }
-void SetRecentSheetMenuView(RecentMenuView view) { g_sheetView = std::move(view); }
+void SetRecentCtrlMenuView(RecentMenuView view) {
+    g_ctrlView = std::move(view);
+}
+void SetRecentSheetMenuView(RecentMenuView view) {
+    g_sheetView = std::move(view);
+}
 
 void LoadRecentCtrlMenu() {
     if (g_ctrlView) g_ctrlView(RecentEntries(kRecentCtrlSection));

@@ -14,8 +14,8 @@ QString MakerName;
 QString ProductName;
 
 void FillTraceColors() {
-    TraceColor = {QColor(255, 255, 0), QColor(0, 255, 255), QColor(128, 0, 255),
-                  QColor(0, 255, 0), QColor(255, 0, 0)};
+    TraceColor = {QColor(255, 255, 0), QColor(0, 255, 255), QColor(128, 0, 255), QColor(0, 255, 0),
+                  QColor(255, 0, 0)};
 }
 
 bool QueryUnload(const std::function<void()>& saveSheet, const std::function<void()>& saveCtrl) {

@@ -124,7 +124,8 @@ const TextRow kFormCaptions[] = {
     {"frmOptions.PortSelectOption2", "RS232", "RS232"},
     {"frmOptions.fraStartup", "Startup Option", "启动选项"},
     {"frmOptions.HardwareCheck", "Startup Hardware Check", "启动时检测硬件"},
-    {"frmOptions.SheetStartLoadChk", "Recent Data Sheet File Load", "启动时载入最近的数据浏览器文件"},
+    {"frmOptions.SheetStartLoadChk", "Recent Data Sheet File Load",
+     "启动时载入最近的数据浏览器文件"},
     {"frmOptions.CtrlStartLoadChk", "Recent Control File Load", "启动时载入最近的控制器文件"},
     {"frmOptions.fraTime", "Time Setting", "时间设置"},
     {"frmOptions.OptRefreshType0", "Single", "单次"},
@@ -263,13 +264,31 @@ const TextRow kFormCaptions[] = {
 
 // ---- tree and parameter labels, keyed by the English text --------------------
 const TextRow kTreeLabels[] = {
-    {"CH1", "CH1", "CH1"}, {"CH2", "CH2", "CH2"}, {"LA", "LA", "LA"},
-    {"H", "H", "H"}, {"L", "L", "L"}, {"X", "X", "X"},
-    {"D15", "D15", "D15"}, {"D14", "D14", "D14"}, {"D13", "D13", "D13"}, {"D12", "D12", "D12"},
-    {"D11", "D11", "D11"}, {"D10", "D10", "D10"}, {"D9", "D9", "D9"}, {"D8", "D8", "D8"},
-    {"D7", "D7", "D7"}, {"D6", "D6", "D6"}, {"D5", "D5", "D5"}, {"D4", "D4", "D4"},
-    {"D3", "D3", "D3"}, {"D2", "D2", "D2"}, {"D1", "D1", "D1"}, {"D0", "D0", "D0"},
-    {"D15-D8", "D15-D8", "D15-D8"}, {"D7-D0", "D7-D0", "D7-D0"}, {"D15-D0", "D15-D0", "D15-D0"},
+    {"CH1", "CH1", "CH1"},
+    {"CH2", "CH2", "CH2"},
+    {"LA", "LA", "LA"},
+    {"H", "H", "H"},
+    {"L", "L", "L"},
+    {"X", "X", "X"},
+    {"D15", "D15", "D15"},
+    {"D14", "D14", "D14"},
+    {"D13", "D13", "D13"},
+    {"D12", "D12", "D12"},
+    {"D11", "D11", "D11"},
+    {"D10", "D10", "D10"},
+    {"D9", "D9", "D9"},
+    {"D8", "D8", "D8"},
+    {"D7", "D7", "D7"},
+    {"D6", "D6", "D6"},
+    {"D5", "D5", "D5"},
+    {"D4", "D4", "D4"},
+    {"D3", "D3", "D3"},
+    {"D2", "D2", "D2"},
+    {"D1", "D1", "D1"},
+    {"D0", "D0", "D0"},
+    {"D15-D8", "D15-D8", "D15-D8"},
+    {"D7-D0", "D7-D0", "D7-D0"},
+    {"D15-D0", "D15-D0", "D15-D0"},
     {"Running Control", "Running Control", "运行控制"},
     {"Run|Stop", "Run|Stop", "运行|停止"},
     {"Auto Set", "Auto Set", "自动设置"},
@@ -356,13 +375,16 @@ const TextRow kMeasureNames[kMeasureCount] = {
     {"Duty-", "Duty-", "负占空比"},
 };
 
-const char* pick(const TextRow& row, int index) { return index == 0 ? row.chinese : row.english; }
+const char* pick(const TextRow& row, int index) {
+    return index == 0 ? row.chinese : row.english;
+}
 
 template <std::size_t N>
 const QHash<QString, const TextRow*>& indexByKey(const TextRow (&rows)[N]) {
     static const QHash<QString, const TextRow*> index = [&rows] {
         QHash<QString, const TextRow*> h;
-        for (const TextRow& row : rows) h.insert(QString::fromUtf8(row.key), &row);
+        for (const TextRow& row : rows)
+            h.insert(QString::fromUtf8(row.key), &row);
         return h;
     }();
     return index;
@@ -386,8 +408,8 @@ template <std::size_t N> QList<TextRow> toList(const TextRow (&rows)[N]) {
 } // namespace
 
 void LoadLanguageSetting() {
-    LanguageIndex = platform::GetSettingInt(kAppTitle, "Korvane_Language", "Language",
-                                            kLanguageEnglish);
+    LanguageIndex =
+        platform::GetSettingInt(kAppTitle, "Korvane_Language", "Language", kLanguageEnglish);
 }
 
 void SaveLanguageSetting() {
@@ -395,7 +417,9 @@ void SaveLanguageSetting() {
                           QString::number(LanguageIndex));
 }
 
-int CaptionLanguage() { return g_captionLanguage; }
+int CaptionLanguage() {
+    return g_captionLanguage;
+}
 
 QString FormText(const char* form, const char* control) {
     const QString key = QString::fromUtf8(form) + "." + QString::fromUtf8(control);
@@ -424,7 +448,8 @@ void ApplyLanguage(int index) {
     ApplyDisplayWords(index);
     // Copy first: a routine may add or remove routines (a form closing).
     const auto routines = captionRoutines();
-    for (const auto& [id, routine] : routines) routine(index);
+    for (const auto& [id, routine] : routines)
+        routine(index);
 }
 
 int AddCaptionRoutine(CaptionRoutine routine) {
@@ -433,9 +458,13 @@ int AddCaptionRoutine(CaptionRoutine routine) {
     return id;
 }
 
-void RemoveCaptionRoutine(int id) { captionRoutines().erase(id); }
+void RemoveCaptionRoutine(int id) {
+    captionRoutines().erase(id);
+}
 
-void SetTranslatableFields(WordFieldProvider provider) { fieldProvider() = std::move(provider); }
+void SetTranslatableFields(WordFieldProvider provider) {
+    fieldProvider() = std::move(provider);
+}
 
 void TranslateFields(const QList<WordField>& fields, int index, int oldIndex) {
     const auto valid = [](int i) { return i == kLanguageChinese || i == kLanguageEnglish; };
@@ -458,6 +487,12 @@ void SwitchLanguage(int index) {
     SaveLanguageSetting();
 }
 
-QList<TextRow> FormCaptionRows() { return toList(kFormCaptions); }
-QList<TextRow> TreeLabelRows() { return toList(kTreeLabels); }
-QList<TextRow> MeasureNameRows() { return toList(kMeasureNames); }
+QList<TextRow> FormCaptionRows() {
+    return toList(kFormCaptions);
+}
+QList<TextRow> TreeLabelRows() {
+    return toList(kTreeLabels);
+}
+QList<TextRow> MeasureNameRows() {
+    return toList(kMeasureNames);
+}

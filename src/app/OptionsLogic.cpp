@@ -36,13 +36,15 @@ OptionsState OpenOptions(const QStringList& usbResources) {
     st.gpibIndex = s.GPIB_Addr;
 
     platform::FixedArray<QString, 0, kMaxUsbDevices - 1> serials;
-    for (int i = 0; i < usbResources.size(); ++i) serials[i] = UsbSerialField(usbResources[i]);
+    for (int i = 0; i < usbResources.size(); ++i)
+        serials[i] = UsbSerialField(usbResources[i]);
     if (usbResources.isEmpty()) {
         VisaRsrcIndex = 0;
         st.deviceItems = {FormText("frmOptions", "NoDevice")};
         st.deviceIndex = 0;
     } else {
-        for (int i = 0; i < usbResources.size(); ++i) st.deviceItems << serials[i];
+        for (int i = 0; i < usbResources.size(); ++i)
+            st.deviceItems << serials[i];
         if (VisaRsrcIndex == 0 || VisaRsrcIndex > usbResources.size()) VisaRsrcIndex = 1;
         st.deviceIndex = VisaRsrcIndex - 1;
     }

@@ -26,7 +26,8 @@ void write(const QString& section, const QString& key, const QString& value) {
 FramePlaceTwips ReadSoftwareSetting() {
     const SoftwareSettingRecord defaults;
     SoftwareSettingRecord& s = SoftwareSetting;
-    s.StartupCheckHardware = readBool(kGeneral, "StartupCheckHardware", defaults.StartupCheckHardware);
+    s.StartupCheckHardware =
+        readBool(kGeneral, "StartupCheckHardware", defaults.StartupCheckHardware);
     s.StartupLoadSheet = readBool(kGeneral, "StartupLoadSheet", defaults.StartupLoadSheet);
     s.StartupLoadCtrl = readBool(kGeneral, "StartupLoadCtrl", defaults.StartupLoadCtrl);
     s.ScopeIOType = readInt(kIo, "ScopeIOType", defaults.ScopeIOType);

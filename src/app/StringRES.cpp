@@ -11,14 +11,13 @@ QString MsgDeviceNotFound, MsgConnectTitle, MsgRefreshStub, MsgSysInfoUnavailabl
 
 QString WordRun, WordStop, WordOn, WordOff, WordUser, WordBig, WordSmall, WordEdge, WordPulse,
     WordVideo, WordSlope, WordAlternation, WordPattern, WordDuration, WordAcLine, WordCouplingAc,
-    WordCouplingDc, WordCouplingLf, WordCouplingHf, WordCouplingGnd, WordSweepAuto,
-    WordSweepNormal, WordSweepSingle, WordRising, WordFalling, WordBothEdges, WordPlusLess,
-    WordMinusLess, WordPlusGreater, WordMinusGreater, WordPlusEqual, WordMinusEqual, WordPositive,
-    WordNegative, WordAllLines, WordLine, WordOddField, WordEvenField, WordSlopePlusLess,
-    WordSlopeMinusLess, WordSlopePlusGreater, WordSlopeMinusGreater, WordSlopePlusEqual,
-    WordSlopeMinusEqual, WordLess, WordGreater, WordEqual, WordRealTime, WordEqualTime,
-    WordAcqNormal, WordAcqPeak, WordAcqAverage, WordVectors, WordDots, WordGridFull, WordGridHalf,
-    WordGridNone;
+    WordCouplingDc, WordCouplingLf, WordCouplingHf, WordCouplingGnd, WordSweepAuto, WordSweepNormal,
+    WordSweepSingle, WordRising, WordFalling, WordBothEdges, WordPlusLess, WordMinusLess,
+    WordPlusGreater, WordMinusGreater, WordPlusEqual, WordMinusEqual, WordPositive, WordNegative,
+    WordAllLines, WordLine, WordOddField, WordEvenField, WordSlopePlusLess, WordSlopeMinusLess,
+    WordSlopePlusGreater, WordSlopeMinusGreater, WordSlopePlusEqual, WordSlopeMinusEqual, WordLess,
+    WordGreater, WordEqual, WordRealTime, WordEqualTime, WordAcqNormal, WordAcqPeak, WordAcqAverage,
+    WordVectors, WordDots, WordGridFull, WordGridHalf, WordGridNone;
 
 namespace {
 
@@ -27,7 +26,12 @@ struct MessageRow {
     TextRow text;
 };
 
-#define MSG(var, en, zh) {&var, {#var, en, zh}}
+#define MSG(var, en, zh)                                                                           \
+    {                                                                                              \
+        &var, {                                                                                    \
+#var, en, zh                                                                           \
+        }                                                                                          \
+    }
 const MessageRow kMessages[] = {
     MSG(MsgDeviceNotFound, "Device not found!", "设备未找到!"),
     MSG(MsgConnectTitle, "Connect to Oscilloscope", "连接示波器"),
@@ -71,7 +75,12 @@ struct WordRow {
     TextRow text;
 };
 
-#define W(group, var, en, zh) {WordGroup::group, &var, {#var, en, zh}}
+#define W(group, var, en, zh)                                                                      \
+    {                                                                                              \
+        WordGroup::group, &var, {                                                                  \
+#var, en, zh                                                                           \
+        }                                                                                          \
+    }
 // Rows of a group stand in the group's order; the mappings and the language
 // change rely on that order.
 const WordRow kWords[] = {
@@ -135,7 +144,9 @@ const WordRow kWords[] = {
 };
 #undef W
 
-const char* pick(const TextRow& row, int index) { return index == 0 ? row.chinese : row.english; }
+const char* pick(const TextRow& row, int index) {
+    return index == 0 ? row.chinese : row.english;
+}
 
 // The designer's texts are the English ones, so they stand before any language is chosen.
 const bool kDesignerTexts = [] {
@@ -148,12 +159,14 @@ const bool kDesignerTexts = [] {
 
 void ApplyMessageTable(int index) {
     if (index != 0 && index != 1) return;
-    for (const MessageRow& row : kMessages) *row.variable = QString::fromUtf8(pick(row.text, index));
+    for (const MessageRow& row : kMessages)
+        *row.variable = QString::fromUtf8(pick(row.text, index));
 }
 
 void ApplyDisplayWords(int index) {
     if (index != 0 && index != 1) return;
-    for (const WordRow& row : kWords) *row.variable = QString::fromUtf8(pick(row.text, index));
+    for (const WordRow& row : kWords)
+        *row.variable = QString::fromUtf8(pick(row.text, index));
 }
 
 QList<QString> GroupWords(WordGroup group, int index) {
@@ -170,12 +183,14 @@ int GroupRowOf(WordGroup group, int index, const QString& word) {
 
 QList<TextRow> MessageRows() {
     QList<TextRow> rows;
-    for (const MessageRow& row : kMessages) rows << row.text;
+    for (const MessageRow& row : kMessages)
+        rows << row.text;
     return rows;
 }
 
 QList<TextRow> DisplayWordRows() {
     QList<TextRow> rows;
-    for (const WordRow& row : kWords) rows << row.text;
+    for (const WordRow& row : kWords)
+        rows << row.text;
     return rows;
 }

@@ -10,38 +10,53 @@ extern QString MsgDeviceNotFound, MsgConnectTitle, MsgRefreshStub, MsgSysInfoUna
     MsgConnectFirst, MsgQueryOnly, MsgNumberOnly, MsgRootNameFixed, MsgBadZoom, MsgBadSheetFile,
     MsgTooManyFiles, MsgOpenSheetFirst, MsgBadFile, MsgCantConnect, MsgDeviceInit, MsgDeviceSend,
     MsgDeviceRead, MsgReadTimeout, MsgCantRead, MsgBadNumber, MsgFileFail, MsgBadChannelData,
-    MsgFileError, MsgBadWaveform, MsgRs232Init, MsgBadPort, MsgRs232Send, MsgSaveSheet,
-    MsgSaveCtrl, MsgPositionLimit;
+    MsgFileError, MsgBadWaveform, MsgRs232Init, MsgBadPort, MsgRs232Send, MsgSaveSheet, MsgSaveCtrl,
+    MsgPositionLimit;
 
 // ---- display words ---------------------------------------------------------
-extern QString WordRun, WordStop;                                         // run state
-extern QString WordOn, WordOff;                                           // switch
-extern QString WordUser;                                                  // threshold
-extern QString WordBig, WordSmall;                                        // group size
+extern QString WordRun, WordStop;  // run state
+extern QString WordOn, WordOff;    // switch
+extern QString WordUser;           // threshold
+extern QString WordBig, WordSmall; // group size
 extern QString WordEdge, WordPulse, WordVideo, WordSlope, WordAlternation, WordPattern,
-    WordDuration;                                                         // trigger method
-extern QString WordAcLine;                                                // mains as source
+    WordDuration;          // trigger method
+extern QString WordAcLine; // mains as source
 extern QString WordCouplingAc, WordCouplingDc, WordCouplingLf, WordCouplingHf, WordCouplingGnd;
 extern QString WordSweepAuto, WordSweepNormal, WordSweepSingle;
-extern QString WordRising, WordFalling, WordBothEdges;                    // edge
+extern QString WordRising, WordFalling, WordBothEdges; // edge
 extern QString WordPlusLess, WordMinusLess, WordPlusGreater, WordMinusGreater, WordPlusEqual,
-    WordMinusEqual;                                                       // pulse condition
-extern QString WordPositive, WordNegative;                                // polarity
-extern QString WordAllLines, WordLine, WordOddField, WordEvenField;       // video sync
-extern QString WordSlopePlusLess, WordSlopeMinusLess, WordSlopePlusGreater,
-    WordSlopeMinusGreater, WordSlopePlusEqual, WordSlopeMinusEqual;       // slope condition
-extern QString WordLess, WordGreater, WordEqual;                          // duration qualifier
-extern QString WordRealTime, WordEqualTime;                               // sampling
-extern QString WordAcqNormal, WordAcqPeak, WordAcqAverage;                // acquire type
-extern QString WordVectors, WordDots;                                     // display type
-extern QString WordGridFull, WordGridHalf, WordGridNone;                  // grid
+    WordMinusEqual;                                                 // pulse condition
+extern QString WordPositive, WordNegative;                          // polarity
+extern QString WordAllLines, WordLine, WordOddField, WordEvenField; // video sync
+extern QString WordSlopePlusLess, WordSlopeMinusLess, WordSlopePlusGreater, WordSlopeMinusGreater,
+    WordSlopePlusEqual, WordSlopeMinusEqual;               // slope condition
+extern QString WordLess, WordGreater, WordEqual;           // duration qualifier
+extern QString WordRealTime, WordEqualTime;                // sampling
+extern QString WordAcqNormal, WordAcqPeak, WordAcqAverage; // acquire type
+extern QString WordVectors, WordDots;                      // display type
+extern QString WordGridFull, WordGridHalf, WordGridNone;   // grid
 
 // The enumerated parameters; a word belongs to exactly one group, so words
 // that read alike ("AC", "NORMAL") translate by their own group.
 enum class WordGroup {
-    RunState, Switch, Threshold, GroupSize, TriggerMethod, AcLineSource, Coupling, Sweep, Edge,
-    PulseCondition, Polarity, VideoSync, SlopeCondition, Qualifier, Sampling, AcquireType,
-    DisplayType, Grid
+    RunState,
+    Switch,
+    Threshold,
+    GroupSize,
+    TriggerMethod,
+    AcLineSource,
+    Coupling,
+    Sweep,
+    Edge,
+    PulseCondition,
+    Polarity,
+    VideoSync,
+    SlopeCondition,
+    Qualifier,
+    Sampling,
+    AcquireType,
+    DisplayType,
+    Grid
 };
 
 // Language 0 is Chinese, 1 English; any other index changes nothing.

@@ -15,9 +15,9 @@
 
 namespace {
 // Desktop tools that show the machine's hardware and system, best first.
-const QStringList kSystemInfoTools = {"hardinfo2", "hardinfo", "kinfocenter",
-                                      "gnome-system-monitor", "plasma-systemmonitor",
-                                      "xfce4-taskmanager"};
+const QStringList kSystemInfoTools = {
+    "hardinfo2",        "hardinfo", "kinfocenter", "gnome-system-monitor", "plasma-systemmonitor",
+    "xfce4-taskmanager"};
 
 QLabel* titleLabel(const QString& text, int pointSize) {
     auto* label = new QLabel(text);
@@ -32,8 +32,8 @@ QLabel* titleLabel(const QString& text, int pointSize) {
 bool StartSystemInfo() {
     const QString tool = platform::FindProgram(kSystemInfoTools);
     if (!tool.isEmpty() && platform::StartDetached(tool).isEmpty()) return true;
-    platform::MsgBox(MsgSysInfoUnavailable, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation,
-                     FormText("frmAbout", "Caption"));
+    platform::MsgBox(MsgSysInfoUnavailable, platform::MsgButtons::Ok,
+                     platform::MsgIcon::Exclamation, FormText("frmAbout", "Caption"));
     return false;
 }
 

@@ -207,10 +207,8 @@ void frmMain::buildMenus() {
     on("mnuWindowArrangeIcons", "mnuWindowArrangeIcons_Click", [this] { arrangeIcons(mdi_); });
     on("mnuHelpContents", "mnuHelpContents_Click", [this] { mnuHelpContents_Click(); });
     on("mnuHelpAbout", "mnuHelpAbout_Click", [this] { mnuHelpAbout_Click(); });
-    on("mnuLanguageChinese", "mnuLanguageChinese_Click",
-       [] { SwitchLanguage(kLanguageChinese); });
-    on("mnuLanguageEnglish", "mnuLanguageEnglish_Click",
-       [] { SwitchLanguage(kLanguageEnglish); });
+    on("mnuLanguageChinese", "mnuLanguageChinese_Click", [] { SwitchLanguage(kLanguageChinese); });
+    on("mnuLanguageEnglish", "mnuLanguageEnglish_Click", [] { SwitchLanguage(kLanguageEnglish); });
 }
 
 void frmMain::buildToolBar() {
@@ -312,28 +310,28 @@ void frmMain::buildPanes() {
 // ---- Load and start-up -------------------------------------------------------
 
 void frmMain::Load() {
-    DialogAccepted = false;                     // 1
-    LoadRecentSheetMenu();                      // 2
+    DialogAccepted = false; // 1
+    LoadRecentSheetMenu();  // 2
     LoadRecentCtrlMenu();
-    commTimer_->stop();                         // 3
+    commTimer_->stop(); // 3
     Connected = false;
-    FillTraceColors();                          // 4
+    FillTraceColors(); // 4
     MakerName = "Vexor Technologies,Inc.";
     ProductName = "NQ4000L";
-    ModelHasLa = true;                          // 5
+    ModelHasLa = true; // 5
     SheetDirty = false;
-    setLamps(Connected);                        // 6
-    timeOutTimer_->start();                     // 7
-    LoadSoftwareSetting();                      // 8
+    setLamps(Connected);    // 6
+    timeOutTimer_->start(); // 7
+    LoadSoftwareSetting();  // 8
     OpenVisaRM();
-    ApplyLanguage(LanguageIndex);               // 9
-    RawBias = 25;                               // 10
+    ApplyLanguage(LanguageIndex); // 9
+    RawBias = 25;                 // 10
     if (SoftwareSetting.StartupCheckHardware)
         platform::RunHandler("ConnectToDevice", [] { ConnectToDevice(); });
-    timerInit_->start();                        // 11
+    timerInit_->start(); // 11
     // 12: the measurement slots come with the measure window.
-    Connecting = false;                         // 13
-    buildPanes();                               // 14
+    Connecting = false; // 13
+    buildPanes();       // 14
 }
 
 void frmMain::timerInit_Timer() {
@@ -368,15 +366,27 @@ void frmMain::SaveSoftwareSetting() {
     SaveComPortMap();
 }
 
-void frmMain::OpenVisaRM() { ::OpenVisaRM(); }
-void frmMain::CloseVisaRM() { ::CloseVisaRM(); }
+void frmMain::OpenVisaRM() {
+    ::OpenVisaRM();
+}
+void frmMain::CloseVisaRM() {
+    ::CloseVisaRM();
+}
 
 // ---- panes -------------------------------------------------------------------
 
-void frmMain::HideController() { if (controllerPane_) controllerPane_->hide(); }
-void frmMain::ShowController() { if (controllerPane_) controllerPane_->show(); }
-void frmMain::HideDataSheet() { if (dataSheetPane_) dataSheetPane_->hide(); }
-void frmMain::ShowDataSheet() { if (dataSheetPane_) dataSheetPane_->show(); }
+void frmMain::HideController() {
+    if (controllerPane_) controllerPane_->hide();
+}
+void frmMain::ShowController() {
+    if (controllerPane_) controllerPane_->show();
+}
+void frmMain::HideDataSheet() {
+    if (dataSheetPane_) dataSheetPane_->hide();
+}
+void frmMain::ShowDataSheet() {
+    if (dataSheetPane_) dataSheetPane_->show();
+}
 
 DockPane* frmMain::pane(const QString& key) const {
     if (key == "DataSheet") return dataSheetPane_;
@@ -384,20 +394,26 @@ DockPane* frmMain::pane(const QString& key) const {
     return nullptr;
 }
 
-void frmMain::mnuViewToolbar_Click() { tbToolBar_->setVisible(action("mnuViewToolbar")->isChecked()); }
+void frmMain::mnuViewToolbar_Click() {
+    tbToolBar_->setVisible(action("mnuViewToolbar")->isChecked());
+}
 
 void frmMain::mnuViewStatusBar_Click() {
     statusBar()->setVisible(action("mnuViewStatusBar")->isChecked());
 }
 
 void frmMain::mnuViewController_Click() {
-    if (action("mnuViewController")->isChecked()) ShowController();
-    else HideController();
+    if (action("mnuViewController")->isChecked())
+        ShowController();
+    else
+        HideController();
 }
 
 void frmMain::mnuViewDataBrowser_Click() {
-    if (action("mnuViewDataBrowser")->isChecked()) ShowDataSheet();
-    else HideDataSheet();
+    if (action("mnuViewDataBrowser")->isChecked())
+        ShowDataSheet();
+    else
+        HideDataSheet();
 }
 
 // ---- Tools and Help ----------------------------------------------------------
@@ -422,7 +438,8 @@ void frmMain::mnuHelpContents_Click() {
     const QString path = QCoreApplication::applicationDirPath() + "/" + HelpFileName();
     const QString error = platform::OpenDocument(path);
     if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation, kAppTitle);
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation,
+                         kAppTitle);
 }
 
 void frmMain::mnuHelpAbout_Click() {
@@ -437,7 +454,9 @@ void frmMain::setLamps(bool connected) {
     picLED_OFF_->setVisible(!connected);
 }
 
-QString frmMain::statusText() const { return statusPanel_->text(); }
+QString frmMain::statusText() const {
+    return statusPanel_->text();
+}
 
 void frmMain::SetStatusText(const QString& text) {
     statusPanel_->setText(FormText("frmMain", "StatusIdle") + text);
@@ -468,8 +487,10 @@ void frmMain::ApplyCaptions(int index) {
         if (it.key().startsWith("mnuFileRecent")) continue;
         const QString text = FormText("frmMain", it.key().toUtf8().constData());
         if (text.isEmpty()) continue;
-        if (it.key().startsWith("tb")) it.value()->setToolTip(text);
-        else it.value()->setText(text);
+        if (it.key().startsWith("tb"))
+            it.value()->setToolTip(text);
+        else
+            it.value()->setText(text);
     }
     action("mnuLanguageChinese")->setChecked(index == kLanguageChinese);
     action("mnuLanguageEnglish")->setChecked(index == kLanguageEnglish);
@@ -480,8 +501,12 @@ void frmMain::ApplyCaptions(int index) {
     if (controllerPane_) controllerPane_->setWindowTitle(FormText("frmMain", "paneController"));
 }
 
-QAction* frmMain::action(const QString& name) const { return actions_.value(name); }
-QMenu* frmMain::menu(const QString& name) const { return menus_.value(name); }
+QAction* frmMain::action(const QString& name) const {
+    return actions_.value(name);
+}
+QMenu* frmMain::menu(const QString& name) const {
+    return menus_.value(name);
+}
 
 // ---- closing -----------------------------------------------------------------
 

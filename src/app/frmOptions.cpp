@@ -112,7 +112,8 @@ frmOptions::frmOptions(QWidget* parent) : QDialog(parent) {
     auto* gpib = named(new QGroupBox, "fraGPIB", captioned_);
     gpibCombo_ = new QComboBox;
     gpibCombo_->setObjectName("GPIB_AddrCombo");
-    for (int i = 0; i < kGpibAddressCount; ++i) gpibCombo_->addItem(QString::number(i));
+    for (int i = 0; i < kGpibAddressCount; ++i)
+        gpibCombo_->addItem(QString::number(i));
     auto* gpibLayout = new QFormLayout(gpib);
     gpibLayout->addRow(named(new QLabel, "labAddress", captioned_), gpibCombo_);
     auto* commLayout = new QVBoxLayout(comm);
@@ -149,9 +150,12 @@ void frmOptions::applyCaptions() {
     tbsOptions_->setTabText(2, FormText("frmOptions", "tabCommunication"));
     for (QWidget* w : captioned_) {
         const QString text = FormText("frmOptions", w->objectName().toUtf8().constData());
-        if (auto* box = qobject_cast<QGroupBox*>(w)) box->setTitle(text);
-        else if (auto* label = qobject_cast<QLabel*>(w)) label->setText(text);
-        else if (auto* button = qobject_cast<QAbstractButton*>(w)) button->setText(text);
+        if (auto* box = qobject_cast<QGroupBox*>(w))
+            box->setTitle(text);
+        else if (auto* label = qobject_cast<QLabel*>(w))
+            label->setText(text);
+        else if (auto* button = qobject_cast<QAbstractButton*>(w))
+            button->setText(text);
     }
 }
 
@@ -178,7 +182,9 @@ void frmOptions::showState(const OptionsState& st) {
     intervalCombo_->setEditText(st.intervalText);
 }
 
-void frmOptions::portChanged(int index) { portDevice_->setText(ComPortDevice(index + 1)); }
+void frmOptions::portChanged(int index) {
+    portDevice_->setText(ComPortDevice(index + 1));
+}
 
 OptionsState frmOptions::state() const {
     OptionsState st;
@@ -189,7 +195,8 @@ OptionsState frmOptions::state() const {
     st.portIndex = portCombo_->currentIndex();
     st.portDevice = portDevice_->text();
     st.baudText = baudCombo_->currentText();
-    for (int i = 0; i < deviceCombo_->count(); ++i) st.deviceItems << deviceCombo_->itemText(i);
+    for (int i = 0; i < deviceCombo_->count(); ++i)
+        st.deviceItems << deviceCombo_->itemText(i);
     st.deviceIndex = deviceCombo_->currentIndex();
     st.gpibIndex = gpibCombo_->currentIndex();
     st.refreshTypeIndex = refreshAuto_->isChecked() ? 1 : 0;

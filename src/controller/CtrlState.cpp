@@ -5,5 +5,7 @@ QString ControlFilePath;
 bool ModelHasLa = true;
 
 // The control file reader and writer are not built yet.
-bool SaveControlFile() { return false; }
+bool SaveControlFile() {
+    return false;
+}
 void OpenCtrl(const QString&) {}

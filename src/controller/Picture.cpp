@@ -101,7 +101,8 @@ PictureParts parsePicture(const QString& picture) {
         (picture[i + 1] == '+' || picture[i + 1] == '-')) {
         p.exponent = true;
         p.exponentPlus = picture[i + 1] == '+';
-        for (i += 2; i < n && isPlace(picture[i]); ++i) ++p.exponentDigits;
+        for (i += 2; i < n && isPlace(picture[i]); ++i)
+            ++p.exponentDigits;
     }
     for (; i < n; ++i) {
         if (picture[i] == '%') p.percent = true;
@@ -113,15 +114,18 @@ PictureParts parsePicture(const QString& picture) {
 QString digitsText(const Decimal& d, const PictureParts& p, QChar decimalSign) {
     std::string intPart, decPart;
     for (int k = 0; k < d.point; ++k)
-        intPart += k < static_cast<int>(d.digits.size()) ? d.digits[static_cast<std::size_t>(k)] : '0';
+        intPart +=
+            k < static_cast<int>(d.digits.size()) ? d.digits[static_cast<std::size_t>(k)] : '0';
     for (int k = d.point; k < d.point + p.decPlaces; ++k)
-        decPart += k >= 0 && k < static_cast<int>(d.digits.size()) ? d.digits[static_cast<std::size_t>(k)]
-                                                                   : '0';
+        decPart += k >= 0 && k < static_cast<int>(d.digits.size())
+                       ? d.digits[static_cast<std::size_t>(k)]
+                       : '0';
     const std::size_t firstSignificant = intPart.find_first_not_of('0');
     intPart = firstSignificant == std::string::npos ? "" : intPart.substr(firstSignificant);
     if (static_cast<int>(intPart.size()) < p.intZeros)
         intPart.insert(0, static_cast<std::size_t>(p.intZeros) - intPart.size(), '0');
-    while (static_cast<int>(decPart.size()) > p.decZeros && decPart.back() == '0') decPart.pop_back();
+    while (static_cast<int>(decPart.size()) > p.decZeros && decPart.back() == '0')
+        decPart.pop_back();
     QString text = QString::fromStdString(intPart);
     if (p.point) text += decimalSign + QString::fromStdString(decPart);
     return text;
@@ -129,7 +133,8 @@ QString digitsText(const Decimal& d, const PictureParts& p, QChar decimalSign) {
 
 } // namespace
 
-QString FormatPicture(double value, const QString& picture, Precision precision, QChar decimalSign) {
+QString FormatPicture(double value, const QString& picture, Precision precision,
+                      QChar decimalSign) {
     const PictureParts p = parsePicture(picture);
     const int significant = static_cast<int>(precision);
     const bool negative = value < 0;
@@ -149,10 +154,12 @@ QString FormatPicture(double value, const QString& picture, Precision precision,
             exponent += d.point - intDigits;
             d.point = intDigits;
         }
-        QString exponentText = QString::number(std::abs(exponent))
-                                   .rightJustified(p.exponentDigits, QLatin1Char('0'));
-        if (exponent < 0) exponentText.prepend('-');
-        else if (p.exponentPlus) exponentText.prepend('+');
+        QString exponentText =
+            QString::number(std::abs(exponent)).rightJustified(p.exponentDigits, QLatin1Char('0'));
+        if (exponent < 0)
+            exponentText.prepend('-');
+        else if (p.exponentPlus)
+            exponentText.prepend('+');
         body = digitsText(d, p, decimalSign) + "E" + exponentText;
     } else {
         roundAt(d, p.decPlaces);
@@ -170,7 +177,8 @@ double Val(const QString& text) {
     std::string s;
     int i = 0;
     const int n = static_cast<int>(text.size());
-    while (i < n && (text[i] == ' ' || text[i] == '\t')) ++i;
+    while (i < n && (text[i] == ' ' || text[i] == '\t'))
+        ++i;
     if (i < n && (text[i] == '+' || text[i] == '-')) s += static_cast<char>(text[i++].unicode());
     bool anyDigit = false;
     while (i < n && text[i].isDigit() && text[i].unicode() < 128) {
@@ -189,7 +197,8 @@ double Val(const QString& text) {
     if (i < n && (text[i] == 'e' || text[i] == 'E')) {
         std::string exponent = "e";
         int j = i + 1;
-        if (j < n && (text[j] == '+' || text[j] == '-')) exponent += static_cast<char>(text[j++].unicode());
+        if (j < n && (text[j] == '+' || text[j] == '-'))
+            exponent += static_cast<char>(text[j++].unicode());
         bool expDigit = false;
         while (j < n && text[j].isDigit() && text[j].unicode() < 128) {
             exponent += static_cast<char>(text[j++].unicode());
@@ -201,42 +210,52 @@ double Val(const QString& text) {
     return std::isfinite(v) ? v : 0;
 }
 
-float ValSingle(const QString& text) { return static_cast<float>(Val(text)); }
+float ValSingle(const QString& text) {
+    return static_cast<float>(Val(text));
+}
 
 namespace {
 QString numberText(double value, QChar decimalSign, bool classicStr) {
     if (value == 0) return classicStr ? QStringLiteral(" 0") : QStringLiteral("0");
     const bool negative = value < 0;
     Decimal d = decimalForm(std::fabs(value), 15);
-    while (d.digits.size() > 1 && d.digits.back() == '0') d.digits.pop_back();
+    while (d.digits.size() > 1 && d.digits.back() == '0')
+        d.digits.pop_back();
     const int exponent = d.point - 1;
     QString body;
     if (exponent < -4 || exponent >= 15) {
         body = QString::fromStdString(d.digits.substr(0, 1));
         if (d.digits.size() > 1) body += decimalSign + QString::fromStdString(d.digits.substr(1));
-        body += QString("E%1%2").arg(exponent < 0 ? '-' : '+').arg(std::abs(exponent), 2, 10,
-                                                                     QLatin1Char('0'));
+        body += QString("E%1%2")
+                    .arg(exponent < 0 ? '-' : '+')
+                    .arg(std::abs(exponent), 2, 10, QLatin1Char('0'));
     } else if (d.point <= 0) {
         body = (classicStr ? QString() : QStringLiteral("0")) + decimalSign +
                QString(-d.point, '0') + QString::fromStdString(d.digits);
     } else {
         const std::string& digits = d.digits;
-        std::string intPart = digits.substr(0, std::min<std::size_t>(digits.size(), static_cast<std::size_t>(d.point)));
+        std::string intPart = digits.substr(
+            0, std::min<std::size_t>(digits.size(), static_cast<std::size_t>(d.point)));
         intPart.append(static_cast<std::size_t>(d.point) > digits.size()
                            ? static_cast<std::size_t>(d.point) - digits.size()
                            : 0,
                        '0');
         body = QString::fromStdString(intPart);
         if (static_cast<int>(digits.size()) > d.point)
-            body += decimalSign + QString::fromStdString(digits.substr(static_cast<std::size_t>(d.point)));
+            body += decimalSign +
+                    QString::fromStdString(digits.substr(static_cast<std::size_t>(d.point)));
     }
     if (negative) return "-" + body;
     return classicStr ? " " + body : body;
 }
 } // namespace
 
-QString StrNumber(double value) { return numberText(value, QLatin1Char('.'), true); }
-QString CStrNumber(double value, QChar decimalSign) { return numberText(value, decimalSign, false); }
+QString StrNumber(double value) {
+    return numberText(value, QLatin1Char('.'), true);
+}
+QString CStrNumber(double value, QChar decimalSign) {
+    return numberText(value, decimalSign, false);
+}
 
 short CIntHalfEven(double value) {
     const double r = std::nearbyint(value); // the default rounding mode is half to even

@@ -67,23 +67,27 @@ double ParsePercentText(const QString& text) {
 }
 
 double ParseFreqText(const QString& text) {
-    return parseWithUnit(text, 'H', {{'G', 1e9, false}, {'M', 1e6, false}, {'k', 1000, false},
-                                     {'m', 1000, true}});
+    return parseWithUnit(
+        text, 'H', {{'G', 1e9, false}, {'M', 1e6, false}, {'k', 1000, false}, {'m', 1000, true}});
 }
 
 double ParseVoltText(const QString& text) {
-    return parseWithUnit(text, 'V', {{'p', 1e12, true}, {'n', 1e9, true}, {'u', 1e6, true},
-                                     {'m', 1000, true}, {'k', 1000, false}});
+    return parseWithUnit(text, 'V',
+                         {{'p', 1e12, true},
+                          {'n', 1e9, true},
+                          {'u', 1e6, true},
+                          {'m', 1000, true},
+                          {'k', 1000, false}});
 }
 
 double ParseTimeText(const QString& text) {
-    return parseWithUnit(text, 's', {{'p', 1e12, true}, {'n', 1e9, true}, {'u', 1e6, true},
-                                     {'m', 1000, true}});
+    return parseWithUnit(
+        text, 's', {{'p', 1e12, true}, {'n', 1e9, true}, {'u', 1e6, true}, {'m', 1000, true}});
 }
 
 double ParseVoltTextWide(const QString& text) {
-    return parseWithUnit(text, 'V', {{'u', 1e6, true}, {'m', 1000, true}, {'k', 1000, false},
-                                     {'M', 1e6, false}});
+    return parseWithUnit(
+        text, 'V', {{'u', 1e6, true}, {'m', 1000, true}, {'k', 1000, false}, {'M', 1e6, false}});
 }
 
 QString TimeTextToExpText(const QString& text) {
@@ -119,10 +123,10 @@ struct Rung {
 
 QString formatRung(float x, const Rung& r, bool singleScaling) {
     const QChar sign = MachineDecimalSign();
-    if (r.scale == 0)
-        return FormatPicture(x, r.picture, Precision::Single, sign) + r.unit;
+    if (r.scale == 0) return FormatPicture(x, r.picture, Precision::Single, sign) + r.unit;
     if (singleScaling) {
-        const float scaled = r.divide ? x / static_cast<float>(r.scale) : x * static_cast<float>(r.scale);
+        const float scaled =
+            r.divide ? x / static_cast<float>(r.scale) : x * static_cast<float>(r.scale);
         return FormatPicture(scaled, r.picture, Precision::Single, sign) + r.unit;
     }
     const double wide = x;
@@ -150,11 +154,14 @@ QString normTime(const QString& text, int digits) {
         const char* unit;
     };
     static const Decade decades[] = {
-        {99.999, 0, false, "s"},       {9.9999, 0, false, "s"},       {0.99999, 0, false, "s"},
-        {0.099999, 1000, false, "ms"}, {0.0099999, 1000, false, "ms"}, {0.00099999, 1000, false, "ms"},
-        {9.9999e-5, 1e6, false, "us"}, {9.9999e-6, 1e6, false, "us"},  {9.9999e-7, 1e6, false, "us"},
-        {9.9999e-8, 1e-9, true, "ns"}, {9.9999e-9, 1e-9, true, "ns"},  {9.9999e-10, 1e-9, true, "ns"},
-        {9.9999e-11, 1e-12, true, "ps"}, {9.9999e-12, 1e-12, true, "ps"}, {9.9999e-13, 1e-12, true, "ps"},
+        {99.999, 0, false, "s"},         {9.9999, 0, false, "s"},
+        {0.99999, 0, false, "s"},        {0.099999, 1000, false, "ms"},
+        {0.0099999, 1000, false, "ms"},  {0.00099999, 1000, false, "ms"},
+        {9.9999e-5, 1e6, false, "us"},   {9.9999e-6, 1e6, false, "us"},
+        {9.9999e-7, 1e6, false, "us"},   {9.9999e-8, 1e-9, true, "ns"},
+        {9.9999e-9, 1e-9, true, "ns"},   {9.9999e-10, 1e-9, true, "ns"},
+        {9.9999e-11, 1e-12, true, "ps"}, {9.9999e-12, 1e-12, true, "ps"},
+        {9.9999e-13, 1e-12, true, "ps"},
     };
     const float x = ValSingle(text);
     for (int i = 0; i < 15; ++i) {
@@ -174,14 +181,13 @@ QString NormVolt(const QString& text) {
     static const Rung kilo[] = {{99999, 1000, true, "###", "kV"},
                                 {9999.9, 1000, true, "##.0", "kV"},
                                 {999.99, 1000, true, "#.00", "kV"}};
-    static const Rung volt[] = {
-        {99.999, 0, false, "###", "V"}, {9.9999, 0, false, "##.0", "V"}, {0.99999, 0, false, "#.00", "V"}};
-    static const Rung small[] = {{0.099999, 1000, false, "###", "mV"},
-                                 {0.0099999, 1000, false, "##.0", "mV"},
-                                 {0.00099999, 1000, false, "#.00", "mV"},
-                                 {9.9999e-5, 1e6, false, "###", "uV"},
-                                 {9.9999e-6, 1e6, false, "##.0", "uV"},
-                                 {9.9999e-7, 1e6, false, "#.00", "uV"}};
+    static const Rung volt[] = {{99.999, 0, false, "###", "V"},
+                                {9.9999, 0, false, "##.0", "V"},
+                                {0.99999, 0, false, "#.00", "V"}};
+    static const Rung small[] = {
+        {0.099999, 1000, false, "###", "mV"},    {0.0099999, 1000, false, "##.0", "mV"},
+        {0.00099999, 1000, false, "#.00", "mV"}, {9.9999e-5, 1e6, false, "###", "uV"},
+        {9.9999e-6, 1e6, false, "##.0", "uV"},   {9.9999e-7, 1e6, false, "#.00", "uV"}};
     // The kV, mV and uV ranges are scaled and formatted as 32-bit floats.
     if (const Rung* r = symmetricRung(x, kilo, 3)) return formatRung(x, *r, true);
     if (const Rung* r = symmetricRung(x, volt, 3)) return formatRung(x, *r, false);
@@ -189,21 +195,27 @@ QString NormVolt(const QString& text) {
     return "0.00uV";
 }
 
-QString NormTime3(const QString& text) { return normTime(text, 3); }
-QString NormTime4(const QString& text) { return normTime(text, 4); }
-QString NormTime5(const QString& text) { return normTime(text, 5); }
+QString NormTime3(const QString& text) {
+    return normTime(text, 3);
+}
+QString NormTime4(const QString& text) {
+    return normTime(text, 4);
+}
+QString NormTime5(const QString& text) {
+    return normTime(text, 5);
+}
 
 QString NormFreq(const QString& text) {
     const float x = ValSingle(text);
     if (x >= 9.9999999e11) return "??.???";
     static const Rung rungs[] = {
-        {9.9999999e10, 1e9, true, "#000.0", "GHz"},   {9.9999999e9, 1e9, true, "#00.00", "GHz"},
-        {999999990, 1e9, true, "#0.000", "GHz"},      {99999999, 1e6, true, "#000.0", "MHz"},
-        {9999999.9, 1e6, true, "#00.00", "MHz"},      {999999.99, 1e6, true, "#0.000", "MHz"},
-        {99999.999, 1000, true, "#000.0", "kHz"},     {9999.9999, 1000, true, "#00.00", "kHz"},
-        {999.99999, 1000, true, "#0.000", "kHz"},     {99.999999, 0, false, "#000.0", "Hz"},
-        {9.9999999, 0, false, "#00.00", "Hz"},        {0.99999999, 0, false, "#0.000", "Hz"},
-        {0.099999999, 1000, false, "#000.0", "mHz"},  {0.0099999999, 1000, false, "#00.00", "mHz"},
+        {9.9999999e10, 1e9, true, "#000.0", "GHz"},    {9.9999999e9, 1e9, true, "#00.00", "GHz"},
+        {999999990, 1e9, true, "#0.000", "GHz"},       {99999999, 1e6, true, "#000.0", "MHz"},
+        {9999999.9, 1e6, true, "#00.00", "MHz"},       {999999.99, 1e6, true, "#0.000", "MHz"},
+        {99999.999, 1000, true, "#000.0", "kHz"},      {9999.9999, 1000, true, "#00.00", "kHz"},
+        {999.99999, 1000, true, "#0.000", "kHz"},      {99.999999, 0, false, "#000.0", "Hz"},
+        {9.9999999, 0, false, "#00.00", "Hz"},         {0.99999999, 0, false, "#0.000", "Hz"},
+        {0.099999999, 1000, false, "#000.0", "mHz"},   {0.0099999999, 1000, false, "#00.00", "mHz"},
         {0.00099999999, 1000, false, "#0.000", "mHz"},
     };
     for (const Rung& r : rungs)
@@ -265,8 +277,8 @@ SplitResult split(double value, bool outOfRange, int outRow, const QStringList& 
                 chosen = &row;
                 break;
             }
-        r.number = FormatPicture(value / chosen->divisor * chosen->multiplier, "0.000",
-                                 Precision::Double);
+        r.number =
+            FormatPicture(value / chosen->divisor * chosen->multiplier, "0.000", Precision::Double);
         r.unitRow = chosen->row;
     }
     r.joined = r.number + units.value(r.unitRow);
@@ -275,24 +287,24 @@ SplitResult split(double value, bool outOfRange, int outRow, const QStringList& 
 } // namespace
 
 SplitResult SplitVoltToUnit(double value, int) {
-    return split(value, std::fabs(value) >= 1e9, 2, kVoltUnits,
-                 {{1e6, 1e6, 1, 0}, {1000, 1000, 1, 1}, {1, 1, 1, 2}, {0.001, 1, 1000, 3},
-                  {0, 1, 1e6, 4}},
-                 true);
+    return split(
+        value, std::fabs(value) >= 1e9, 2, kVoltUnits,
+        {{1e6, 1e6, 1, 0}, {1000, 1000, 1, 1}, {1, 1, 1, 2}, {0.001, 1, 1000, 3}, {0, 1, 1e6, 4}},
+        true);
 }
 
 SplitResult SplitFreqToUnit(double value, int currentRow) {
-    return split(value, value >= 1e12 || value < 0, currentRow, kFreqUnits,
-                 {{1e9, 1e9, 1, 0}, {1e6, 1e6, 1, 1}, {1000, 1000, 1, 2}, {1, 1, 1, 3},
-                  {0, 1, 1000, 4}},
-                 false);
+    return split(
+        value, value >= 1e12 || value < 0, currentRow, kFreqUnits,
+        {{1e9, 1e9, 1, 0}, {1e6, 1e6, 1, 1}, {1000, 1000, 1, 2}, {1, 1, 1, 3}, {0, 1, 1000, 4}},
+        false);
 }
 
 SplitResult SplitTimeToUnit(double value, int currentRow) {
-    return split(value, std::fabs(value) >= 1000, currentRow, kTimeUnits,
-                 {{1, 1, 1, 4}, {0.001, 1, 1000, 3}, {1e-6, 1, 1e6, 2}, {1e-9, 1, 1e9, 1},
-                  {0, 1, 1e12, 0}},
-                 true);
+    return split(
+        value, std::fabs(value) >= 1000, currentRow, kTimeUnits,
+        {{1, 1, 1, 4}, {0.001, 1, 1000, 3}, {1e-6, 1, 1e6, 2}, {1e-9, 1, 1e9, 1}, {0, 1, 1e12, 0}},
+        true);
 }
 
 SplitResult SplitPercentToText(double value) {
@@ -359,16 +371,26 @@ QString fromReply(const QString& reply, std::initializer_list<Row> rows, const Q
 }
 } // namespace
 
-QString RunStateToCmd(const QString& w) { return toCmd(w, {{&WordRun, ":RUN"}, {&WordStop, ":STOP"}}); }
-QString RunStateFromReply(const QString& r) { return fromReply(r, {{&WordRun, "RUN"}}, WordStop); }
+QString RunStateToCmd(const QString& w) {
+    return toCmd(w, {{&WordRun, ":RUN"}, {&WordStop, ":STOP"}});
+}
+QString RunStateFromReply(const QString& r) {
+    return fromReply(r, {{&WordRun, "RUN"}}, WordStop);
+}
 
-QString SwitchToCmd(const QString& w) { return toCmd(w, {{&WordOn, "ON"}, {&WordOff, "OFF"}}); }
+QString SwitchToCmd(const QString& w) {
+    return toCmd(w, {{&WordOn, "ON"}, {&WordOff, "OFF"}});
+}
 QString SwitchFromReply(const QString& r) {
     return fromReply(r, {{&WordOn, "ON"}, {&WordOn, "1"}}, WordOff);
 }
 
-QString SizeToCmd(const QString& w) { return toCmd(w, {{&WordBig, "BIG"}, {&WordSmall, "SMALL"}}); }
-QString SizeFromReply(const QString& r) { return fromReply(r, {{&WordBig, "BIG"}}, WordSmall); }
+QString SizeToCmd(const QString& w) {
+    return toCmd(w, {{&WordBig, "BIG"}, {&WordSmall, "SMALL"}});
+}
+QString SizeFromReply(const QString& r) {
+    return fromReply(r, {{&WordBig, "BIG"}}, WordSmall);
+}
 
 QString SamplingToCmd(const QString& w) {
     return toCmd(w, {{&WordRealTime, "RTIME"}, {&WordEqualTime, "ETIME"}});
@@ -378,8 +400,9 @@ QString SamplingFromReply(const QString& r) {
 }
 
 QString AcquisitionToCmd(const QString& w) {
-    return toCmd(w, {{&WordAcqNormal, "NORMAL"}, {&WordAcqPeak, "PEAKDETECT"},
-                     {&WordAcqAverage, "AVERAGE"}});
+    return toCmd(
+        w,
+        {{&WordAcqNormal, "NORMAL"}, {&WordAcqPeak, "PEAKDETECT"}, {&WordAcqAverage, "AVERAGE"}});
 }
 QString AcquisitionFromReply(const QString& r) {
     return fromReply(r, {{&WordAcqNormal, "NORMAL"}, {&WordAcqPeak, "PEAKDETECT"}}, WordAcqAverage);
@@ -400,67 +423,93 @@ QString GridFromReply(const QString& r) {
 }
 
 QString TriggerMethodToCmd(const QString& w) {
-    return toCmd(w, {{&WordEdge, "EDGE"}, {&WordPulse, "PULSE"}, {&WordVideo, "VIDEO"},
-                     {&WordSlope, "SLOPE"}, {&WordAlternation, "ALTERNATION"},
-                     {&WordPattern, "PATTERN"}, {&WordDuration, "DURATION"}});
+    return toCmd(w, {{&WordEdge, "EDGE"},
+                     {&WordPulse, "PULSE"},
+                     {&WordVideo, "VIDEO"},
+                     {&WordSlope, "SLOPE"},
+                     {&WordAlternation, "ALTERNATION"},
+                     {&WordPattern, "PATTERN"},
+                     {&WordDuration, "DURATION"}});
 }
 QString TriggerMethodFromReply(const QString& r) {
-    return fromReply(r, {{&WordEdge, "EDGE"}, {&WordPulse, "PULSE"}, {&WordVideo, "VIDEO"},
-                         {&WordSlope, "SLOPE"}, {&WordAlternation, "ALTERNATION"},
-                         {&WordPattern, "PATTERN"}},
+    return fromReply(r,
+                     {{&WordEdge, "EDGE"},
+                      {&WordPulse, "PULSE"},
+                      {&WordVideo, "VIDEO"},
+                      {&WordSlope, "SLOPE"},
+                      {&WordAlternation, "ALTERNATION"},
+                      {&WordPattern, "PATTERN"}},
                      WordDuration);
 }
 
 QString SweepToCmd(const QString& w) {
-    return toCmd(w, {{&WordSweepAuto, "AUTO"}, {&WordSweepNormal, "NORMAL"},
-                     {&WordSweepSingle, "SINGLE"}});
+    return toCmd(
+        w, {{&WordSweepAuto, "AUTO"}, {&WordSweepNormal, "NORMAL"}, {&WordSweepSingle, "SINGLE"}});
 }
 QString SweepFromReply(const QString& r) {
-    return fromReply(r, {{&WordSweepAuto, "AUTO"}, {&WordSweepNormal, "NORMAL"},
-                         {&WordSweepSingle, "SINGLE"}},
-                     QString());
+    return fromReply(
+        r, {{&WordSweepAuto, "AUTO"}, {&WordSweepNormal, "NORMAL"}, {&WordSweepSingle, "SINGLE"}},
+        QString());
 }
 
 QString CouplingToCmd(const QString& w) {
-    return toCmd(w, {{&WordCouplingAc, "AC"}, {&WordCouplingDc, "DC"}, {&WordCouplingLf, "LF"},
-                     {&WordCouplingHf, "HF"}, {&WordCouplingGnd, "GND"}});
+    return toCmd(w, {{&WordCouplingAc, "AC"},
+                     {&WordCouplingDc, "DC"},
+                     {&WordCouplingLf, "LF"},
+                     {&WordCouplingHf, "HF"},
+                     {&WordCouplingGnd, "GND"}});
 }
 QString CouplingFromReply(const QString& r) {
-    return fromReply(r, {{&WordCouplingAc, "AC"}, {&WordCouplingDc, "DC"}, {&WordCouplingLf, "LF"},
-                         {&WordCouplingHf, "HF"}},
+    return fromReply(r,
+                     {{&WordCouplingAc, "AC"},
+                      {&WordCouplingDc, "DC"},
+                      {&WordCouplingLf, "LF"},
+                      {&WordCouplingHf, "HF"}},
                      WordCouplingGnd);
 }
 
 QString EdgeSlopeToCmd(const QString& w) {
-    return toCmd(w, {{&WordRising, "POSITIVE"}, {&WordFalling, "NEGATIVE"},
-                     {&WordBothEdges, "ALTERNATION"}});
+    return toCmd(
+        w,
+        {{&WordRising, "POSITIVE"}, {&WordFalling, "NEGATIVE"}, {&WordBothEdges, "ALTERNATION"}});
 }
 QString EdgeSlopeFromReply(const QString& r) {
     return fromReply(r, {{&WordRising, "POSITIVE"}, {&WordFalling, "NEGATIVE"}}, WordBothEdges);
 }
 
 QString PulseModeToCmd(const QString& w) {
-    return toCmd(w, {{&WordPlusLess, "+LESSTHAN"}, {&WordMinusLess, "-LESSTHAN"},
-                     {&WordPlusGreater, "+GREATERTHAN"}, {&WordMinusGreater, "-GREATERTHAN"},
-                     {&WordPlusEqual, "+EQUAL"}, {&WordMinusEqual, "-EQUAL"}});
+    return toCmd(w, {{&WordPlusLess, "+LESSTHAN"},
+                     {&WordMinusLess, "-LESSTHAN"},
+                     {&WordPlusGreater, "+GREATERTHAN"},
+                     {&WordMinusGreater, "-GREATERTHAN"},
+                     {&WordPlusEqual, "+EQUAL"},
+                     {&WordMinusEqual, "-EQUAL"}});
 }
 QString PulseModeFromReply(const QString& r) {
-    return fromReply(r, {{&WordPlusLess, "+LESS THAN"}, {&WordMinusLess, "-LESS THAN"},
-                         {&WordPlusGreater, "+GREATER THAN"}, {&WordMinusGreater, "-GREATER THAN"},
-                         {&WordPlusEqual, "+EQUAL"}},
+    return fromReply(r,
+                     {{&WordPlusLess, "+LESS THAN"},
+                      {&WordMinusLess, "-LESS THAN"},
+                      {&WordPlusGreater, "+GREATER THAN"},
+                      {&WordMinusGreater, "-GREATER THAN"},
+                      {&WordPlusEqual, "+EQUAL"}},
                      WordMinusEqual);
 }
 
 QString SlopeModeToCmd(const QString& w) {
-    return toCmd(w, {{&WordSlopePlusLess, "+LESSTHAN"}, {&WordSlopeMinusLess, "-LESSTHAN"},
+    return toCmd(w, {{&WordSlopePlusLess, "+LESSTHAN"},
+                     {&WordSlopeMinusLess, "-LESSTHAN"},
                      {&WordSlopePlusGreater, "+GREATERTHAN"},
-                     {&WordSlopeMinusGreater, "-GREATERTHAN"}, {&WordSlopePlusEqual, "+EQUAL"},
+                     {&WordSlopeMinusGreater, "-GREATERTHAN"},
+                     {&WordSlopePlusEqual, "+EQUAL"},
                      {&WordSlopeMinusEqual, "-EQUAL"}});
 }
 QString SlopeModeFromReply(const QString& r) {
-    return fromReply(r, {{&WordSlopePlusLess, "+LESS THAN"}, {&WordSlopeMinusLess, "-LESS THAN"},
-                         {&WordSlopePlusGreater, "+GREATER THAN"},
-                         {&WordSlopeMinusGreater, "-GREATER THAN"}, {&WordSlopePlusEqual, "+EQUAL"}},
+    return fromReply(r,
+                     {{&WordSlopePlusLess, "+LESS THAN"},
+                      {&WordSlopeMinusLess, "-LESS THAN"},
+                      {&WordSlopePlusGreater, "+GREATER THAN"},
+                      {&WordSlopeMinusGreater, "-GREATER THAN"},
+                      {&WordSlopePlusEqual, "+EQUAL"}},
                      WordSlopeMinusEqual);
 }
 
@@ -472,17 +521,20 @@ QString VideoPolarityFromReply(const QString& r) {
 }
 
 QString VideoSyncToCmd(const QString& w) {
-    return toCmd(w, {{&WordAllLines, "ALLlines"}, {&WordLine, "LINE"}, {&WordOddField, "ODDfield"},
+    return toCmd(w, {{&WordAllLines, "ALLlines"},
+                     {&WordLine, "LINE"},
+                     {&WordOddField, "ODDfield"},
                      {&WordEvenField, "EVENfield"}});
 }
 QString VideoSyncFromReply(const QString& r) {
-    return fromReply(r, {{&WordAllLines, "ALL LINES"}, {&WordLine, "LINE"},
-                         {&WordOddField, "ODD FIELD"}},
-                     WordEvenField);
+    return fromReply(
+        r, {{&WordAllLines, "ALL LINES"}, {&WordLine, "LINE"}, {&WordOddField, "ODD FIELD"}},
+        WordEvenField);
 }
 
 QString QualifierToCmd(const QString& w) {
-    return toCmd(w, {{&WordLess, "LESSTHAN"}, {&WordGreater, "GREATERTHAN"}, {&WordEqual, "EQUAL"}});
+    return toCmd(w,
+                 {{&WordLess, "LESSTHAN"}, {&WordGreater, "GREATERTHAN"}, {&WordEqual, "EQUAL"}});
 }
 QString QualifierFromReply(const QString& r) {
     return fromReply(r, {{&WordLess, "LESS THAN"}, {&WordGreater, "GREATER THAN"}}, WordEqual);
@@ -513,7 +565,9 @@ QString TriggerSourceFromReply(const QString& reply) {
     return reply == QLatin1String("ACLINE") ? WordAcLine : reply;
 }
 
-QString ProbeToCmd(const QString& probe) { return CStrNumber(Val(probe)); }
+QString ProbeToCmd(const QString& probe) {
+    return CStrNumber(Val(probe));
+}
 
 QString ThresholdFromReply(const QString& reply) {
     if (reply.left(4) == QLatin1String("User")) return NormVolt(reply.mid(5));
@@ -521,7 +575,8 @@ QString ThresholdFromReply(const QString& reply) {
 }
 
 QString ThresholdToDisplay(const QString& text) {
-    if (text == QLatin1String("TTL") || text == QLatin1String("ECL") || text == QLatin1String("CMOS"))
+    if (text == QLatin1String("TTL") || text == QLatin1String("ECL") ||
+        text == QLatin1String("CMOS"))
         return text;
     return NormVolt(text.mid(5));
 }
@@ -538,16 +593,19 @@ QString ProbeFromReply(const QString& reply) {
 void PatternReplyToLevels(const QString& reply, PatternLevels& levels) {
     // At most five fields: the fifth keeps any further commas.
     QStringList parts = reply.split(',');
-    while (parts.size() > 5) parts[4] += "," + parts.takeAt(5);
+    while (parts.size() > 5)
+        parts[4] += "," + parts.takeAt(5);
     platform::FixedArray<QString, 0, 4> fields;
     const int count = static_cast<int>(parts.size());
-    for (int i = 0; i < count; ++i) fields[i] = parts[i];
+    for (int i = 0; i < count; ++i)
+        fields[i] = parts[i];
     auto field = [&](int i) -> const QString& {
         if (i >= count) platform::ThrowBounds("pattern field", i, 0, count - 1);
         return fields[i];
     };
     const auto value = static_cast<quint32>(static_cast<qint64>(Val(field(1))));
-    for (int i = 1; i <= 16; ++i) levels[i] = (value >> (16 - i)) & 1 ? "H" : "L";
+    for (int i = 1; i <= 16; ++i)
+        levels[i] = (value >> (16 - i)) & 1 ? "H" : "L";
     const auto mask = static_cast<quint32>(static_cast<qint64>(Val(field(2))));
     for (int i = 1; i <= 16; ++i)
         if (!((mask >> (16 - i)) & 1)) levels[i] = "X";
@@ -555,8 +613,10 @@ void PatternReplyToLevels(const QString& reply, PatternLevels& levels) {
     if (field(3) == QLatin1String("None")) return;
     const int channel = static_cast<int>(Val(field(3).mid(1)));
     const QString polarity = count > 4 ? field(4).trimmed() : QString();
-    if (polarity == QLatin1String("Positive")) levels[16 - channel] = WordRising;
-    else if (polarity == QLatin1String("Negative")) levels[16 - channel] = WordFalling;
+    if (polarity == QLatin1String("Positive"))
+        levels[16 - channel] = WordRising;
+    else if (polarity == QLatin1String("Negative"))
+        levels[16 - channel] = WordFalling;
 }
 
 // ---- raw numbers ------------------------------------------------------------------------
@@ -567,22 +627,28 @@ double HexTextToNumber(const QString& text) {
     for (qsizetype i = text.size() - 1; i >= 0; --i, weight *= 16) {
         const QChar c = text[i];
         double digit;
-        if (c >= 'A' && c <= 'F') digit = c.unicode() - 'A' + 10;
-        else if (c >= 'a' && c <= 'f') digit = c.unicode() - 'a' + 10;
-        else digit = Val(QString(c));
+        if (c >= 'A' && c <= 'F')
+            digit = c.unicode() - 'A' + 10;
+        else if (c >= 'a' && c <= 'f')
+            digit = c.unicode() - 'a' + 10;
+        else
+            digit = Val(QString(c));
         result += digit * weight;
     }
     return result;
 }
 
 double PicosecondsToSeconds(qint32 lowWord, qint32 highWord) {
-    const double low = lowWord >= 0
-                           ? lowWord
-                           : HexTextToNumber(QString::number(static_cast<quint32>(lowWord), 16).toUpper());
+    const double low =
+        lowWord >= 0
+            ? lowWord
+            : HexTextToNumber(QString::number(static_cast<quint32>(lowWord), 16).toUpper());
     return low / 1e12 + highWord * 0.004294967296;
 }
 
-double PointsToValue(double points, double scale) { return points / 25 * scale; }
+double PointsToValue(double points, double scale) {
+    return points / 25 * scale;
+}
 
 short ValueToPoints(double value, double scale) {
     if (scale == 0) throw platform::ArithmeticFault("division by zero");
@@ -593,7 +659,8 @@ double NextTimeScale(double seconds, double direction) {
     // The ladder in picoseconds: 1, 2, 5, 10, ... 5e15 (5000 s).
     static const QList<double> rungs = [] {
         QList<double> r;
-        for (double decade = 1; decade <= 1e15; decade *= 10) r << decade << 2 * decade << 5 * decade;
+        for (double decade = 1; decade <= 1e15; decade *= 10)
+            r << decade << 2 * decade << 5 * decade;
         return r;
     }();
     const double ps = seconds * 1e12;
@@ -618,20 +685,27 @@ QString ProbeScaledToBase(const QString& scaleText, const QString& probeText) {
     static const QStringList base = {"1.00mV", "2.00mV", "5.00mV", "10.0mV", "20.0mV", "50.0mV",
                                      "100mV",  "200mV",  "500mV",  "1.00V",  "2.00V",  "5.00V"};
     static const QHash<QString, QStringList> scaled = {
-        {"2X", {"2.00mV", "4.00mV", "10.0mV", "20.0mV", "40.0mV", "100mV", "200mV", "400mV", "1.00V",
-                "2.00V", "4.00V", "10.0V"}},
-        {"5X", {"5.00mV", "10.0mV", "25.0mV", "50.0mV", "100mV", "250mV", "500mV", "1.00V", "2.50V",
-                "5.00V", "10.0V", "25.0V"}},
-        {"10X", {"10.0mV", "20.0mV", "50.0mV", "100mV", "200mV", "500mV", "1.00V", "2.00V", "5.00V",
-                 "10.0V", "20.0V", "50.0V"}},
-        {"50X", {"50.0mV", "100mV", "250mV", "500mV", "1.00V", "2.50V", "5.00V", "10.0V", "25.0V",
-                 "50.0V", "100V", "250V"}},
-        {"100X", {"100mV", "200mV", "500mV", "1.00V", "2.00V", "5.00V", "10.0V", "20.0V", "50.0V",
-                  "100V", "200V", "500V"}},
-        {"500X", {"500mV", "1.00V", "2.50V", "5.00V", "10.0V", "25.0V", "50.0V", "100V", "250V",
-                  "500V", "1000V", "2500V"}},
-        {"1000X", {"1.00V", "2.00V", "5.00V", "10.0V", "20.0V", "50.0V", "100V", "200V", "500V",
-                   "1.00kV", "2.00kV", "5.00kV"}},
+        {"2X",
+         {"2.00mV", "4.00mV", "10.0mV", "20.0mV", "40.0mV", "100mV", "200mV", "400mV", "1.00V",
+          "2.00V", "4.00V", "10.0V"}},
+        {"5X",
+         {"5.00mV", "10.0mV", "25.0mV", "50.0mV", "100mV", "250mV", "500mV", "1.00V", "2.50V",
+          "5.00V", "10.0V", "25.0V"}},
+        {"10X",
+         {"10.0mV", "20.0mV", "50.0mV", "100mV", "200mV", "500mV", "1.00V", "2.00V", "5.00V",
+          "10.0V", "20.0V", "50.0V"}},
+        {"50X",
+         {"50.0mV", "100mV", "250mV", "500mV", "1.00V", "2.50V", "5.00V", "10.0V", "25.0V", "50.0V",
+          "100V", "250V"}},
+        {"100X",
+         {"100mV", "200mV", "500mV", "1.00V", "2.00V", "5.00V", "10.0V", "20.0V", "50.0V", "100V",
+          "200V", "500V"}},
+        {"500X",
+         {"500mV", "1.00V", "2.50V", "5.00V", "10.0V", "25.0V", "50.0V", "100V", "250V", "500V",
+          "1000V", "2500V"}},
+        {"1000X",
+         {"1.00V", "2.00V", "5.00V", "10.0V", "20.0V", "50.0V", "100V", "200V", "500V", "1.00kV",
+          "2.00kV", "5.00kV"}},
     };
     if (probeText == QLatin1String("1X")) return scaleText;
     const auto row = scaled.constFind(probeText);
@@ -644,7 +718,8 @@ QString ProbeScaledToBase(const QString& scaleText, const QString& probeText) {
 
 namespace {
 bool isAcLine(const QString& source) {
-    return source == QLatin1String("AC") || source == QLatin1String("ACLINE") || source == WordAcLine;
+    return source == QLatin1String("AC") || source == QLatin1String("ACLINE") ||
+           source == WordAcLine;
 }
 QString channelQuery(const QString& source, const char* leaf) {
     return QString(":CHANNEL%1:%2?").arg(source == QLatin1String("CH1") ? 1 : 2).arg(leaf);

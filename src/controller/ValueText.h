@@ -14,10 +14,10 @@
 // returned 0 for a text they could not read. Callers test it right after.
 extern bool ValueTextValid;
 
-double ParsePercentText(const QString& text); // "25.0%" -> 0.25
-double ParseFreqText(const QString& text);    // "1.000kHz" -> 1000 ("m" milli, "M" mega)
-double ParseVoltText(const QString& text);    // "2.00mV" -> 0.002 (p n u m k)
-double ParseTimeText(const QString& text);    // "10.0us" -> 1e-5 (p n u m)
+double ParsePercentText(const QString& text);  // "25.0%" -> 0.25
+double ParseFreqText(const QString& text);     // "1.000kHz" -> 1000 ("m" milli, "M" mega)
+double ParseVoltText(const QString& text);     // "2.00mV" -> 0.002 (p n u m k)
+double ParseTimeText(const QString& text);     // "10.0us" -> 1e-5 (p n u m)
 double ParseVoltTextWide(const QString& text); // measure limits (u m k M)
 // "2.5ns" -> "2.500E-9": the time as the instrument takes it; empty when unreadable.
 QString TimeTextToExpText(const QString& text);
@@ -92,10 +92,10 @@ QString VideoSyncToCmd(const QString& word);
 QString VideoSyncFromReply(const QString& reply);
 QString QualifierToCmd(const QString& word);
 QString QualifierFromReply(const QString& reply);
-QString TimeFormatToCmd(const QString& text);     // "Y-T" "X-Y" else "SCANNING"
-QString TimeFormatFromReply(const QString& reply); // "SCANNING" -> "Roll", else as is
-QString VideoStandardToCmd(const QString& text);  // "PAL/SECAM" -> "PALSECAM"
-QString TriggerSourceToCmd(const QString& source); // "CH1" -> "CHANNEL1", "D7" -> "DIGITAL7"
+QString TimeFormatToCmd(const QString& text);         // "Y-T" "X-Y" else "SCANNING"
+QString TimeFormatFromReply(const QString& reply);    // "SCANNING" -> "Roll", else as is
+QString VideoStandardToCmd(const QString& text);      // "PAL/SECAM" -> "PALSECAM"
+QString TriggerSourceToCmd(const QString& source);    // "CH1" -> "CHANNEL1", "D7" -> "DIGITAL7"
 QString TriggerSourceFromReply(const QString& reply); // "ACLINE" -> WordAcLine
 QString ProbeToCmd(const QString& probe);             // "1000X" -> "1000"
 

@@ -17,7 +17,9 @@ bool openTransport() {
 }
 } // namespace
 
-void SetTransportOpener(TransportOpener opener) { g_opener = opener; }
+void SetTransportOpener(TransportOpener opener) {
+    g_opener = opener;
+}
 
 void ConnectToDevice() {
     Connecting = true;

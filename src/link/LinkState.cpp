@@ -15,7 +15,9 @@ namespace {
 LampView g_lampView;
 }
 
-void SetLampView(LampView view) { g_lampView = std::move(view); }
+void SetLampView(LampView view) {
+    g_lampView = std::move(view);
+}
 
 void ShowLamps(bool connected) {
     if (g_lampView) g_lampView(connected);

@@ -4,6 +4,8 @@
 // nothing to open or close.
 void OpenVisaRM() {}
 void CloseVisaRM() {}
-QStringList SearchUsbResources() { return {}; }
+QStringList SearchUsbResources() {
+    return {};
+}
 void VisaCloseInstr() {}
 void VisaCloseAll() {}

@@ -8,8 +8,14 @@ ClockHook& hook() {
 }
 } // namespace
 
-void SetClockHook(ClockHook h) { hook() = std::move(h); }
-QDateTime Now() { return hook() ? hook()() : QDateTime::currentDateTime(); }
-QDate Today() { return Now().date(); }
+void SetClockHook(ClockHook h) {
+    hook() = std::move(h);
+}
+QDateTime Now() {
+    return hook() ? hook()() : QDateTime::currentDateTime();
+}
+QDate Today() {
+    return Now().date();
+}
 
 } // namespace platform

@@ -14,7 +14,9 @@ DesktopHook& hook() {
 }
 } // namespace
 
-void SetDesktopHook(DesktopHook h) { hook() = std::move(h); }
+void SetDesktopHook(DesktopHook h) {
+    hook() = std::move(h);
+}
 
 QString OpenDocument(const QString& path) {
     if (hook()) return hook()({true, path});

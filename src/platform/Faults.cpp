@@ -18,6 +18,8 @@ void ReportFault(const char* handler, const char* what) noexcept {
     qWarning("Korvane: %s ended by a run-time fault: %s", handler, what);
 }
 
-int FaultCount() { return g_faults.load(); }
+int FaultCount() {
+    return g_faults.load();
+}
 
 } // namespace platform

@@ -11,7 +11,9 @@ FileDialogHook& hook() {
 }
 } // namespace
 
-void SetFileDialogHook(FileDialogHook h) { hook() = std::move(h); }
+void SetFileDialogHook(FileDialogHook h) {
+    hook() = std::move(h);
+}
 
 QString QtFilterFromPipeFilter(const QString& pipeFilter) {
     const QStringList parts = pipeFilter.split('|');
@@ -45,8 +47,7 @@ std::optional<QString> ShowFileDialog(const FileDialogRequest& request) {
         dialog.setFileMode(request.fileMustExist ? QFileDialog::ExistingFile
                                                  : QFileDialog::AnyFile);
     }
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return std::nullopt;
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
     return dialog.selectedFiles().first();
 }
 

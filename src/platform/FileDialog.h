@@ -12,8 +12,8 @@ namespace platform {
 struct FileDialogRequest {
     bool save = false;
     QString title;
-    QString filter;        // "Desc (*.ext)|*.ext|Desc2 (*.b)|*.b"
-    QString initialPath;   // folder or file
+    QString filter;      // "Desc (*.ext)|*.ext|Desc2 (*.b)|*.b"
+    QString initialPath; // folder or file
     bool fileMustExist = true;
     bool overwritePrompt = true;
 };

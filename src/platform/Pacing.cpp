@@ -10,9 +10,15 @@ double g_scale = 1.0;
 SleepObserver g_observer = nullptr;
 } // namespace
 
-void SetPacingScale(double scale) { g_scale = scale < 0 ? 0 : scale; }
-double PacingScale() { return g_scale; }
-void SetSleepObserver(SleepObserver observer) { g_observer = observer; }
+void SetPacingScale(double scale) {
+    g_scale = scale < 0 ? 0 : scale;
+}
+double PacingScale() {
+    return g_scale;
+}
+void SetSleepObserver(SleepObserver observer) {
+    g_observer = observer;
+}
 
 int ScaledMs(int milliseconds) {
     if (milliseconds <= 0) return 0;
@@ -25,6 +31,8 @@ void Sleep(int milliseconds) {
     if (ms > 0) QThread::msleep(static_cast<unsigned long>(ms));
 }
 
-void DoEvents() { QCoreApplication::processEvents(QEventLoop::AllEvents); }
+void DoEvents() {
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
+}
 
 } // namespace platform

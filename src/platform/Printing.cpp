@@ -31,7 +31,9 @@ void paintImage(QPrinter* printer, const QImage& image) {
 }
 } // namespace
 
-void SetPrintHook(PrintHook h) { hook() = std::move(h); }
+void SetPrintHook(PrintHook h) {
+    hook() = std::move(h);
+}
 
 bool PrintBitmap(const QImage& image, const QString& title) {
     if (hook()) return hook()({PrintAction::Print, image, title});

@@ -37,7 +37,9 @@ QSettings& store(const QString& app) {
     return *slot;
 }
 
-QString groupKey(const QString& section, const QString& key) { return section + "/" + key; }
+QString groupKey(const QString& section, const QString& key) {
+    return section + "/" + key;
+}
 
 } // namespace
 
@@ -54,7 +56,9 @@ QString SettingsDirectory() {
     return directory();
 }
 
-QString SettingsFilePath(const QString& app) { return SettingsDirectory() + "/" + app + ".ini"; }
+QString SettingsFilePath(const QString& app) {
+    return SettingsDirectory() + "/" + app + ".ini";
+}
 
 void SetSettingsWriteFailureHandler(void (*handler)(const QString&)) {
     g_writeFailureHandler = handler ? handler : defaultWriteFailure;
@@ -83,7 +87,8 @@ QList<QPair<QString, QString>> GetAllSettings(const QString& app, const QString&
     QSettings& s = store(app);
     QList<QPair<QString, QString>> rows;
     s.beginGroup(section);
-    for (const QString& key : s.childKeys()) rows.append({key, s.value(key).toString()});
+    for (const QString& key : s.childKeys())
+        rows.append({key, s.value(key).toString()});
     s.endGroup();
     return rows;
 }
@@ -113,6 +118,8 @@ bool GetSettingBool(const QString& app, const QString& section, const QString& k
     return ok ? v != 0 : defaultValue;
 }
 
-QString BoolSettingText(bool value) { return value ? "True" : "False"; }
+QString BoolSettingText(bool value) {
+    return value ? "True" : "False";
+}
 
 } // namespace platform

@@ -17,8 +17,7 @@ void SaveSetting(const QString& app, const QString& section, const QString& key,
 QList<QPair<QString, QString>> GetAllSettings(const QString& app, const QString& section);
 
 // Typed reads over GetSetting: text that does not read as the type gives the default.
-int GetSettingInt(const QString& app, const QString& section, const QString& key,
-                  int defaultValue);
+int GetSettingInt(const QString& app, const QString& section, const QString& key, int defaultValue);
 double GetSettingDouble(const QString& app, const QString& section, const QString& key,
                         double defaultValue);
 bool GetSettingBool(const QString& app, const QString& section, const QString& key,

@@ -37,10 +37,15 @@ double GetTimeVlu(const QString& text) {
     const QChar prefix = text[at - 1];
     const double number = Val(text.left(prefix.isDigit() ? at : at - 1));
     switch (prefix.unicode()) {
-    case 'p': return number / 1e12;
-    case 'n': return number / 1e9;
-    case 'u': return number / 1e6;
-    case 'm': return number / 1000;
-    default: return number;
+    case 'p':
+        return number / 1e12;
+    case 'n':
+        return number / 1e9;
+    case 'u':
+        return number / 1e6;
+    case 'm':
+        return number / 1000;
+    default:
+        return number;
     }
 }

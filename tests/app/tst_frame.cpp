@@ -88,11 +88,12 @@ void TestFrame::menusAndToolbarCarryTheirCaptions() {
     QCOMPARE(frame_->action("tbSave")->toolTip(), QString("Save All"));
     QCOMPARE(frame_->action("tbDataBrowser")->toolTip(), QString("Data Browser "));
     QStringList keys;
-    for (QAction* a : frame_->toolBar()->actions()) keys << a->objectName();
-    QCOMPARE(keys, (QStringList{"tbNew", "tbOpen", "tbSave", "tbConnect", "tbDisconnect",
-                                "tbController", "tbDataBrowser", "tbAddNewWaveform",
-                                "tbAddNewMeasure", "tbAddNewData", "tbAddNewRecord",
-                                "tbAddNewMemoryWaveform", "tbOptions", "tbFFT"}));
+    for (QAction* a : frame_->toolBar()->actions())
+        keys << a->objectName();
+    QCOMPARE(keys,
+             (QStringList{"tbNew", "tbOpen", "tbSave", "tbConnect", "tbDisconnect", "tbController",
+                          "tbDataBrowser", "tbAddNewWaveform", "tbAddNewMeasure", "tbAddNewData",
+                          "tbAddNewRecord", "tbAddNewMemoryWaveform", "tbOptions", "tbFFT"}));
     QVERIFY(frame_->action("mnuLanguageEnglish")->isChecked());
     QVERIFY(!frame_->action("mnuLanguageChinese")->isChecked());
 }
@@ -160,7 +161,7 @@ void TestFrame::cancelAtEitherQuestionKeepsTheProgram() {
     QVERIFY(!frame_->close());
     QVERIFY(frame_->isVisible());
     QCOMPARE(tp_->prompts(), (QStringList{"Save the changes to the Data Sheet File? /data/run.ult",
-                                         "Save the changes to the Control File? "}));
+                                          "Save the changes to the Control File? "}));
     QCOMPARE(tp_->boxes[0].buttons, platform::MsgButtons::YesNoCancel);
 
     tp_->boxes.clear();

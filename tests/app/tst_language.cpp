@@ -104,14 +104,11 @@ void TestLanguage::captionRoutinesRunInOrder() {
 void TestLanguage::translateFieldsByGroup() {
     QString source = "AC", coupling = "AC", pulse = "+Less Than", slope = "+Less Than";
     QString level = "0.10div", threshold = "TTL", sweep = "NORMAL", acquire = "NORMAL";
-    const QList<WordField> fields = {{&source, WordGroup::AcLineSource},
-                                     {&coupling, WordGroup::Coupling},
-                                     {&pulse, WordGroup::PulseCondition},
-                                     {&slope, WordGroup::SlopeCondition},
-                                     {&level, WordGroup::Switch},
-                                     {&threshold, WordGroup::Threshold},
-                                     {&sweep, WordGroup::Sweep},
-                                     {&acquire, WordGroup::AcquireType}};
+    const QList<WordField> fields = {
+        {&source, WordGroup::AcLineSource},  {&coupling, WordGroup::Coupling},
+        {&pulse, WordGroup::PulseCondition}, {&slope, WordGroup::SlopeCondition},
+        {&level, WordGroup::Switch},         {&threshold, WordGroup::Threshold},
+        {&sweep, WordGroup::Sweep},          {&acquire, WordGroup::AcquireType}};
     TranslateFields(fields, kLanguageChinese, kLanguageEnglish);
     QCOMPARE(source, QString::fromUtf8("市电"));
     QCOMPARE(coupling, QString::fromUtf8("交流"));
@@ -142,9 +139,11 @@ void TestLanguage::translationRoundTrips() {
     }
     const QList<QString> original = values;
     QList<WordField> fields;
-    for (int i = 0; i < values.size(); ++i) fields << WordField{&values[i], groups[i]};
+    for (int i = 0; i < values.size(); ++i)
+        fields << WordField{&values[i], groups[i]};
     TranslateFields(fields, kLanguageChinese, kLanguageEnglish);
-    for (int i = 0; i < values.size(); ++i) QVERIFY(values[i] != original[i]);
+    for (int i = 0; i < values.size(); ++i)
+        QVERIFY(values[i] != original[i]);
     TranslateFields(fields, kLanguageEnglish, kLanguageChinese);
     QCOMPARE(values, original);
 }
@@ -152,7 +151,9 @@ void TestLanguage::translationRoundTrips() {
 void TestLanguage::switchStoresTheChoiceAtOnce() {
     TestPlatform tp;
     QString method = "EDGE";
-    SetTranslatableFields([&method] { return QList<WordField>{{&method, WordGroup::TriggerMethod}}; });
+    SetTranslatableFields([&method] {
+        return QList<WordField>{{&method, WordGroup::TriggerMethod}};
+    });
     LanguageIndex = kLanguageEnglish;
     SwitchLanguage(kLanguageChinese);
     QCOMPARE(method, QString::fromUtf8("边沿触发"));

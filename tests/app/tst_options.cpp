@@ -46,9 +46,12 @@ void TestOptions::init() {
 void TestOptions::serialFieldOfAResourceName_data() {
     QTest::addColumn<QString>("resource");
     QTest::addColumn<QString>("serial");
-    QTest::newRow("usb") << "USB0::0x5345::0x1234::NQ4A00001::INSTR" << "NQ4A00001";
-    QTest::newRow("no fourth") << "USB0::0x1::0x2::SER" << "SER";
-    QTest::newRow("short") << "ASRL1::INSTR" << "";
+    QTest::newRow("usb") << "USB0::0x5345::0x1234::NQ4A00001::INSTR"
+                         << "NQ4A00001";
+    QTest::newRow("no fourth") << "USB0::0x1::0x2::SER"
+                               << "SER";
+    QTest::newRow("short") << "ASRL1::INSTR"
+                           << "";
 }
 
 void TestOptions::serialFieldOfAResourceName() {
@@ -104,7 +107,8 @@ void TestOptions::openingRepairsABadComPort() {
 void TestOptions::moreThanElevenDevicesIsABoundsFault() {
     TestPlatform tp;
     QStringList found;
-    for (int i = 0; i < 12; ++i) found << QString("USB0::0x1::0x2::S%1::INSTR").arg(i);
+    for (int i = 0; i < 12; ++i)
+        found << QString("USB0::0x1::0x2::S%1::INSTR").arg(i);
     QVERIFY_THROWS_EXCEPTION(platform::BoundsFault, OpenOptions(found));
     found.removeLast();
     QCOMPARE(OpenOptions(found).deviceItems.size(), 11);

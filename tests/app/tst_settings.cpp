@@ -145,7 +145,8 @@ void TestSettings::recentListRotation() {
     QFETCH(QStringList, after);
     TestPlatform tp;
     for (int i = 0; i < before.size(); ++i)
-        SaveSetting(kAppTitle, kRecentCtrlSection, "RecentFile" + QString::number(i + 1), before[i]);
+        SaveSetting(kAppTitle, kRecentCtrlSection, "RecentFile" + QString::number(i + 1),
+                    before[i]);
     QStringList shown;
     SetRecentCtrlMenuView([&shown](const QStringList& e) { shown = e; });
     AddRecentCtrl(added);

@@ -21,30 +21,52 @@ void TestPicture::format_data() {
     QTest::addColumn<double>("value");
     QTest::addColumn<QString>("picture");
     QTest::addColumn<QString>("text");
-    QTest::newRow("optional integer digit left out") << 0.5 << "#.00" << ".50";
-    QTest::newRow("all optional rounds to nothing") << 0.4 << "###" << "";
-    QTest::newRow("more digits than places") << 2500.0 << "###" << "2500";
-    QTest::newRow("zero with one required digit") << 0.0 << "#0.00" << "0.00";
-    QTest::newRow("negative keeps its sign at zero") << -0.001 << "0.00" << "-0.00";
-    QTest::newRow("half away from zero") << 0.125 << "0.00" << "0.13";
-    QTest::newRow("half away from zero, negative") << -0.125 << "0.00" << "-0.13";
-    QTest::newRow("integer half") << 2.5 << "0" << "3";
-    QTest::newRow("carry into a new digit") << 9.996 << "#.00" << "10.00";
-    QTest::newRow("required integer zeros") << 5.0 << "#000.0" << "005.0";
-    QTest::newRow("percent multiplies") << 0.25 << "00.0%" << "25.0%";
-    QTest::newRow("percent small") << 0.05 << "0.00%" << "5.00%";
-    QTest::newRow("literal after digits") << 12.345 << "#0.00dB" << "12.35dB";
-    QTest::newRow("literal negative") << -3.0 << "#00.0dB" << "-03.0dB";
-    QTest::newRow("optional decimals trimmed") << 0.005 << "0.0########################" << "0.005";
-    QTest::newRow("optional decimals keep one") << 1.0 << "0.0########################" << "1.0";
+    QTest::newRow("optional integer digit left out") << 0.5 << "#.00"
+                                                     << ".50";
+    QTest::newRow("all optional rounds to nothing") << 0.4 << "###"
+                                                    << "";
+    QTest::newRow("more digits than places") << 2500.0 << "###"
+                                             << "2500";
+    QTest::newRow("zero with one required digit") << 0.0 << "#0.00"
+                                                  << "0.00";
+    QTest::newRow("negative keeps its sign at zero") << -0.001 << "0.00"
+                                                     << "-0.00";
+    QTest::newRow("half away from zero") << 0.125 << "0.00"
+                                         << "0.13";
+    QTest::newRow("half away from zero, negative") << -0.125 << "0.00"
+                                                   << "-0.13";
+    QTest::newRow("integer half") << 2.5 << "0"
+                                  << "3";
+    QTest::newRow("carry into a new digit") << 9.996 << "#.00"
+                                            << "10.00";
+    QTest::newRow("required integer zeros") << 5.0 << "#000.0"
+                                            << "005.0";
+    QTest::newRow("percent multiplies") << 0.25 << "00.0%"
+                                        << "25.0%";
+    QTest::newRow("percent small") << 0.05 << "0.00%"
+                                   << "5.00%";
+    QTest::newRow("literal after digits") << 12.345 << "#0.00dB"
+                                          << "12.35dB";
+    QTest::newRow("literal negative") << -3.0 << "#00.0dB"
+                                      << "-03.0dB";
+    QTest::newRow("optional decimals trimmed") << 0.005 << "0.0########################"
+                                               << "0.005";
+    QTest::newRow("optional decimals keep one") << 1.0 << "0.0########################"
+                                                << "1.0";
     QTest::newRow("fifteen digits from a double") << 1.0 / 3 << "0.0########################"
                                                   << "0.333333333333333";
-    QTest::newRow("exponent plus sign") << 12345.0 << "0.00E+00" << "1.23E+04";
-    QTest::newRow("exponent negative") << 0.000123 << "0.00E+00" << "1.23E-04";
-    QTest::newRow("exponent minus form, positive") << 12345.0 << "0.00E-00" << "1.23E04";
-    QTest::newRow("exponent minus form, negative") << 0.000123 << "0.00E-00" << "1.23E-04";
-    QTest::newRow("exponent carry") << 9.999 << "0.00E+00" << "1.00E+01";
-    QTest::newRow("exponent of zero") << 0.0 << "0.00E+00" << "0.00E+00";
+    QTest::newRow("exponent plus sign") << 12345.0 << "0.00E+00"
+                                        << "1.23E+04";
+    QTest::newRow("exponent negative") << 0.000123 << "0.00E+00"
+                                       << "1.23E-04";
+    QTest::newRow("exponent minus form, positive") << 12345.0 << "0.00E-00"
+                                                   << "1.23E04";
+    QTest::newRow("exponent minus form, negative") << 0.000123 << "0.00E-00"
+                                                   << "1.23E-04";
+    QTest::newRow("exponent carry") << 9.999 << "0.00E+00"
+                                    << "1.00E+01";
+    QTest::newRow("exponent of zero") << 0.0 << "0.00E+00"
+                                      << "0.00E+00";
 }
 
 void TestPicture::format() {
@@ -89,13 +111,20 @@ void TestPicture::strAndCStr_data() {
     QTest::addColumn<double>("value");
     QTest::addColumn<QString>("str");
     QTest::addColumn<QString>("cstr");
-    QTest::newRow("half") << 0.5 << " .5" << "0.5";
-    QTest::newRow("negative fraction") << -0.25 << "-.25" << "-0.25";
-    QTest::newRow("small uses exponent") << 1e-5 << " 1E-05" << "1E-05";
-    QTest::newRow("integer") << 123.0 << " 123" << "123";
-    QTest::newRow("zero") << 0.0 << " 0" << "0";
-    QTest::newRow("large uses exponent") << 1.5e15 << " 1.5E+15" << "1.5E+15";
-    QTest::newRow("fifteen digits") << 0.1 + 0.2 << " .3" << "0.3";
+    QTest::newRow("half") << 0.5 << " .5"
+                          << "0.5";
+    QTest::newRow("negative fraction") << -0.25 << "-.25"
+                                       << "-0.25";
+    QTest::newRow("small uses exponent") << 1e-5 << " 1E-05"
+                                         << "1E-05";
+    QTest::newRow("integer") << 123.0 << " 123"
+                             << "123";
+    QTest::newRow("zero") << 0.0 << " 0"
+                          << "0";
+    QTest::newRow("large uses exponent") << 1.5e15 << " 1.5E+15"
+                                         << "1.5E+15";
+    QTest::newRow("fifteen digits") << 0.1 + 0.2 << " .3"
+                                    << "0.3";
 }
 
 void TestPicture::strAndCStr() {

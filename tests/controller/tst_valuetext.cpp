@@ -77,11 +77,21 @@ void TestValueText::parsers() {
     ValueTextValid = !valid; // each parser must set the flag itself
     double got = 0;
     switch (parser) {
-    case Percent: got = ParsePercentText(text); break;
-    case Freq: got = ParseFreqText(text); break;
-    case Volt: got = ParseVoltText(text); break;
-    case Time: got = ParseTimeText(text); break;
-    case VoltWide: got = ParseVoltTextWide(text); break;
+    case Percent:
+        got = ParsePercentText(text);
+        break;
+    case Freq:
+        got = ParseFreqText(text);
+        break;
+    case Volt:
+        got = ParseVoltText(text);
+        break;
+    case Time:
+        got = ParseTimeText(text);
+        break;
+    case VoltWide:
+        got = ParseVoltTextWide(text);
+        break;
     }
     QCOMPARE(got, value);
     QCOMPARE(ValueTextValid, valid);
@@ -90,14 +100,22 @@ void TestValueText::parsers() {
 void TestValueText::timeTextToExpText_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("exp");
-    QTest::newRow("nano") << "2.5ns" << "2.500E-9";
-    QTest::newRow("many digits") << "1.23456789us" << "1.23456789E-6";
-    QTest::newRow("pico") << "100ps" << "100.000E-12";
-    QTest::newRow("milli") << "20ms" << "20.000E-3";
-    QTest::newRow("plain seconds") << "5s" << "5.000";
-    QTest::newRow("no s") << "x" << "";
-    QTest::newRow("mark") << ">1ns" << "";
-    QTest::newRow("unknown prefix") << "1ks" << "";
+    QTest::newRow("nano") << "2.5ns"
+                          << "2.500E-9";
+    QTest::newRow("many digits") << "1.23456789us"
+                                 << "1.23456789E-6";
+    QTest::newRow("pico") << "100ps"
+                          << "100.000E-12";
+    QTest::newRow("milli") << "20ms"
+                           << "20.000E-3";
+    QTest::newRow("plain seconds") << "5s"
+                                   << "5.000";
+    QTest::newRow("no s") << "x"
+                          << "";
+    QTest::newRow("mark") << ">1ns"
+                          << "";
+    QTest::newRow("unknown prefix") << "1ks"
+                                    << "";
 }
 
 void TestValueText::timeTextToExpText() {
@@ -109,29 +127,52 @@ void TestValueText::timeTextToExpText() {
 void TestValueText::normVolt_data() {
     QTest::addColumn<QString>("in");
     QTest::addColumn<QString>("out");
-    QTest::newRow("zero") << "0" << "0.00uV";
-    QTest::newRow("rounds up into volts") << "0.999995" << "1.00V";
-    QTest::newRow("half volt") << "0.5" << "500mV";
-    QTest::newRow("too large") << "1e7" << "??.?V";
-    QTest::newRow("at the top bound") << "9.9999e6" << "??.?V";
-    QTest::newRow("no negative megavolts") << "-2e6" << "??.?V";
-    QTest::newRow("megavolts") << "2e6" << "2.00MV";
-    QTest::newRow("megavolt bound") << "999990" << "1.00MV";
-    QTest::newRow("just under megavolts") << "999989" << "1000kV";
-    QTest::newRow("negative kilovolts") << "-500000" << "-500kV";
-    QTest::newRow("tens of kilovolts") << "12345" << "12.3kV";
-    QTest::newRow("kilovolts") << "1234" << "1.23kV";
-    QTest::newRow("hundreds of volts") << "150" << "150V";
-    QTest::newRow("negative tens") << "-15" << "-15.0V";
-    QTest::newRow("volts") << "2.5" << "2.50V";
-    QTest::newRow("negative millivolts") << "-0.25" << "-250mV";
-    QTest::newRow("tens of millivolts") << "0.0123" << "12.3mV";
-    QTest::newRow("millivolts") << "0.00123" << "1.23mV";
-    QTest::newRow("hundreds of microvolts") << "0.0005" << "500uV";
-    QTest::newRow("microvolts") << "5e-6" << "5.00uV";
-    QTest::newRow("below the ladder") << "5e-7" << "0.00uV";
-    QTest::newRow("text with unit") << "1.00V" << "1.00V";
-    QTest::newRow("no number") << "abc" << "0.00uV";
+    QTest::newRow("zero") << "0"
+                          << "0.00uV";
+    QTest::newRow("rounds up into volts") << "0.999995"
+                                          << "1.00V";
+    QTest::newRow("half volt") << "0.5"
+                               << "500mV";
+    QTest::newRow("too large") << "1e7"
+                               << "??.?V";
+    QTest::newRow("at the top bound") << "9.9999e6"
+                                      << "??.?V";
+    QTest::newRow("no negative megavolts") << "-2e6"
+                                           << "??.?V";
+    QTest::newRow("megavolts") << "2e6"
+                               << "2.00MV";
+    QTest::newRow("megavolt bound") << "999990"
+                                    << "1.00MV";
+    QTest::newRow("just under megavolts") << "999989"
+                                          << "1000kV";
+    QTest::newRow("negative kilovolts") << "-500000"
+                                        << "-500kV";
+    QTest::newRow("tens of kilovolts") << "12345"
+                                       << "12.3kV";
+    QTest::newRow("kilovolts") << "1234"
+                               << "1.23kV";
+    QTest::newRow("hundreds of volts") << "150"
+                                       << "150V";
+    QTest::newRow("negative tens") << "-15"
+                                   << "-15.0V";
+    QTest::newRow("volts") << "2.5"
+                           << "2.50V";
+    QTest::newRow("negative millivolts") << "-0.25"
+                                         << "-250mV";
+    QTest::newRow("tens of millivolts") << "0.0123"
+                                        << "12.3mV";
+    QTest::newRow("millivolts") << "0.00123"
+                                << "1.23mV";
+    QTest::newRow("hundreds of microvolts") << "0.0005"
+                                            << "500uV";
+    QTest::newRow("microvolts") << "5e-6"
+                                << "5.00uV";
+    QTest::newRow("below the ladder") << "5e-7"
+                                      << "0.00uV";
+    QTest::newRow("text with unit") << "1.00V"
+                                    << "1.00V";
+    QTest::newRow("no number") << "abc"
+                               << "0.00uV";
 }
 
 void TestValueText::normVolt() {
@@ -144,20 +185,34 @@ void TestValueText::normTime_data() {
     QTest::addColumn<int>("digits");
     QTest::addColumn<QString>("in");
     QTest::addColumn<QString>("out");
-    QTest::newRow("10 us") << 3 << "0.00001" << "10.0us";
-    QTest::newRow("zero 3") << 3 << "0" << "0.00s";
-    QTest::newRow("zero 4") << 4 << "0" << "0.000s";
-    QTest::newRow("zero 5") << 5 << "0" << "0.0000s";
-    QTest::newRow("no upper limit") << 3 << "2500" << "2500s";
-    QTest::newRow("negative milli") << 3 << "-0.001" << "-1.00ms";
-    QTest::newRow("four digits milli") << 4 << "0.5" << "500.0ms";
-    QTest::newRow("five digits seconds") << 5 << "1.5" << "1.5000s";
-    QTest::newRow("one nanosecond") << 3 << "1e-9" << "1.00ns";
-    QTest::newRow("picoseconds") << 3 << "1.5e-12" << "1.50ps";
-    QTest::newRow("below picoseconds") << 3 << "5e-13" << "0.00s";
-    QTest::newRow("fifty milli") << 3 << "0.05" << "50.0ms";
-    QTest::newRow("default delay") << 5 << "0" << "0.0000s";
-    QTest::newRow("hundred nano four") << 4 << "1e-7" << "100.0ns";
+    QTest::newRow("10 us") << 3 << "0.00001"
+                           << "10.0us";
+    QTest::newRow("zero 3") << 3 << "0"
+                            << "0.00s";
+    QTest::newRow("zero 4") << 4 << "0"
+                            << "0.000s";
+    QTest::newRow("zero 5") << 5 << "0"
+                            << "0.0000s";
+    QTest::newRow("no upper limit") << 3 << "2500"
+                                    << "2500s";
+    QTest::newRow("negative milli") << 3 << "-0.001"
+                                    << "-1.00ms";
+    QTest::newRow("four digits milli") << 4 << "0.5"
+                                       << "500.0ms";
+    QTest::newRow("five digits seconds") << 5 << "1.5"
+                                         << "1.5000s";
+    QTest::newRow("one nanosecond") << 3 << "1e-9"
+                                    << "1.00ns";
+    QTest::newRow("picoseconds") << 3 << "1.5e-12"
+                                 << "1.50ps";
+    QTest::newRow("below picoseconds") << 3 << "5e-13"
+                                       << "0.00s";
+    QTest::newRow("fifty milli") << 3 << "0.05"
+                                 << "50.0ms";
+    QTest::newRow("default delay") << 5 << "0"
+                                   << "0.0000s";
+    QTest::newRow("hundred nano four") << 4 << "1e-7"
+                                       << "100.0ns";
 }
 
 void TestValueText::normTime() {
@@ -171,16 +226,26 @@ void TestValueText::normTime() {
 void TestValueText::normFreq_data() {
     QTest::addColumn<QString>("in");
     QTest::addColumn<QString>("out");
-    QTest::newRow("zero") << "0" << "??.???";
-    QTest::newRow("negative") << "-5" << "??.???";
-    QTest::newRow("one kilohertz") << "1000" << "1.000kHz";
-    QTest::newRow("too large") << "1e12" << "??.???";
-    QTest::newRow("fifty hertz") << "50" << "50.00Hz";
-    QTest::newRow("one hertz") << "1" << "1.000Hz";
-    QTest::newRow("half hertz") << "0.5" << "500.0mHz";
-    QTest::newRow("megahertz") << "123456789" << "123.5MHz";
-    QTest::newRow("gigahertz") << "2.5e9" << "2.500GHz";
-    QTest::newRow("below the ladder") << "5e-4" << "??.???";
+    QTest::newRow("zero") << "0"
+                          << "??.???";
+    QTest::newRow("negative") << "-5"
+                              << "??.???";
+    QTest::newRow("one kilohertz") << "1000"
+                                   << "1.000kHz";
+    QTest::newRow("too large") << "1e12"
+                               << "??.???";
+    QTest::newRow("fifty hertz") << "50"
+                                 << "50.00Hz";
+    QTest::newRow("one hertz") << "1"
+                               << "1.000Hz";
+    QTest::newRow("half hertz") << "0.5"
+                                << "500.0mHz";
+    QTest::newRow("megahertz") << "123456789"
+                               << "123.5MHz";
+    QTest::newRow("gigahertz") << "2.5e9"
+                               << "2.500GHz";
+    QTest::newRow("below the ladder") << "5e-4"
+                                      << "??.???";
 }
 
 void TestValueText::normFreq() {
@@ -193,18 +258,42 @@ void TestValueText::normDBAndPercent_data() {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("in");
     QTest::addColumn<QString>("out");
-    QTest::newRow("dB zero") << "dB" << "0" << "0.00dB";
-    QTest::newRow("dB too high") << "dB" << "12345" << "****dB";
-    QTest::newRow("dB too low") << "dB" << "-12345" << "-****dB";
-    QTest::newRow("dB hundreds") << "dB" << "150" << "150.0dB";
-    QTest::newRow("dB tens") << "dB" << "20" << "20.0dB";
-    QTest::newRow("dB negative tens") << "dB" << "-50" << "-50.0dB";
-    QTest::newRow("dB negative hundreds") << "dB" << "-150" << "-150.0dB";
-    QTest::newRow("dB negative small") << "dB" << "-5.5" << "-5.50dB";
-    QTest::newRow("percent quarter") << "%" << "0.25" << "25.0%";
-    QTest::newRow("percent small") << "%" << "0.05" << "5.00%";
-    QTest::newRow("percent whole") << "%" << "1" << "100.0%";
-    QTest::newRow("percent tenth") << "%" << "0.1" << "10.0%";
+    QTest::newRow("dB zero") << "dB"
+                             << "0"
+                             << "0.00dB";
+    QTest::newRow("dB too high") << "dB"
+                                 << "12345"
+                                 << "****dB";
+    QTest::newRow("dB too low") << "dB"
+                                << "-12345"
+                                << "-****dB";
+    QTest::newRow("dB hundreds") << "dB"
+                                 << "150"
+                                 << "150.0dB";
+    QTest::newRow("dB tens") << "dB"
+                             << "20"
+                             << "20.0dB";
+    QTest::newRow("dB negative tens") << "dB"
+                                      << "-50"
+                                      << "-50.0dB";
+    QTest::newRow("dB negative hundreds") << "dB"
+                                          << "-150"
+                                          << "-150.0dB";
+    QTest::newRow("dB negative small") << "dB"
+                                       << "-5.5"
+                                       << "-5.50dB";
+    QTest::newRow("percent quarter") << "%"
+                                     << "0.25"
+                                     << "25.0%";
+    QTest::newRow("percent small") << "%"
+                                   << "0.05"
+                                   << "5.00%";
+    QTest::newRow("percent whole") << "%"
+                                   << "1"
+                                   << "100.0%";
+    QTest::newRow("percent tenth") << "%"
+                                   << "0.1"
+                                   << "10.0%";
 }
 
 void TestValueText::normDBAndPercent() {
@@ -286,10 +375,14 @@ void TestValueText::splitToUnit() {
     QFETCH(int, row);
     QFETCH(QString, joined);
     SplitResult r;
-    if (kind == "V") r = SplitVoltToUnit(value);
-    else if (kind == "F") r = SplitFreqToUnit(value, 3);
-    else if (kind == "T") r = SplitTimeToUnit(value, 4);
-    else r = SplitPercentToText(value);
+    if (kind == "V")
+        r = SplitVoltToUnit(value);
+    else if (kind == "F")
+        r = SplitFreqToUnit(value, 3);
+    else if (kind == "T")
+        r = SplitTimeToUnit(value, 4);
+    else
+        r = SplitPercentToText(value);
     QCOMPARE(r.number, number);
     QCOMPARE(r.unitRow, row);
     QCOMPARE(r.joined, joined);

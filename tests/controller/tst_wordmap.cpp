@@ -35,35 +35,64 @@ void TestWordMap::setAndReplySpellingsDiffer_data() {
     QTest::addColumn<Mapper>("fromReply");
     QTest::addColumn<QString>("reply");
     QTest::addColumn<QString>("word");
-    QTest::newRow("pulse reply spelling") << Mapper(PulseModeFromReply) << "-GREATER THAN" << "-Greater Than";
-    QTest::newRow("pulse set spelling is no reply") << Mapper(PulseModeFromReply) << "-GREATERTHAN" << "-Equal";
-    QTest::newRow("slope reply") << Mapper(SlopeModeFromReply) << "+LESS THAN" << "+Less Than";
-    QTest::newRow("slope unmatched") << Mapper(SlopeModeFromReply) << "" << "-Equal";
-    QTest::newRow("video sync reply") << Mapper(VideoSyncFromReply) << "ODD FIELD" << "ODDfield";
-    QTest::newRow("video sync set word is no reply") << Mapper(VideoSyncFromReply) << "ODDfield" << "EVENfield";
-    QTest::newRow("video all lines") << Mapper(VideoSyncFromReply) << "ALL LINES" << "ALLlines";
-    QTest::newRow("qualifier reply") << Mapper(QualifierFromReply) << "LESS THAN" << "Less Than";
-    QTest::newRow("qualifier set word is no reply") << Mapper(QualifierFromReply) << "LESSTHAN" << "Equal";
-    QTest::newRow("sweep unmatched is empty") << Mapper(SweepFromReply) << "FOO" << "";
-    QTest::newRow("sweep normal") << Mapper(SweepFromReply) << "NORMAL" << "NORMAL";
-    QTest::newRow("switch one") << Mapper(SwitchFromReply) << "1" << "ON";
-    QTest::newRow("switch zero") << Mapper(SwitchFromReply) << "0" << "OFF";
-    QTest::newRow("sampling real") << Mapper(SamplingFromReply) << "REAL_TIME" << "REAL_TIME";
-    QTest::newRow("sampling other") << Mapper(SamplingFromReply) << "RTIME" << "EQUAL_TIME";
-    QTest::newRow("method alternation") << Mapper(TriggerMethodFromReply) << "ALTERNATION" << "ALTERNATIVE";
-    QTest::newRow("method unmatched") << Mapper(TriggerMethodFromReply) << "X" << "DURATION";
-    QTest::newRow("acquisition unmatched") << Mapper(AcquisitionFromReply) << "" << "AVERAGE";
-    QTest::newRow("grid unmatched") << Mapper(GridFromReply) << "QUARTER" << "NONE";
-    QTest::newRow("coupling unmatched") << Mapper(CouplingFromReply) << "XX" << "GND";
-    QTest::newRow("edge slope unmatched") << Mapper(EdgeSlopeFromReply) << "EITHER" << "ALTERNATION";
-    QTest::newRow("display type") << Mapper(DisplayTypeFromReply) << "VECTORS" << "VECTORS";
-    QTest::newRow("size other") << Mapper(SizeFromReply) << "small" << "SMALL";
-    QTest::newRow("run other") << Mapper(RunStateFromReply) << "WAIT" << "STOP";
-    QTest::newRow("polarity other") << Mapper(VideoPolarityFromReply) << "" << "NEGATIVE";
-    QTest::newRow("format roll") << Mapper(TimeFormatFromReply) << "SCANNING" << "Roll";
-    QTest::newRow("format kept") << Mapper(TimeFormatFromReply) << "YT" << "YT";
-    QTest::newRow("source ac line") << Mapper(TriggerSourceFromReply) << "ACLINE" << "AC";
-    QTest::newRow("source kept") << Mapper(TriggerSourceFromReply) << "CH2" << "CH2";
+    QTest::newRow("pulse reply spelling") << Mapper(PulseModeFromReply) << "-GREATER THAN"
+                                          << "-Greater Than";
+    QTest::newRow("pulse set spelling is no reply") << Mapper(PulseModeFromReply) << "-GREATERTHAN"
+                                                    << "-Equal";
+    QTest::newRow("slope reply") << Mapper(SlopeModeFromReply) << "+LESS THAN"
+                                 << "+Less Than";
+    QTest::newRow("slope unmatched") << Mapper(SlopeModeFromReply) << ""
+                                     << "-Equal";
+    QTest::newRow("video sync reply") << Mapper(VideoSyncFromReply) << "ODD FIELD"
+                                      << "ODDfield";
+    QTest::newRow("video sync set word is no reply") << Mapper(VideoSyncFromReply) << "ODDfield"
+                                                     << "EVENfield";
+    QTest::newRow("video all lines") << Mapper(VideoSyncFromReply) << "ALL LINES"
+                                     << "ALLlines";
+    QTest::newRow("qualifier reply") << Mapper(QualifierFromReply) << "LESS THAN"
+                                     << "Less Than";
+    QTest::newRow("qualifier set word is no reply") << Mapper(QualifierFromReply) << "LESSTHAN"
+                                                    << "Equal";
+    QTest::newRow("sweep unmatched is empty") << Mapper(SweepFromReply) << "FOO"
+                                              << "";
+    QTest::newRow("sweep normal") << Mapper(SweepFromReply) << "NORMAL"
+                                  << "NORMAL";
+    QTest::newRow("switch one") << Mapper(SwitchFromReply) << "1"
+                                << "ON";
+    QTest::newRow("switch zero") << Mapper(SwitchFromReply) << "0"
+                                 << "OFF";
+    QTest::newRow("sampling real") << Mapper(SamplingFromReply) << "REAL_TIME"
+                                   << "REAL_TIME";
+    QTest::newRow("sampling other") << Mapper(SamplingFromReply) << "RTIME"
+                                    << "EQUAL_TIME";
+    QTest::newRow("method alternation") << Mapper(TriggerMethodFromReply) << "ALTERNATION"
+                                        << "ALTERNATIVE";
+    QTest::newRow("method unmatched") << Mapper(TriggerMethodFromReply) << "X"
+                                      << "DURATION";
+    QTest::newRow("acquisition unmatched") << Mapper(AcquisitionFromReply) << ""
+                                           << "AVERAGE";
+    QTest::newRow("grid unmatched") << Mapper(GridFromReply) << "QUARTER"
+                                    << "NONE";
+    QTest::newRow("coupling unmatched") << Mapper(CouplingFromReply) << "XX"
+                                        << "GND";
+    QTest::newRow("edge slope unmatched") << Mapper(EdgeSlopeFromReply) << "EITHER"
+                                          << "ALTERNATION";
+    QTest::newRow("display type") << Mapper(DisplayTypeFromReply) << "VECTORS"
+                                  << "VECTORS";
+    QTest::newRow("size other") << Mapper(SizeFromReply) << "small"
+                                << "SMALL";
+    QTest::newRow("run other") << Mapper(RunStateFromReply) << "WAIT"
+                               << "STOP";
+    QTest::newRow("polarity other") << Mapper(VideoPolarityFromReply) << ""
+                                    << "NEGATIVE";
+    QTest::newRow("format roll") << Mapper(TimeFormatFromReply) << "SCANNING"
+                                 << "Roll";
+    QTest::newRow("format kept") << Mapper(TimeFormatFromReply) << "YT"
+                                 << "YT";
+    QTest::newRow("source ac line") << Mapper(TriggerSourceFromReply) << "ACLINE"
+                                    << "AC";
+    QTest::newRow("source kept") << Mapper(TriggerSourceFromReply) << "CH2"
+                                 << "CH2";
 }
 
 void TestWordMap::setAndReplySpellingsDiffer() {
@@ -77,29 +106,52 @@ void TestWordMap::setWords_data() {
     QTest::addColumn<Mapper>("toCmd");
     QTest::addColumn<QString>("word");
     QTest::addColumn<QString>("set");
-    QTest::newRow("run") << Mapper(RunStateToCmd) << "RUN" << ":RUN";
-    QTest::newRow("stop") << Mapper(RunStateToCmd) << "STOP" << ":STOP";
-    QTest::newRow("pulse") << Mapper(PulseModeToCmd) << "-Greater Than" << "-GREATERTHAN";
-    QTest::newRow("slope") << Mapper(SlopeModeToCmd) << "+Equal" << "+EQUAL";
-    QTest::newRow("video sync mixed case") << Mapper(VideoSyncToCmd) << "ODDfield" << "ODDfield";
-    QTest::newRow("qualifier") << Mapper(QualifierToCmd) << "Greater Than" << "GREATERTHAN";
-    QTest::newRow("sampling") << Mapper(SamplingToCmd) << "REAL_TIME" << "RTIME";
-    QTest::newRow("sampling equal") << Mapper(SamplingToCmd) << "EQUAL_TIME" << "ETIME";
-    QTest::newRow("method alternation") << Mapper(TriggerMethodToCmd) << "ALTERNATIVE" << "ALTERNATION";
-    QTest::newRow("edge both") << Mapper(EdgeSlopeToCmd) << "ALTERNATION" << "ALTERNATION";
-    QTest::newRow("edge rising") << Mapper(EdgeSlopeToCmd) << "RISING" << "POSITIVE";
-    QTest::newRow("coupling") << Mapper(CouplingToCmd) << "LF" << "LF";
-    QTest::newRow("format yt") << Mapper(TimeFormatToCmd) << "Y-T" << "YT";
-    QTest::newRow("format xy") << Mapper(TimeFormatToCmd) << "X-Y" << "XY";
-    QTest::newRow("format roll") << Mapper(TimeFormatToCmd) << "Roll" << "SCANNING";
-    QTest::newRow("standard slash") << Mapper(VideoStandardToCmd) << "PAL/SECAM" << "PALSECAM";
-    QTest::newRow("standard other") << Mapper(VideoStandardToCmd) << "NTSC" << "NTSC";
-    QTest::newRow("source ch2") << Mapper(TriggerSourceToCmd) << "CH2" << "CHANNEL2";
-    QTest::newRow("source digital") << Mapper(TriggerSourceToCmd) << "D7" << "DIGITAL7";
-    QTest::newRow("source ac line") << Mapper(TriggerSourceToCmd) << "AC" << "ACLINE";
-    QTest::newRow("source ext5") << Mapper(TriggerSourceToCmd) << "EXT5" << "EXT5";
-    QTest::newRow("probe") << Mapper(ProbeToCmd) << "1000X" << "1000";
-    QTest::newRow("unknown word gives the last row") << Mapper(GridToCmd) << "?" << "NONE";
+    QTest::newRow("run") << Mapper(RunStateToCmd) << "RUN"
+                         << ":RUN";
+    QTest::newRow("stop") << Mapper(RunStateToCmd) << "STOP"
+                          << ":STOP";
+    QTest::newRow("pulse") << Mapper(PulseModeToCmd) << "-Greater Than"
+                           << "-GREATERTHAN";
+    QTest::newRow("slope") << Mapper(SlopeModeToCmd) << "+Equal"
+                           << "+EQUAL";
+    QTest::newRow("video sync mixed case") << Mapper(VideoSyncToCmd) << "ODDfield"
+                                           << "ODDfield";
+    QTest::newRow("qualifier") << Mapper(QualifierToCmd) << "Greater Than"
+                               << "GREATERTHAN";
+    QTest::newRow("sampling") << Mapper(SamplingToCmd) << "REAL_TIME"
+                              << "RTIME";
+    QTest::newRow("sampling equal") << Mapper(SamplingToCmd) << "EQUAL_TIME"
+                                    << "ETIME";
+    QTest::newRow("method alternation") << Mapper(TriggerMethodToCmd) << "ALTERNATIVE"
+                                        << "ALTERNATION";
+    QTest::newRow("edge both") << Mapper(EdgeSlopeToCmd) << "ALTERNATION"
+                               << "ALTERNATION";
+    QTest::newRow("edge rising") << Mapper(EdgeSlopeToCmd) << "RISING"
+                                 << "POSITIVE";
+    QTest::newRow("coupling") << Mapper(CouplingToCmd) << "LF"
+                              << "LF";
+    QTest::newRow("format yt") << Mapper(TimeFormatToCmd) << "Y-T"
+                               << "YT";
+    QTest::newRow("format xy") << Mapper(TimeFormatToCmd) << "X-Y"
+                               << "XY";
+    QTest::newRow("format roll") << Mapper(TimeFormatToCmd) << "Roll"
+                                 << "SCANNING";
+    QTest::newRow("standard slash") << Mapper(VideoStandardToCmd) << "PAL/SECAM"
+                                    << "PALSECAM";
+    QTest::newRow("standard other") << Mapper(VideoStandardToCmd) << "NTSC"
+                                    << "NTSC";
+    QTest::newRow("source ch2") << Mapper(TriggerSourceToCmd) << "CH2"
+                                << "CHANNEL2";
+    QTest::newRow("source digital") << Mapper(TriggerSourceToCmd) << "D7"
+                                    << "DIGITAL7";
+    QTest::newRow("source ac line") << Mapper(TriggerSourceToCmd) << "AC"
+                                    << "ACLINE";
+    QTest::newRow("source ext5") << Mapper(TriggerSourceToCmd) << "EXT5"
+                                 << "EXT5";
+    QTest::newRow("probe") << Mapper(ProbeToCmd) << "1000X"
+                           << "1000";
+    QTest::newRow("unknown word gives the last row") << Mapper(GridToCmd) << "?"
+                                                     << "NONE";
 }
 
 void TestWordMap::setWords() {
@@ -125,15 +177,33 @@ void TestWordMap::thresholdAndProbe_data() {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("in");
     QTest::addColumn<QString>("out");
-    QTest::newRow("threshold user value") << "fromReply" << "User 1.5" << "1.50V";
-    QTest::newRow("threshold family") << "fromReply" << "TTL" << "TTL";
-    QTest::newRow("display family") << "display" << "CMOS" << "CMOS";
-    QTest::newRow("display user") << "display" << "USER 2.5" << "2.50V";
-    QTest::newRow("probe ten with line feed") << "probe" << "10\n" << "10X";
-    QTest::newRow("probe unknown ratio") << "probe" << "3" << "1000X";
-    QTest::newRow("probe thousand") << "probe" << "1000" << "1000X";
-    QTest::newRow("probe float text") << "probe" << "500.0" << "500X";
-    QTest::newRow("probe one") << "probe" << "1" << "1X";
+    QTest::newRow("threshold user value") << "fromReply"
+                                          << "User 1.5"
+                                          << "1.50V";
+    QTest::newRow("threshold family") << "fromReply"
+                                      << "TTL"
+                                      << "TTL";
+    QTest::newRow("display family") << "display"
+                                    << "CMOS"
+                                    << "CMOS";
+    QTest::newRow("display user") << "display"
+                                  << "USER 2.5"
+                                  << "2.50V";
+    QTest::newRow("probe ten with line feed") << "probe"
+                                              << "10\n"
+                                              << "10X";
+    QTest::newRow("probe unknown ratio") << "probe"
+                                         << "3"
+                                         << "1000X";
+    QTest::newRow("probe thousand") << "probe"
+                                    << "1000"
+                                    << "1000X";
+    QTest::newRow("probe float text") << "probe"
+                                      << "500.0"
+                                      << "500X";
+    QTest::newRow("probe one") << "probe"
+                               << "1"
+                               << "1X";
 }
 
 void TestWordMap::thresholdAndProbe() {
@@ -149,16 +219,20 @@ void TestWordMap::thresholdAndProbe() {
 void TestWordMap::patternReplyToLevels() {
     PatternLevels levels;
     PatternReplyToLevels("PATTERN,0,0,None", levels);
-    for (int i = 1; i <= 16; ++i) QCOMPARE(levels[i], QString("X"));
+    for (int i = 1; i <= 16; ++i)
+        QCOMPARE(levels[i], QString("X"));
 
     // Value FF00: D15..D8 high; full mask; D3 is the rising edge (slot 13).
     PatternReplyToLevels("PATTERN,65280,65535,D3,Positive", levels);
-    for (int i = 1; i <= 8; ++i) QCOMPARE(levels[i], QString("H"));
-    for (int i = 9; i <= 16; ++i) QCOMPARE(levels[i], i == 13 ? QString("RISING") : QString("L"));
+    for (int i = 1; i <= 8; ++i)
+        QCOMPARE(levels[i], QString("H"));
+    for (int i = 9; i <= 16; ++i)
+        QCOMPARE(levels[i], i == 13 ? QString("RISING") : QString("L"));
 
     // Mask 00FF masks out the high byte; a falling edge on D0 (slot 16).
     PatternReplyToLevels("PATTERN,1,255,D0, Negative", levels);
-    for (int i = 1; i <= 8; ++i) QCOMPARE(levels[i], QString("X"));
+    for (int i = 1; i <= 8; ++i)
+        QCOMPARE(levels[i], QString("X"));
     QCOMPARE(levels[9], QString("L"));
     QCOMPARE(levels[16], QString("FALLING"));
 
@@ -170,7 +244,8 @@ void TestWordMap::patternReplyToLevels() {
 void TestWordMap::patternReplyTooShortIsABoundsFault() {
     PatternLevels levels;
     QVERIFY_THROWS_EXCEPTION(platform::BoundsFault, PatternReplyToLevels("PATTERN,5", levels));
-    QVERIFY_THROWS_EXCEPTION(platform::BoundsFault, PatternReplyToLevels("P,1,1,D17,Positive", levels));
+    QVERIFY_THROWS_EXCEPTION(platform::BoundsFault,
+                             PatternReplyToLevels("P,1,1,D17,Positive", levels));
 }
 
 void TestWordMap::hexAndPicoseconds() {
@@ -188,8 +263,8 @@ void TestWordMap::hexAndPicoseconds() {
 }
 
 void TestWordMap::pointsRoundHalfToEven() {
-    QCOMPARE(ValueToPoints(0.5, 1), short(12));  // 12.5 -> 12
-    QCOMPARE(ValueToPoints(0.7, 1), short(18));  // 17.5 -> 18
+    QCOMPARE(ValueToPoints(0.5, 1), short(12)); // 12.5 -> 12
+    QCOMPARE(ValueToPoints(0.7, 1), short(18)); // 17.5 -> 18
     QCOMPARE(ValueToPoints(-0.5, 1), short(-12));
     QVERIFY_THROWS_EXCEPTION(platform::ArithmeticFault, ValueToPoints(1, 0));
     QVERIFY_THROWS_EXCEPTION(platform::ArithmeticFault, ValueToPoints(2000, 1));
@@ -225,16 +300,36 @@ void TestWordMap::probeScaledToBase_data() {
     QTest::addColumn<QString>("scale");
     QTest::addColumn<QString>("probe");
     QTest::addColumn<QString>("base");
-    QTest::newRow("10X volts") << "10.0V" << "10X" << "1.00V";
-    QTest::newRow("10X unknown word") << "7V" << "10X" << "10.0V";
-    QTest::newRow("unknown probe") << "1.00V" << "3X" << "";
-    QTest::newRow("1X unchanged") << "1.23V" << "1X" << "1.23V";
-    QTest::newRow("1000X kilovolts") << "5.00kV" << "1000X" << "5.00V";
-    QTest::newRow("5X") << "2.50V" << "5X" << "500mV";
-    QTest::newRow("2X lowest") << "2.00mV" << "2X" << "1.00mV";
-    QTest::newRow("500X") << "1000V" << "500X" << "2.00V";
-    QTest::newRow("50X") << "250mV" << "50X" << "5.00mV";
-    QTest::newRow("100X") << "1.00V" << "100X" << "10.0mV";
+    QTest::newRow("10X volts") << "10.0V"
+                               << "10X"
+                               << "1.00V";
+    QTest::newRow("10X unknown word") << "7V"
+                                      << "10X"
+                                      << "10.0V";
+    QTest::newRow("unknown probe") << "1.00V"
+                                   << "3X"
+                                   << "";
+    QTest::newRow("1X unchanged") << "1.23V"
+                                  << "1X"
+                                  << "1.23V";
+    QTest::newRow("1000X kilovolts") << "5.00kV"
+                                     << "1000X"
+                                     << "5.00V";
+    QTest::newRow("5X") << "2.50V"
+                        << "5X"
+                        << "500mV";
+    QTest::newRow("2X lowest") << "2.00mV"
+                               << "2X"
+                               << "1.00mV";
+    QTest::newRow("500X") << "1000V"
+                          << "500X"
+                          << "2.00V";
+    QTest::newRow("50X") << "250mV"
+                         << "50X"
+                         << "5.00mV";
+    QTest::newRow("100X") << "1.00V"
+                          << "100X"
+                          << "10.0mV";
 }
 
 void TestWordMap::probeScaledToBase() {

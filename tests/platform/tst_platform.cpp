@@ -77,7 +77,9 @@ void TestPlatformSeams::typedReadsFallBackToDefaults() {
 
 namespace {
 int g_reports = 0;
-void countReport(const QString&) { ++g_reports; }
+void countReport(const QString&) {
+    ++g_reports;
+}
 } // namespace
 
 void TestPlatformSeams::unwritableStoreIsReportedOnce() {
@@ -101,10 +103,12 @@ void TestPlatformSeams::unwritableStoreIsReportedOnce() {
 void TestPlatformSeams::pipeFilterBecomesQtFilter_data() {
     QTest::addColumn<QString>("pipe");
     QTest::addColumn<QString>("qt");
-    QTest::newRow("one") << "Control File (*.rmt)|*.rmt" << "Control File (*.rmt)";
+    QTest::newRow("one") << "Control File (*.rmt)|*.rmt"
+                         << "Control File (*.rmt)";
     QTest::newRow("two") << "Data Sheet (*.ult)|*.ult|All Files (*.*)|*.*"
                          << "Data Sheet (*.ult);;All Files (*.*)";
-    QTest::newRow("no parentheses") << "Text|*.txt;*.xls" << "Text (*.txt *.xls)";
+    QTest::newRow("no parentheses") << "Text|*.txt;*.xls"
+                                    << "Text (*.txt *.xls)";
 }
 
 void TestPlatformSeams::pipeFilterBecomesQtFilter() {
@@ -144,7 +148,9 @@ void TestPlatformSeams::handlerGuardEndsOnlyTheHandler() {
 
 namespace {
 QList<int> g_sleeps;
-void recordSleep(int ms) { g_sleeps << ms; }
+void recordSleep(int ms) {
+    g_sleeps << ms;
+}
 } // namespace
 
 void TestPlatformSeams::sleepKeepsOrderButNotTimeAtScaleZero() {

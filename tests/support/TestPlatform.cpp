@@ -35,6 +35,7 @@ TestPlatform::~TestPlatform() {
 
 QStringList TestPlatform::prompts() const {
     QStringList list;
-    for (const auto& b : boxes) list << b.prompt;
+    for (const auto& b : boxes)
+        list << b.prompt;
     return list;
 }
