@@ -1,13 +1,25 @@
 #!/usr/bin/env bash
-# Starts the program from a build tree. On a machine without a display the
-# window is served over VNC (Qt's own platform plugin) so it can still be seen.
+# Starts the simulated instrument and then the program, from a build tree.
+# Tools > Connect finds the simulated USB instrument; its RS232 face is a
+# pseudo-terminal reached through the link printed below. On a machine
+# without a display the window is served over VNC (Qt's own platform
+# plugin) so it can still be seen.
 set -euo pipefail
 build=${1:-build}
 exe="$build/src/korvane"
+sim="$build/sim/nq4000l-sim"
+
+rundir="${XDG_RUNTIME_DIR:-/tmp}"
+serial_link="$rundir/nq4000l-sim-ttyS0"
+"$sim" --rs232 --serial-link "$serial_link" &
+sim_pid=$!
+trap 'kill $sim_pid 2>/dev/null || true' EXIT
+sleep 0.3
+echo "To use RS232 instead of USB: Tools > Options, RS232, Port device $serial_link"
 
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
   echo "No display found: serving the window over VNC on localhost:5900"
   echo "(connect a VNC viewer, or see the README for Xvfb)."
   export QT_QPA_PLATFORM="vnc:size=1280x800"
 fi
-exec "$exe"
+"$exe"
