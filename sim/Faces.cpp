@@ -16,7 +16,9 @@
 namespace sim {
 
 namespace {
-std::string lastError(const std::string& what) { return what + ": " + std::strerror(errno); }
+std::string lastError(const std::string& what) {
+    return what + ": " + std::strerror(errno);
+}
 
 bool writeAll(int fd, const std::uint8_t* data, std::size_t size) {
     while (size > 0) {
@@ -36,7 +38,9 @@ bool writeAll(int fd, const std::uint8_t* data, std::size_t size) {
     return true;
 }
 
-bool writeAll(int fd, const std::vector<std::uint8_t>& v) { return writeAll(fd, v.data(), v.size()); }
+bool writeAll(int fd, const std::vector<std::uint8_t>& v) {
+    return writeAll(fd, v.data(), v.size());
+}
 
 void closeFd(int& fd) {
     if (fd >= 0) ::close(fd);
@@ -77,8 +81,9 @@ std::vector<std::uint8_t> FrameBlock488(const std::vector<std::uint8_t>& payload
 
 std::vector<std::uint8_t> FrameBlockSerial(const std::vector<std::uint8_t>& payload) {
     const auto n = static_cast<std::uint32_t>(payload.size());
-    std::vector<std::uint8_t> out = {static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8),
-                                     static_cast<std::uint8_t>(n >> 16), static_cast<std::uint8_t>(n >> 24)};
+    std::vector<std::uint8_t> out = {
+        static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8),
+        static_cast<std::uint8_t>(n >> 16), static_cast<std::uint8_t>(n >> 24)};
     out.insert(out.end(), payload.begin(), payload.end());
     return out;
 }
@@ -130,7 +135,7 @@ void Face::Unplug() {
 
 bool Face::Plug(std::string* error) {
     if (thread_.joinable()) {
-        if (!finished_) return true; // still plugged in
+        if (!finished_ && !instrument_.LinkDropped()) return true; // still plugged in
         thread_.join();
         close();
     }
@@ -154,7 +159,9 @@ Reply Face::answer(const std::string& line) {
 UsbFace::UsbFace(Instrument& instrument, std::string directory, std::string resource)
     : Face(instrument), directory_(std::move(directory)), resource_(std::move(resource)) {}
 
-UsbFace::~UsbFace() { Stop(); }
+UsbFace::~UsbFace() {
+    Stop();
+}
 
 std::string UsbFace::DefaultDirectory() {
     if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime && *runtime)
@@ -174,7 +181,8 @@ bool UsbFace::open(std::string* error) {
     std::strcpy(address.sun_path, path.c_str());
     ::unlink(path.c_str());
     listenFd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listenFd_ < 0 || ::bind(listenFd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+    if (listenFd_ < 0 ||
+        ::bind(listenFd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(listenFd_, 4) != 0) {
         if (error) *error = lastError("USB face " + path);
         closeFd(listenFd_);
@@ -198,8 +206,12 @@ void UsbFace::serve() {
     auto answerRead = [&] {
         if (!readPending || out.empty() || client < 0) return;
         const std::size_t n = std::min<std::size_t>(readCount, out.size());
-        std::vector<std::uint8_t> msg = {'D', readTag, static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8),
-                                         static_cast<std::uint8_t>(n >> 16), static_cast<std::uint8_t>(n >> 24)};
+        std::vector<std::uint8_t> msg = {'D',
+                                         readTag,
+                                         static_cast<std::uint8_t>(n),
+                                         static_cast<std::uint8_t>(n >> 8),
+                                         static_cast<std::uint8_t>(n >> 16),
+                                         static_cast<std::uint8_t>(n >> 24)};
         msg.insert(msg.end(), out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n));
         out.erase(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n));
         readPending = false;
@@ -254,6 +266,7 @@ void UsbFace::serve() {
                 readPending = true;
                 used = 6;
             } else if (type == 'C') {
+                instrument_.Note("device clear");
                 out.clear();
                 readPending = false;
                 used = 1;
@@ -279,7 +292,8 @@ void UsbFace::serve() {
 
 // ---- RS232 -----------------------------------------------------------------------------
 
-SerialFace::SerialFace(Instrument& instrument, std::string link) : Face(instrument), link_(std::move(link)) {}
+SerialFace::SerialFace(Instrument& instrument, std::string link)
+    : Face(instrument), link_(std::move(link)) {}
 
 SerialFace::~SerialFace() {
     Stop();
@@ -327,7 +341,8 @@ void SerialFace::serve() {
         if (::poll(fds, 2, -1) < 0 && errno != EINTR) break;
         if (fds[0].revents) break;
         if (!(fds[1].revents & POLLIN)) {
-            if (fds[1].revents & (POLLHUP | POLLERR)) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            if (fds[1].revents & (POLLHUP | POLLERR))
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
             continue;
         }
         char buffer[4096];
@@ -362,7 +377,9 @@ void SerialFace::serve() {
 
 TcpFace::TcpFace(Instrument& instrument, int port) : Face(instrument), port_(port) {}
 
-TcpFace::~TcpFace() { Stop(); }
+TcpFace::~TcpFace() {
+    Stop();
+}
 
 bool TcpFace::open(std::string* error) {
     listenFd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -372,7 +389,8 @@ bool TcpFace::open(std::string* error) {
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(static_cast<std::uint16_t>(port_));
-    if (listenFd_ < 0 || ::bind(listenFd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+    if (listenFd_ < 0 ||
+        ::bind(listenFd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(listenFd_, 4) != 0) {
         if (error) *error = lastError("LAN face port " + std::to_string(port_));
         closeFd(listenFd_);
@@ -384,7 +402,9 @@ bool TcpFace::open(std::string* error) {
     return true;
 }
 
-void TcpFace::close() { closeFd(listenFd_); }
+void TcpFace::close() {
+    closeFd(listenFd_);
+}
 
 void TcpFace::serve() {
     int client = -1;

@@ -11,21 +11,27 @@ namespace sim {
 namespace {
 
 void put(std::vector<std::uint8_t>& b, std::size_t at, std::uint64_t v, int bytes) {
-    for (int i = 0; i < bytes; ++i) b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
+    for (int i = 0; i < bytes; ++i)
+        b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
 }
 
-void putFloat(std::vector<std::uint8_t>& b, std::size_t at, float v) { std::memcpy(&b[at], &v, 4); }
+void putFloat(std::vector<std::uint8_t>& b, std::size_t at, float v) {
+    std::memcpy(&b[at], &v, 4);
+}
 
 std::uint8_t rowByte(const Generator& g, double t, double voltsPerDiv, int offsetRows) {
     const double row = 100 - offsetRows - g.value(t) * 25 / voltsPerDiv;
     return static_cast<std::uint8_t>(std::clamp(std::lround(row) + 25, 0L, 255L));
 }
 
-std::int64_t picoseconds(double seconds) { return static_cast<std::int64_t>(std::llround(seconds * 1e12)); }
+std::int64_t picoseconds(double seconds) {
+    return static_cast<std::int64_t>(std::llround(seconds * 1e12));
+}
 
 } // namespace
 
-bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes, std::string* error) {
+bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
+                         std::string* error) {
     const std::string temporary = path + ".part";
     std::FILE* f = std::fopen(temporary.c_str(), "wb");
     if (!f) {
@@ -70,13 +76,16 @@ bool WriteRecordFile(const std::string& path, const RecordSpec& s, std::string* 
         frame[2] = static_cast<std::uint8_t>(n & 0xFF);
         frame[3] = static_cast<std::uint8_t>(n >> 8);
         const double start = n * period / 7; // the picture drifts from frame to frame
-        for (int k = 0; k < 300; ++k) // rows of the screen: 25 top, 224 bottom
+        for (int k = 0; k < 300; ++k)        // rows of the screen: 25 top, 224 bottom
             frame[214 + k] = std::clamp<std::uint8_t>(
-                rowByte(s.generator, start + (k - 150) * s.secondsPerDiv / 25, s.voltsPerDiv, s.offsetRows), 25, 224);
+                rowByte(s.generator, start + (k - 150) * s.secondsPerDiv / 25, s.voltsPerDiv,
+                        s.offsetRows),
+                25, 224);
     }
     uLongf packedSize = compressBound(static_cast<uLong>(frames.size()));
     std::vector<std::uint8_t> packed(packedSize);
-    if (compress(packed.data(), &packedSize, frames.data(), static_cast<uLong>(frames.size())) != Z_OK) {
+    if (compress(packed.data(), &packedSize, frames.data(), static_cast<uLong>(frames.size())) !=
+        Z_OK) {
         if (error) *error = "compression failed";
         return false;
     }
@@ -105,13 +114,15 @@ bool WriteWaveformFile(const std::string& path, const WaveformSpec& s, std::stri
     put(h, 76, static_cast<std::uint32_t>(std::llround(s.ch2VoltsPerDiv * 1e6)), 4);
     put(h, 84, static_cast<std::uint64_t>(picoseconds(s.secondsPerDiv)), 8);
     put(h, 92, static_cast<std::uint64_t>(picoseconds(s.delaySeconds)), 8);
-    const float rate = s.sampleRate > 0 ? s.sampleRate : static_cast<float>(s.points / (12 * s.secondsPerDiv));
+    const float rate =
+        s.sampleRate > 0 ? s.sampleRate : static_cast<float>(s.points / (12 * s.secondsPerDiv));
     putFloat(h, 100, rate);
     put(h, 112, static_cast<std::uint64_t>(picoseconds(-s.secondsPerDiv * 6)), 8);
     const bool digital = s.digital && !s.olderHead;
     h[120] = digital ? 1 : 0;
     put(h, 122, s.digitalMask, 2);
-    for (int n = 0; n < 16; ++n) h[124 + static_cast<std::size_t>(n)] = static_cast<std::uint8_t>(n);
+    for (int n = 0; n < 16; ++n)
+        h[124 + static_cast<std::size_t>(n)] = static_cast<std::uint8_t>(n);
     h[142] = s.alternate ? 4 : 0;
     put(h, 232, static_cast<std::uint32_t>(points2), 4);
     put(h, 236, static_cast<std::uint64_t>(picoseconds(s.secondsPerDiv2)), 8);
@@ -135,13 +146,15 @@ bool WriteWaveformFile(const std::string& path, const WaveformSpec& s, std::stri
     auto section = [&](const Generator& g, double vpd, int offsetRows, double spd, int n) {
         for (int k = 0; k < n; ++k) {
             const double t = (k - n / 2.0) * (12 * spd) / n;
-            file.push_back(static_cast<std::uint8_t>(std::max(0, rowByte(g, t, vpd, offsetRows) - correction)));
+            file.push_back(static_cast<std::uint8_t>(
+                std::max(0, rowByte(g, t, vpd, offsetRows) - correction)));
         }
     };
-    if (s.ch1) section(s.ch1Generator, s.ch1VoltsPerDiv, s.ch1OffsetRows, s.secondsPerDiv, s.points);
+    if (s.ch1)
+        section(s.ch1Generator, s.ch1VoltsPerDiv, s.ch1OffsetRows, s.secondsPerDiv, s.points);
     if (s.ch2)
-        section(s.ch2Generator, s.ch2VoltsPerDiv, s.ch2OffsetRows, s.alternate ? s.secondsPerDiv2 : s.secondsPerDiv,
-                points2);
+        section(s.ch2Generator, s.ch2VoltsPerDiv, s.ch2OffsetRows,
+                s.alternate ? s.secondsPerDiv2 : s.secondsPerDiv, points2);
     if (digital) {
         const bool oneByte = s.points > 524288;
         for (int k = 0; k < s.points; ++k) {

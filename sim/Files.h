@@ -10,8 +10,8 @@
 namespace sim {
 
 struct RecordSpec {
-    int channel = 1;       // 1 or 2
-    int sourceField = -1;  // the head's source field; -1 = by channel (0 CH1, 1 CH2)
+    int channel = 1;      // 1 or 2
+    int sourceField = -1; // the head's source field; -1 = by channel (0 CH1, 1 CH2)
     int frames = 100;
     int firstFrame = 1;
     Generator generator;
@@ -27,7 +27,7 @@ bool WriteRecordFile(const std::string& path, const RecordSpec& spec, std::strin
 struct WaveformSpec {
     bool olderHead = false; // the 252-byte head whose samples are stored 25 rows lower
     int points = 4000;
-    int points2 = 0;        // CH2 points in alternate-trigger files (0 = same as points)
+    int points2 = 0; // CH2 points in alternate-trigger files (0 = same as points)
     bool ch1 = true, ch2 = true, digital = true;
     bool alternate = false;
     Generator ch1Generator, ch2Generator;
@@ -41,6 +41,7 @@ struct WaveformSpec {
 bool WriteWaveformFile(const std::string& path, const WaveformSpec& spec, std::string* error);
 
 // Writes bytes to path through a temporary file and a rename.
-bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes, std::string* error);
+bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
+                         std::string* error);
 
 } // namespace sim

@@ -17,7 +17,9 @@ std::string Identity::idn() const {
     return maker + "," + model + "," + serial + "," + version;
 }
 
-bool Identity::colour() const { return model.size() < 7 || model[6] != 'M'; }
+bool Identity::colour() const {
+    return model.size() < 7 || model[6] != 'M';
+}
 
 bool Identity::digital() const {
     const auto ends = [this](const std::string& s) {
@@ -65,7 +67,8 @@ Reply Reply::Block(std::vector<std::uint8_t> payload) {
 
 double ParseNumberWithUnit(const std::string& text, bool* ok) {
     const char* begin = text.c_str();
-    while (*begin == ' ') ++begin;
+    while (*begin == ' ')
+        ++begin;
     char* end = nullptr;
     double v = std::strtod(begin, &end);
     if (end == begin) {
@@ -74,14 +77,23 @@ double ParseNumberWithUnit(const std::string& text, bool* ok) {
     }
     if (ok) *ok = true;
     switch (*end) {
-    case 'p': return v * 1e-12;
-    case 'n': return v * 1e-9;
-    case 'u': return v * 1e-6;
-    case 'm': return v * 1e-3;
-    case 'k': case 'K': return v * 1e3;
-    case 'M': return v * 1e6;
-    case 'G': return v * 1e9;
-    default: return v;
+    case 'p':
+        return v * 1e-12;
+    case 'n':
+        return v * 1e-9;
+    case 'u':
+        return v * 1e-6;
+    case 'm':
+        return v * 1e-3;
+    case 'k':
+    case 'K':
+        return v * 1e3;
+    case 'M':
+        return v * 1e6;
+    case 'G':
+        return v * 1e9;
+    default:
+        return v;
     }
 }
 
@@ -94,7 +106,8 @@ std::string FloatText(double v) {
 namespace {
 
 std::string upper(std::string s) {
-    for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (char& c : s)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     return s;
 }
 
@@ -104,7 +117,9 @@ std::string trim(const std::string& s) {
     return s.substr(b, s.find_last_not_of(" \t\r") - b + 1);
 }
 
-bool startsWith(const std::string& s, const std::string& p) { return s.compare(0, p.size(), p) == 0; }
+bool startsWith(const std::string& s, const std::string& p) {
+    return s.compare(0, p.size(), p) == 0;
+}
 
 // The 1-2-5 ladders the knobs step on.
 double ladderStep(double value, int direction, double lowest, double highest) {
@@ -139,20 +154,29 @@ namespace {
 
 std::vector<std::pair<std::string, std::string>> same(std::initializer_list<const char*> words) {
     std::vector<std::pair<std::string, std::string>> w;
-    for (const char* s : words) w.emplace_back(s, s);
+    for (const char* s : words)
+        w.emplace_back(s, s);
     return w;
 }
 
 const std::vector<std::pair<std::string, std::string>> kOnOff = same({"ON", "OFF"});
 const std::vector<std::pair<std::string, std::string>> kSweep = same({"AUTO", "NORMAL", "SINGLE"});
-const std::vector<std::pair<std::string, std::string>> kTrigCoupling = same({"AC", "DC", "LF", "HF"});
-const std::vector<std::pair<std::string, std::string>> kModes = {
-    {"+LESSTHAN", "+LESS THAN"},       {"-LESSTHAN", "-LESS THAN"}, {"+GREATERTHAN", "+GREATER THAN"},
-    {"-GREATERTHAN", "-GREATER THAN"}, {"+EQUAL", "+EQUAL"},        {"-EQUAL", "-EQUAL"}};
+const std::vector<std::pair<std::string, std::string>> kTrigCoupling =
+    same({"AC", "DC", "LF", "HF"});
+const std::vector<std::pair<std::string, std::string>> kModes = {{"+LESSTHAN", "+LESS THAN"},
+                                                                 {"-LESSTHAN", "-LESS THAN"},
+                                                                 {"+GREATERTHAN", "+GREATER THAN"},
+                                                                 {"-GREATERTHAN", "-GREATER THAN"},
+                                                                 {"+EQUAL", "+EQUAL"},
+                                                                 {"-EQUAL", "-EQUAL"}};
 const std::vector<std::pair<std::string, std::string>> kSources = [] {
-    std::vector<std::pair<std::string, std::string>> w = {
-        {"CHANNEL1", "CH1"}, {"CHANNEL2", "CH2"}, {"EXT", "EXT"}, {"EXT5", "EXT5"}, {"ACLINE", "ACLINE"}};
-    for (int i = 0; i < 16; ++i) w.emplace_back("DIGITAL" + std::to_string(i), "D" + std::to_string(i));
+    std::vector<std::pair<std::string, std::string>> w = {{"CHANNEL1", "CH1"},
+                                                          {"CHANNEL2", "CH2"},
+                                                          {"EXT", "EXT"},
+                                                          {"EXT5", "EXT5"},
+                                                          {"ACLINE", "ACLINE"}};
+    for (int i = 0; i < 16; ++i)
+        w.emplace_back("DIGITAL" + std::to_string(i), "D" + std::to_string(i));
     return w;
 }();
 } // namespace
@@ -166,7 +190,9 @@ static const ParamDef* definitionOf(const std::string& pattern) {
                          std::vector<std::pair<std::string, std::string>> w) {
             d[h] = {K::Word, init, std::move(w)};
         };
-        auto num = [&d](const std::string& h, double init) { d[h] = {K::Number, FloatText(init), {}}; };
+        auto num = [&d](const std::string& h, double init) {
+            d[h] = {K::Number, FloatText(init), {}};
+        };
         auto integer = [&d](const std::string& h, int init) {
             d[h] = {K::Integer, std::to_string(init), {}};
         };
@@ -205,13 +231,16 @@ static const ParamDef* definitionOf(const std::string& pattern) {
             word(std::string(":TRIGGER:") + m + ":SWEEP", "AUTO", kSweep);
         for (const char* m : {"EDGE", "PULSE", "SLOPE"})
             word(std::string(":TRIGGER:") + m + ":COUPLING", "DC", kTrigCoupling);
-        for (const char* m : {"EDGE", "PULSE", "VIDEO"}) num(std::string(":TRIGGER:") + m + ":LEVEL", 0);
+        for (const char* m : {"EDGE", "PULSE", "VIDEO"})
+            num(std::string(":TRIGGER:") + m + ":LEVEL", 0);
         word(":TRIGGER:EDGE:SLOPE", "POSITIVE", same({"POSITIVE", "NEGATIVE", "ALTERNATION"}));
         word(":TRIGGER:PULSE:MODE", "+LESSTHAN", kModes);
         num(":TRIGGER:PULSE:WIDTH", 1e-6);
         word(":TRIGGER:VIDEO:POLARITY", "POSITIVE", same({"POSITIVE", "NEGATIVE"}));
         word(":TRIGGER:VIDEO:MODE", "LINE",
-             {{"ODDFIELD", "ODD FIELD"}, {"EVENFIELD", "EVEN FIELD"}, {"LINE", "LINE"},
+             {{"ODDFIELD", "ODD FIELD"},
+              {"EVENFIELD", "EVEN FIELD"},
+              {"LINE", "LINE"},
               {"ALLLINES", "ALL LINES"}});
         integer(":TRIGGER:VIDEO:LINE", 1);
         word(":TRIGGER:VIDEO:STANDARD", "NTSC", {{"NTSC", "NTSC"}, {"PALSECAM", "PAL/SECAM"}});
@@ -251,7 +280,9 @@ std::string patternOf(const std::string& header) {
             if (p.size() >= n && p.compare(p.size() - n, n, word) == 0 && i + 1 < header.size() &&
                 std::isdigit(static_cast<unsigned char>(header[i + 1]))) {
                 p += 'n';
-                while (i + 1 < header.size() && std::isdigit(static_cast<unsigned char>(header[i + 1]))) ++i;
+                while (i + 1 < header.size() &&
+                       std::isdigit(static_cast<unsigned char>(header[i + 1])))
+                    ++i;
             }
         }
     }
@@ -260,7 +291,8 @@ std::string patternOf(const std::string& header) {
         const std::string leaf = p.substr(alt.size());
         if (leaf == ":TIMESCALE") return ":TIMEBASE:SCALE";
         if (leaf == ":TIMEOFFSET") return ":TIMEBASE:OFFSET";
-        if (leaf.size() > 8 && leaf.compare(leaf.size() - 8, 8, ":HOLDOFF") == 0) return ":TRIGGER:HOLDOFF";
+        if (leaf.size() > 8 && leaf.compare(leaf.size() - 8, 8, ":HOLDOFF") == 0)
+            return ":TRIGGER:HOLDOFF";
         if (leaf == ":PULSE:TIME") return ":TRIGGER:PULSE:WIDTH";
         return ":TRIGGER" + leaf;
     }
@@ -294,7 +326,8 @@ std::string& Instrument::value(const std::string& header) {
     std::string initial = def ? def->initial : "";
     // Channel 2 and the alternation's second channel start somewhat differently.
     if (header == ":CHANNEL2:SCALE") initial = FloatText(0.2);
-    if (header == ":TRIGGER:ALTERNATION:TIMESCALE") initial = FloatText(altSource_ == 1 ? 5e-4 : 2.5e-4);
+    if (header == ":TRIGGER:ALTERNATION:TIMESCALE")
+        initial = FloatText(altSource_ == 1 ? 5e-4 : 2.5e-4);
     if (startsWith(header, ":DIGITAL") && header.find(":POSITION") != std::string::npos) {
         const int n = std::atoi(header.c_str() + 8);
         initial = std::to_string(n >= 8 ? n - 8 : n);
@@ -302,8 +335,12 @@ std::string& Instrument::value(const std::string& header) {
     return values_[key] = initial;
 }
 
-double Instrument::number(const std::string& header) { return ParseNumberWithUnit(value(header)); }
-void Instrument::setNumber(const std::string& header, double v) { value(header) = FloatText(v); }
+double Instrument::number(const std::string& header) {
+    return ParseNumberWithUnit(value(header));
+}
+void Instrument::setNumber(const std::string& header, double v) {
+    value(header) = FloatText(v);
+}
 bool Instrument::on(const std::string& header) {
     const std::string& v = value(header);
     return v == "ON" || v == "1";
@@ -326,10 +363,12 @@ Reply Instrument::Process(const std::string& rawLine) {
     if (faults_.silent) return {};
     if (reply.kind != Reply::Kind::None && faults_.garbage) {
         std::vector<std::uint8_t> noise(reply.kind == Reply::Kind::Block ? reply.data.size() : 12);
-        for (auto& b : noise) b = static_cast<std::uint8_t>('!' + (noise_ = noise_ * 1103515245 + 12345) % 90);
+        for (auto& b : noise)
+            b = static_cast<std::uint8_t>('!' + (noise_ = noise_ * 1103515245 + 12345) % 90);
         reply.data = noise;
     }
-    if (reply.kind == Reply::Kind::Block && faults_.truncateBlocks) reply.data.resize(reply.data.size() / 2);
+    if (reply.kind == Reply::Kind::Block && faults_.truncateBlocks)
+        reply.data.resize(reply.data.size() / 2);
     return reply;
 }
 
@@ -358,8 +397,10 @@ Reply Instrument::dispatch(const std::string& header, const std::string& arg, bo
             const int first = header == ":LA:GROUP1" ? 0 : 8;
             auto status = static_cast<unsigned>(number(":LA:STATUS"));
             for (int n = first; n < first + 8; ++n) {
-                if (upper(arg) == "ON") status |= 1u << n;
-                else status &= ~(1u << n);
+                if (upper(arg) == "ON")
+                    status |= 1u << n;
+                else
+                    status &= ~(1u << n);
             }
             value(":LA:STATUS") = std::to_string(status);
             return {};
@@ -368,8 +409,10 @@ Reply Instrument::dispatch(const std::string& header, const std::string& arg, bo
             const int n = std::atoi(header.c_str() + 8);
             if (n < 0 || n > 15) return {};
             auto status = static_cast<unsigned>(number(":LA:STATUS"));
-            if (upper(arg) == "ON") status |= 1u << n;
-            else status &= ~(1u << n);
+            if (upper(arg) == "ON")
+                status |= 1u << n;
+            else
+                status &= ~(1u << n);
             value(":LA:STATUS") = std::to_string(status);
             laActive_ = n;
             return {};
@@ -379,7 +422,8 @@ Reply Instrument::dispatch(const std::string& header, const std::string& arg, bo
             const auto high = static_cast<std::uint32_t>(std::strtoul(arg.c_str(), nullptr, 10));
             const auto low = comma == std::string::npos
                                  ? 0u
-                                 : static_cast<std::uint32_t>(std::strtoul(arg.c_str() + comma + 1, nullptr, 10));
+                                 : static_cast<std::uint32_t>(
+                                       std::strtoul(arg.c_str() + comma + 1, nullptr, 10));
             for (int i = 0; i < 8; ++i) {
                 value(":DIGITAL" + std::to_string(15 - i) + ":POSITION") =
                     std::to_string((high >> (4 * (7 - i))) & 0xF);
@@ -390,7 +434,8 @@ Reply Instrument::dispatch(const std::string& header, const std::string& arg, bo
         }
         if (header == ":LA:THRESHOLD") {
             const std::string u = upper(arg);
-            if (u == "TTL" || u == "CMOS" || u == "ECL") value(header) = u;
+            if (u == "TTL" || u == "CMOS" || u == "ECL")
+                value(header) = u;
             else {
                 bool ok = false;
                 const double v = ParseNumberWithUnit(arg, &ok);
@@ -425,9 +470,13 @@ Reply Instrument::dispatch(const std::string& header, const std::string& arg, bo
     if (header == ":LA:LOCATION") {
         std::uint32_t high = 0, low = 0;
         for (int i = 0; i < 8; ++i) {
-            high |= (static_cast<std::uint32_t>(number(":DIGITAL" + std::to_string(15 - i) + ":POSITION")) & 0xF)
+            high |= (static_cast<std::uint32_t>(
+                         number(":DIGITAL" + std::to_string(15 - i) + ":POSITION")) &
+                     0xF)
                     << (4 * (7 - i));
-            low |= (static_cast<std::uint32_t>(number(":DIGITAL" + std::to_string(7 - i) + ":POSITION")) & 0xF)
+            low |= (static_cast<std::uint32_t>(
+                        number(":DIGITAL" + std::to_string(7 - i) + ":POSITION")) &
+                    0xF)
                    << (4 * (7 - i));
         }
         return Reply::Text(std::to_string(high) + "," + std::to_string(low));
@@ -448,9 +497,13 @@ Reply Instrument::generic(const std::string& header, const std::string& arg, boo
             for (const auto& [set, reply] : def->words)
                 if (set == stored) return Reply::Text(reply);
             return Reply::Text(stored);
-        case K::Number: return Reply::Text(FloatText(ParseNumberWithUnit(stored)));
-        case K::Integer: return Reply::Text(std::to_string(static_cast<long long>(std::llround(ParseNumberWithUnit(stored)))));
-        case K::Text: return Reply::Text(stored);
+        case K::Number:
+            return Reply::Text(FloatText(ParseNumberWithUnit(stored)));
+        case K::Integer:
+            return Reply::Text(
+                std::to_string(static_cast<long long>(std::llround(ParseNumberWithUnit(stored)))));
+        case K::Text:
+            return Reply::Text(stored);
         }
         return {};
     }
@@ -468,7 +521,9 @@ Reply Instrument::generic(const std::string& header, const std::string& arg, boo
         if (ok) stored = def->kind == K::Number ? FloatText(v) : std::to_string(std::llround(v));
         break;
     }
-    case K::Text: stored = arg; break;
+    case K::Text:
+        stored = arg;
+        break;
     }
     // Leaving X-Y for alternation, as the instrument does.
     if (header == ":TRIGGER:MODE" && stored == "ALTERNATION") value(":TIMEBASE:FORMAT") = "YT";
@@ -531,8 +586,11 @@ Reply Instrument::key(const std::string& name, const std::string& arg) {
         setNumber(":TIMEBASE:OFFSET", number(":TIMEBASE:OFFSET") + delta);
     } else if (name == "TRIG_LVL_INC" || name == "TRIG_LVL_DEC") {
         const std::string mode = value(":TRIGGER:MODE");
-        const std::string level = ":TRIGGER:" + (mode == "PULSE" || mode == "VIDEO" ? mode : std::string("EDGE")) + ":LEVEL";
-        const double delta = ChannelScale(activeChannel_) / 25 * step * (name == "TRIG_LVL_INC" ? 1 : -1);
+        const std::string level =
+            ":TRIGGER:" + (mode == "PULSE" || mode == "VIDEO" ? mode : std::string("EDGE")) +
+            ":LEVEL";
+        const double delta =
+            ChannelScale(activeChannel_) / 25 * step * (name == "TRIG_LVL_INC" ? 1 : -1);
         setNumber(level, number(level) + delta);
     }
     // Menu keys, function keys and the rest change what the screen shows only.
@@ -575,7 +633,8 @@ void Instrument::levelToMiddle() {
     const std::string source = value(":TRIGGER:" + m + ":SOURCE");
     const int c = source == "CHANNEL2" ? 2 : 1;
     const double middle = (MeasureSignal(gen_[c], Measure::Vmax, 1).value +
-                           MeasureSignal(gen_[c], Measure::Vmin, 1).value) / 2;
+                           MeasureSignal(gen_[c], Measure::Vmin, 1).value) /
+                          2;
     if (m == "SLOPE") {
         setNumber(":TRIGGER:SLOPE:LEVELA", middle);
     } else {
@@ -584,13 +643,16 @@ void Instrument::levelToMiddle() {
     if (mode == "ALTERNATION")
         for (int s = 1; s <= 2; ++s)
             values_[":TRIGGER:ALTERNATION" + std::to_string(s) + ":EDGE:LEVEL"] =
-                FloatText((MeasureSignal(gen_[s], Measure::Vmax, 1).value + MeasureSignal(gen_[s], Measure::Vmin, 1).value) / 2);
+                FloatText((MeasureSignal(gen_[s], Measure::Vmax, 1).value +
+                           MeasureSignal(gen_[s], Measure::Vmin, 1).value) /
+                          2);
 }
 
 void Instrument::resetLaPositions() {
     const bool highBig = value(":LA:GROUP2:SIZE") == "BIG";
     for (int n = 0; n < 16; ++n)
-        value(":DIGITAL" + std::to_string(n) + ":POSITION") = std::to_string(n >= 8 && highBig ? n - 8 : n);
+        value(":DIGITAL" + std::to_string(n) + ":POSITION") =
+            std::to_string(n >= 8 && highBig ? n - 8 : n);
 }
 
 // ---- acquisition -----------------------------------------------------------------------
@@ -600,7 +662,9 @@ double Instrument::ChannelScale(int channel) {
     return number(ch + ":SCALE") * std::max(1.0, number(ch + ":PROBE"));
 }
 
-double Instrument::TimeScale() { return number(":TIMEBASE:SCALE"); }
+double Instrument::TimeScale() {
+    return number(":TIMEBASE:SCALE");
+}
 
 double Instrument::sampleRate() {
     const double ts = number(":TIMEBASE:SCALE");
@@ -620,7 +684,8 @@ double Instrument::timeOrigin(int channel) {
     const Generator& g = gen_[c];
     if (source.rfind("CHANNEL", 0) != 0 && mode != "ALTERNATION") return now;
     if (g.frequency <= 0 || g.shape == Generator::Shape::Dc) return now;
-    const double level = m == "SLOPE" ? number(":TRIGGER:SLOPE:LEVELA") : number(":TRIGGER:" + m + ":LEVEL");
+    const double level =
+        m == "SLOPE" ? number(":TRIGGER:SLOPE:LEVELA") : number(":TRIGGER:" + m + ":LEVEL");
     const bool falling = value(":TRIGGER:EDGE:SLOPE") == "NEGATIVE";
     const double period = 1 / g.frequency;
     const double base = std::floor(now / period) * period;
@@ -642,7 +707,8 @@ std::vector<std::uint8_t> Instrument::trace(int channel) {
     const double offsetRows = number(ch + ":OFFSET") * 25 / scale;
     double ts = number(":TIMEBASE:SCALE");
     if (value(":TRIGGER:MODE") == "ALTERNATION") {
-        const auto it = values_.find(":TRIGGER:ALTERNATION" + std::to_string(channel) + ":TIMESCALE");
+        const auto it =
+            values_.find(":TRIGGER:ALTERNATION" + std::to_string(channel) + ":TIMESCALE");
         ts = it != values_.end() ? ParseNumberWithUnit(it->second) : (channel == 1 ? 5e-4 : 2.5e-4);
     }
     const double delay = number(":TIMEBASE:OFFSET");
@@ -650,11 +716,14 @@ std::vector<std::uint8_t> Instrument::trace(int channel) {
     const bool ac = value(ch + ":COUPLING") == "AC";
     const bool ground = value(ch + ":COUPLING") == "GND";
     std::vector<std::uint8_t> samples(600);
+    // The noise belongs to the acquisition: the same picture while stopped.
+    auto noise = static_cast<std::uint32_t>(std::fmod(origin * 1e6, 4294967296.0)) +
+                 static_cast<std::uint32_t>(channel);
     for (int i = 0; i < 600; ++i) {
         const double t = origin + (i - 300) * ts / 50 + delay;
         double v = ground ? 0 : gen_[channel].value(t) - (ac ? gen_[channel].offset : 0);
-        noise_ = noise_ * 1664525 + 1013904223;
-        v += (static_cast<int>((noise_ >> 16) % 100) - 50) / 50.0 * scale * 0.01;
+        noise = noise * 1664525u + 1013904223u;
+        v += (static_cast<int>((noise >> 16) % 100) - 50) / 50.0 * scale * 0.01;
         if (invert) v = -v;
         const double row = 100 - offsetRows - v * 25 / scale;
         samples[static_cast<std::size_t>(i)] =
@@ -689,7 +758,8 @@ std::vector<std::uint8_t> Instrument::fftTrace() {
         }
         const double mag = std::sqrt(re * re + im * im) / 600;
         const double db = 20 * std::log10(mag + 1e-3);
-        out[static_cast<std::size_t>(k)] = static_cast<std::uint8_t>(std::clamp(std::lround(25 + 60 - db * 4), 25L, 224L));
+        out[static_cast<std::size_t>(k)] =
+            static_cast<std::uint8_t>(std::clamp(std::lround(25 + 60 - db * 4), 25L, 224L));
     }
     return out;
 }
@@ -728,7 +798,8 @@ Reply Instrument::measure(const std::string& word, const std::string& arg) {
     for (int m = 0; m < kMeasureCount; ++m) {
         if (word != MeasureWord(static_cast<Measure>(m))) continue;
         if (!on(":CHANNEL" + std::to_string(channel) + ":DISPLAY")) return Reply::Text("*****");
-        const Measurement r = MeasureSignal(gen_[channel], static_cast<Measure>(m), 12 * number(":TIMEBASE:SCALE"));
+        const Measurement r =
+            MeasureSignal(gen_[channel], static_cast<Measure>(m), 12 * number(":TIMEBASE:SCALE"));
         return Reply::Text(r.valid ? FloatText(r.value) : "*****");
     }
     return {};
@@ -801,6 +872,11 @@ void Instrument::ResetLink() {
     dropped_ = false;
     faults_.dropAtCommand = 0;
     commandCount_ = 0;
+}
+
+void Instrument::Note(const std::string& event) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    log_.push_back({nowSeconds(), "<" + event + ">"});
 }
 
 std::vector<LogEntry> Instrument::Log() const {

@@ -44,10 +44,10 @@ struct LogEntry {
 
 // Faults on demand, for tests of the program's failure paths.
 struct Faults {
-    int latencyMs = 0;      // before every reply
-    int dropAtCommand = 0;  // the link drops when this command (1-based) arrives; 0 never
-    bool silent = false;    // nothing is answered
-    bool garbage = false;   // replies are noise
+    int latencyMs = 0;           // before every reply
+    int dropAtCommand = 0;       // the link drops when this command (1-based) arrives; 0 never
+    bool silent = false;         // nothing is answered
+    bool garbage = false;        // replies are noise
     bool truncateBlocks = false; // blocks carry half their payload
 };
 
@@ -62,6 +62,8 @@ public:
     bool LinkDropped() const;
     void ResetLink(); // plugged back in
 
+    // A line event that is no command (a device clear), logged in angle brackets.
+    void Note(const std::string& event);
     std::vector<LogEntry> Log() const;
     void ClearLog();
     Faults faults() const;

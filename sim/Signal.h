@@ -22,8 +22,24 @@ struct Generator {
 
 // The eighteen automatic measures, in the order of their query words.
 enum class Measure {
-    Vpp, Vmax, Vmin, Vamplitude, Vtop, Vbase, Vaverage, Vrms, Overshoot, Preshoot,
-    Frequency, Period, RiseTime, FallTime, PWidth, NWidth, PDuty, NDuty
+    Vpp,
+    Vmax,
+    Vmin,
+    Vamplitude,
+    Vtop,
+    Vbase,
+    Vaverage,
+    Vrms,
+    Overshoot,
+    Preshoot,
+    Frequency,
+    Period,
+    RiseTime,
+    FallTime,
+    PWidth,
+    NWidth,
+    PDuty,
+    NDuty
 };
 constexpr int kMeasureCount = 18;
 // Query word (":MEASURE:" + word + "?") of each measure.

@@ -2,11 +2,14 @@
 
 namespace sim {
 
-Simulator::Simulator(SimulatorOptions options) : options_(std::move(options)), instrument_(options_.identity) {
+Simulator::Simulator(SimulatorOptions options)
+    : options_(std::move(options)), instrument_(options_.identity) {
     if (options_.usbDirectory.empty()) options_.usbDirectory = UsbFace::DefaultDirectory();
 }
 
-Simulator::~Simulator() { Stop(); }
+Simulator::~Simulator() {
+    Stop();
+}
 
 bool Simulator::Start(std::string* error) {
     if (options_.usb) {
@@ -30,16 +33,24 @@ void Simulator::Stop() {
     if (tcp_) tcp_->Stop();
 }
 
-std::string Simulator::usbResource() const { return usb_ ? usb_->resource() : std::string(); }
-std::string Simulator::usbSocketPath() const { return usb_ ? usb_->socketPath() : std::string(); }
-std::string Simulator::usbDirectory() const { return options_.usbDirectory; }
+std::string Simulator::usbResource() const {
+    return usb_ ? usb_->resource() : std::string();
+}
+std::string Simulator::usbSocketPath() const {
+    return usb_ ? usb_->socketPath() : std::string();
+}
+std::string Simulator::usbDirectory() const {
+    return options_.usbDirectory;
+}
 
 std::string Simulator::serialPath() const {
     if (!serial_) return {};
     return serial_->linkPath().empty() ? serial_->slavePath() : serial_->linkPath();
 }
 
-int Simulator::tcpPort() const { return tcp_ ? tcp_->port() : 0; }
+int Simulator::tcpPort() const {
+    return tcp_ ? tcp_->port() : 0;
+}
 
 void Simulator::Unplug() {
     if (usb_) usb_->Unplug();

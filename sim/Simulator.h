@@ -12,12 +12,12 @@ namespace sim {
 struct SimulatorOptions {
     Identity identity;
     bool usb = true;
-    std::string usbDirectory;                              // "" = UsbFace::DefaultDirectory()
+    std::string usbDirectory; // "" = UsbFace::DefaultDirectory()
     std::string usbResource = "USB0::0x5345::0x4102::SIM0000001::INSTR";
     bool rs232 = false;
-    std::string serialLink;                                // "" = no link
+    std::string serialLink; // "" = no link
     bool tcp = false;
-    int tcpPort = 5025;                                    // 0 = any free port
+    int tcpPort = 5025; // 0 = any free port
 };
 
 class Simulator {

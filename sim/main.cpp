@@ -14,7 +14,9 @@
 namespace {
 
 volatile std::sig_atomic_t g_stop = 0;
-void onSignal(int) { g_stop = 1; }
+void onSignal(int) {
+    g_stop = 1;
+}
 
 void usage() {
     std::puts(
@@ -60,12 +62,18 @@ void usage() {
 }
 
 bool identityByName(const std::string& name, sim::Identity& out) {
-    if (name == "default") out = sim::Identity();
-    else if (name == "mono") out = sim::Identity::Mono();
-    else if (name == "no-digital") out = sim::Identity::WithoutDigital();
-    else if (name == "other-maker") out = sim::Identity::OtherMaker();
-    else if (name == "empty") out = sim::Identity::Empty();
-    else return false;
+    if (name == "default")
+        out = sim::Identity();
+    else if (name == "mono")
+        out = sim::Identity::Mono();
+    else if (name == "no-digital")
+        out = sim::Identity::WithoutDigital();
+    else if (name == "other-maker")
+        out = sim::Identity::OtherMaker();
+    else if (name == "empty")
+        out = sim::Identity::Empty();
+    else
+        return false;
     return true;
 }
 
@@ -101,43 +109,70 @@ int main(int argc, char** argv) {
             char* end = nullptr;
             const long n = std::strtol(v.c_str(), &end, 10);
             if (*end) {
-                std::fprintf(stderr, "nq4000l-sim: %s wants a whole number, not %s\n", a.c_str(), v.c_str());
+                std::fprintf(stderr, "nq4000l-sim: %s wants a whole number, not %s\n", a.c_str(),
+                             v.c_str());
                 std::exit(2);
             }
             return static_cast<int>(n);
         };
-        if (a == "--help" || a == "-h") return usage(), 0;
-        else if (a == "--no-usb") options.usb = false;
-        else if (a == "--usb-dir") options.usbDirectory = next("a folder");
-        else if (a == "--usb-resource") options.usbResource = next("a resource name");
-        else if (a == "--rs232") options.rs232 = true;
-        else if (a == "--serial-link") options.rs232 = true, options.serialLink = next("a path");
+        if (a == "--help" || a == "-h")
+            return usage(), 0;
+        else if (a == "--no-usb")
+            options.usb = false;
+        else if (a == "--usb-dir")
+            options.usbDirectory = next("a folder");
+        else if (a == "--usb-resource")
+            options.usbResource = next("a resource name");
+        else if (a == "--rs232")
+            options.rs232 = true;
+        else if (a == "--serial-link")
+            options.rs232 = true, options.serialLink = next("a path");
         else if (a == "--tcp") {
             options.tcp = true;
             if (i + 1 < argc && argv[i + 1][0] != '-') options.tcpPort = number("a port");
         } else if (a == "--identity") {
-            if (!identityByName(next("a kind"), options.identity)) return fail("unknown identity " + a);
-        } else if (a == "--model") model = next("a model word");
+            if (!identityByName(next("a kind"), options.identity))
+                return fail("unknown identity " + a);
+        } else if (a == "--model")
+            model = next("a model word");
         else if (a == "--ch1" || a == "--ch2") {
             const std::string spec = next("a signal");
-            if (!sim::Generator::parse(spec, a == "--ch1" ? ch1 : ch2)) return fail("bad signal " + spec);
-        } else if (a == "--latency") faults.latencyMs = number("milliseconds");
-        else if (a == "--drop-at") faults.dropAtCommand = number("a command count");
-        else if (a == "--silent") faults.silent = true;
-        else if (a == "--garbage") faults.garbage = true;
-        else if (a == "--truncate-blocks") faults.truncateBlocks = true;
-        else if (a == "--log") log = true;
-        else if (a == "--write-rcd") rcdPath = next("a path");
-        else if (a == "--frames") record.frames = number("a count");
-        else if (a == "--channel") record.channel = number("1 or 2");
-        else if (a == "--write-wfm") wfmPath = next("a path");
-        else if (a == "--points") waveform.points = number("a count");
-        else if (a == "--older") waveform.olderHead = true;
-        else if (a == "--alternate") waveform.alternate = true;
-        else if (a == "--no-ch1") waveform.ch1 = false;
-        else if (a == "--no-ch2") waveform.ch2 = false;
-        else if (a == "--no-digital") waveform.digital = false;
-        else return fail("unknown option " + a + " (see --help)");
+            if (!sim::Generator::parse(spec, a == "--ch1" ? ch1 : ch2))
+                return fail("bad signal " + spec);
+        } else if (a == "--latency")
+            faults.latencyMs = number("milliseconds");
+        else if (a == "--drop-at")
+            faults.dropAtCommand = number("a command count");
+        else if (a == "--silent")
+            faults.silent = true;
+        else if (a == "--garbage")
+            faults.garbage = true;
+        else if (a == "--truncate-blocks")
+            faults.truncateBlocks = true;
+        else if (a == "--log")
+            log = true;
+        else if (a == "--write-rcd")
+            rcdPath = next("a path");
+        else if (a == "--frames")
+            record.frames = number("a count");
+        else if (a == "--channel")
+            record.channel = number("1 or 2");
+        else if (a == "--write-wfm")
+            wfmPath = next("a path");
+        else if (a == "--points")
+            waveform.points = number("a count");
+        else if (a == "--older")
+            waveform.olderHead = true;
+        else if (a == "--alternate")
+            waveform.alternate = true;
+        else if (a == "--no-ch1")
+            waveform.ch1 = false;
+        else if (a == "--no-ch2")
+            waveform.ch2 = false;
+        else if (a == "--no-digital")
+            waveform.digital = false;
+        else
+            return fail("unknown option " + a + " (see --help)");
     }
     if (!model.empty()) options.identity.model = model;
 
@@ -146,7 +181,8 @@ int main(int argc, char** argv) {
         if (!rcdPath.empty()) {
             record.generator = record.channel == 2 ? ch2 : ch1;
             if (!sim::WriteRecordFile(rcdPath, record, &error)) return fail(error);
-            std::printf("wrote %s (%d frames of CH%d)\n", rcdPath.c_str(), record.frames, record.channel);
+            std::printf("wrote %s (%d frames of CH%d)\n", rcdPath.c_str(), record.frames,
+                        record.channel);
         }
         if (!wfmPath.empty()) {
             waveform.ch1Generator = ch1;
@@ -166,7 +202,9 @@ int main(int argc, char** argv) {
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
     std::printf("NQ4000L simulator: %s\n", options.identity.idn().c_str());
-    if (options.usb) std::printf("USB   %s\n      (socket %s)\n", simulator.usbResource().c_str(), simulator.usbSocketPath().c_str());
+    if (options.usb)
+        std::printf("USB   %s\n      (socket %s)\n", simulator.usbResource().c_str(),
+                    simulator.usbSocketPath().c_str());
     if (options.rs232) std::printf("RS232 %s\n", simulator.serialPath().c_str());
     if (options.tcp) std::printf("LAN   127.0.0.1:%d\n", simulator.tcpPort());
     std::fflush(stdout);
@@ -177,7 +215,8 @@ int main(int argc, char** argv) {
         if (log) {
             const auto entries = simulator.instrument().Log();
             for (; printed < entries.size(); ++printed)
-                std::printf("%10.3f  %s\n", entries[printed].seconds, entries[printed].command.c_str());
+                std::printf("%10.3f  %s\n", entries[printed].seconds,
+                            entries[printed].command.c_str());
             std::fflush(stdout);
         }
     }

@@ -3,6 +3,7 @@
 #include "app/AppIdentity.h"
 #include "app/SoftwareSetting.h"
 #include "platform/Settings.h"
+#include "platform/Visa.h"
 
 #include <QCollator>
 #include <QSerialPortInfo>
@@ -52,4 +53,13 @@ void LoadComPortMap() {
 void SaveComPortMap() {
     for (int i = 1; i <= kComPortCount; ++i)
         platform::SaveSetting(kAppTitle, kSection, "COM" + QString::number(i), g_overrides[i]);
+}
+
+void OfferComPortsToVisa() {
+    platform::SetAsrlPortProvider([] {
+        QList<QPair<int, QString>> ports;
+        for (int i = 1; i <= kComPortCount; ++i)
+            if (!g_overrides[i].isEmpty()) ports.append({i, g_overrides[i]});
+        return ports;
+    });
 }

@@ -12,6 +12,9 @@ QString ComPortDevice(int comPort);
 QString ComPortOverride(int comPort);
 void SetComPortOverride(int comPort, const QString& path); // empty removes it
 
+// Offers the COM ports given a device to the VISA search as ASRL resources.
+void OfferComPortsToVisa();
+
 // The overrides live in the settings store, read at start and written at end.
 void LoadComPortMap();
 void SaveComPortMap();

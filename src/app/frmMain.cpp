@@ -14,12 +14,14 @@
 #include "controller/frmCtrlList.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
+#include "link/RS232Func.h"
 #include "link/UsbFunc.h"
 #include "platform/Desktop.h"
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
+#include "platform/Visa.h"
 #include "sheet/DataSheet.h"
 #include "sheet/frmDataSheetTree.h"
 
@@ -98,6 +100,8 @@ frmMain::frmMain() {
         showRecent(menu("mnuRecentSheetRoot"), "mnuFileRecentSheet", entries);
     });
     SetLampView([this](bool connected) { setLamps(connected); });
+    SetStatusView([this](const QString& message) { SetStatusText(message); });
+    OfferComPortsToVisa();
     captionRoutineId_ = AddCaptionRoutine([this](int index) { ApplyCaptions(index); });
     ApplyCaptions(CaptionLanguage());
 }
@@ -107,6 +111,8 @@ frmMain::~frmMain() {
     SetRecentCtrlMenuView({});
     SetRecentSheetMenuView({});
     SetLampView({});
+    SetStatusView({});
+    platform::SetAsrlPortProvider({});
     if (fMainForm == this) fMainForm = nullptr;
 }
 
@@ -280,9 +286,6 @@ void frmMain::buildTimers() {
     commTimer_ = makeTimer("CommTimer", 2000, true);
     connect(commTimer_, &QTimer::timeout, this,
             [this] { statusPanel_->setText(FormText("frmMain", "StatusIdle")); });
-    // Ten ticks a second: the serial wait's clock, scaled with the pacing.
-    timeOutTimer_ = makeTimer("TimeOutTimer", platform::ScaledMs(100), false);
-    connect(timeOutTimer_, &QTimer::timeout, this, [] { ++TickCount; });
     commBusyTimer_ = makeTimer("CommBusyTimer", 200, false); // kept idle: its handler is empty
     timerInit_ = makeTimer("TimerInit", 1, true);
     connect(timerInit_, &QTimer::timeout, this,
@@ -320,9 +323,9 @@ void frmMain::Load() {
     ProductName = "NQ4000L";
     ModelHasLa = true; // 5
     SheetDirty = false;
-    setLamps(Connected);    // 6
-    timeOutTimer_->start(); // 7
-    LoadSoftwareSetting();  // 8
+    setLamps(Connected);   // 6
+    StartLinkTimers();     // 7
+    LoadSoftwareSetting(); // 8
     OpenVisaRM();
     ApplyLanguage(LanguageIndex); // 9
     RawBias = 25;                 // 10

@@ -91,7 +91,6 @@ private:
     DockPane* dataSheetPane_ = nullptr;
     DockPane* controllerPane_ = nullptr;
     QTimer* commTimer_ = nullptr;
-    QTimer* timeOutTimer_ = nullptr;
     QTimer* commBusyTimer_ = nullptr;
     QTimer* timerInit_ = nullptr;
     QHash<QString, QAction*> actions_;

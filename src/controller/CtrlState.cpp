@@ -3,6 +3,7 @@
 bool CtrlDirty = false;
 QString ControlFilePath;
 bool ModelHasLa = true;
+QString MathDisplay;
 
 // The control file reader and writer are not built yet.
 bool SaveControlFile() {

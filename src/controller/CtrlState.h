@@ -4,7 +4,8 @@
 
 extern bool CtrlDirty;
 extern QString ControlFilePath;
-extern bool ModelHasLa; // the digital channels are presented
+extern bool ModelHasLa;     // the digital channels are presented
+extern QString MathDisplay; // the instrument's math display switch, as a display word
 
 // Saves the control file (the controller's Save); false when nothing was saved.
 bool SaveControlFile();

@@ -2,12 +2,14 @@
 // Taking the link from nothing to a known, locked instrument and back.
 
 // Opens the transport chosen in Options, locks the panel, identifies the
-// instrument and lights the lamp, or tells the user why not.
+// instrument by *IDN?, and lights the lamp; or tells the user why not. Once
+// the transport is open a failing statement is skipped and the rest goes on.
 void ConnectToDevice();
 // Unlocks the panel when connected, then marks the link down.
 void DisconnectFromDevice();
+// Asks the instrument whether its screen is coloured (7th character of the model).
+bool IsColorDevice();
 
-// How the transport is opened: set by the link's transport layer. Returns
-// false (after telling the user why) when nothing could be opened.
-using TransportOpener = bool (*)();
-void SetTransportOpener(TransportOpener opener);
+// The build's brand: false here; a build for the other brand expects its
+// maker and any NQ4 model.
+constexpr bool BrandIsOem = false;

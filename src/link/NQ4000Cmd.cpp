@@ -1,13 +1,24 @@
 #include "link/NQ4000Cmd.h"
 
+#include "app/SoftwareSetting.h"
 #include "link/LinkState.h"
+#include "link/RS232Func.h"
+#include "link/UsbFunc.h"
+#include "platform/Pacing.h"
 
 namespace {
-LinkTransport* g_transport = nullptr;
-bool mayTalk() {
-    return (Connected || Connecting) && g_transport;
+LinkTransport* g_standIn = nullptr;
 }
-} // namespace
+
+QString cmd::KeyCommand(const QString& name) {
+    return Key + ":" + name;
+}
+QString cmd::ChannelRoot(int channel) {
+    return channel == 2 ? Channel2 : Channel1;
+}
+QString cmd::DigitalRoot(int channel) {
+    return Digital + QString::number(channel);
+}
 
 QString SetCommand(const QString& header, const QString& value) {
     return header + " " + value;
@@ -20,18 +31,38 @@ QString QueryCommand(const QString& header, const QString& argument) {
 }
 
 void SetLinkTransport(LinkTransport* transport) {
-    g_transport = transport;
-}
-LinkTransport* CurrentLinkTransport() {
-    return g_transport;
+    g_standIn = transport;
 }
 
 void CmdSend(const QString& text) {
-    if (mayTalk()) g_transport->Send(text);
+    if (g_standIn) {
+        if (Connected || Connecting) g_standIn->Send(text);
+        return;
+    }
+    if (SoftwareSetting.ScopeIOType == kIoTypeRs232) {
+        Rs232Sending = true;
+        Rs232Write(text);
+        Rs232Sending = false;
+        platform::Sleep(100);
+    } else {
+        VisaWrite(text);
+        platform::Sleep(200);
+    }
 }
 
 QString CmdQuery(const QString& text) {
-    return mayTalk() ? g_transport->Query(text) : QString();
+    if (g_standIn) return Connected || Connecting ? g_standIn->Query(text) : QString();
+    if (SoftwareSetting.ScopeIOType == kIoTypeRs232) {
+        RxBinaryMode = false;
+        Rs232Sending = true;
+        Rs232Write(text);
+        RxBusy = true;
+        const QString reply = Rs232ReadText();
+        Rs232Sending = false;
+        return reply;
+    }
+    VisaWrite(text);
+    return VisaReadText();
 }
 
 QString CutAtLineFeed(const QString& reply) {

@@ -18,7 +18,9 @@ using namespace sim;
 
 namespace {
 
-std::string text(const Reply& r) { return std::string(r.data.begin(), r.data.end()); }
+std::string text(const Reply& r) {
+    return std::string(r.data.begin(), r.data.end());
+}
 
 // A bare client of the USB face's message protocol.
 class UsbClient {
@@ -53,7 +55,8 @@ public:
         while (true) {
             std::vector<std::uint8_t> head;
             if (!receive(head, 6, timeoutMs)) return std::nullopt;
-            const std::uint32_t n = head[2] | head[3] << 8 | head[4] << 16 | static_cast<std::uint32_t>(head[5]) << 24;
+            const std::uint32_t n =
+                head[2] | head[3] << 8 | head[4] << 16 | static_cast<std::uint32_t>(head[5]) << 24;
             std::vector<std::uint8_t> body;
             if (!receive(body, n, timeoutMs)) return std::nullopt;
             if (head[1] == tag_) return body;
@@ -73,7 +76,8 @@ public:
 
 private:
     static void append32(std::vector<std::uint8_t>& m, std::uint32_t v) {
-        for (int i = 0; i < 4; ++i) m.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+        for (int i = 0; i < 4; ++i)
+            m.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
     }
     void send(const std::vector<std::uint8_t>& m) { (void)!::write(fd_, m.data(), m.size()); }
     bool receive(std::vector<std::uint8_t>& out, std::size_t n, int timeoutMs) {
@@ -113,7 +117,8 @@ std::vector<std::uint8_t> slurp(const QString& path) {
 
 std::uint32_t le(const std::vector<std::uint8_t>& b, std::size_t at, int bytes) {
     std::uint32_t v = 0;
-    for (int i = 0; i < bytes; ++i) v |= static_cast<std::uint32_t>(b[at + static_cast<std::size_t>(i)]) << (8 * i);
+    for (int i = 0; i < bytes; ++i)
+        v |= static_cast<std::uint32_t>(b[at + static_cast<std::size_t>(i)]) << (8 * i);
     return v;
 }
 
@@ -145,27 +150,62 @@ void TestSimulator::replySpellingsDifferFromSetWords_data() {
     QTest::addColumn<QString>("set");
     QTest::addColumn<QString>("query");
     QTest::addColumn<QString>("reply");
-    QTest::newRow("format") << ":TIMEBASE:FORMAT SCANNING" << ":TIMEBASE:FORMAT?" << "SCANNING";
-    QTest::newRow("format yt") << ":TIMEBASE:FORMAT YT" << ":TIMEBASE:FORMAT?" << "Y-T";
-    QTest::newRow("format xy") << ":TIMEBASE:FORMAT XY" << ":TIMEBASE:FORMAT?" << "X-Y";
-    QTest::newRow("pulse mode") << ":TRIGGER:PULSE:MODE -GREATERTHAN" << ":TRIGGER:PULSE:MODE?" << "-GREATER THAN";
-    QTest::newRow("slope mode") << ":TRIGGER:SLOPE:MODE +EQUAL" << ":TRIGGER:SLOPE:MODE?" << "+EQUAL";
-    QTest::newRow("video mode") << ":TRIGGER:VIDEO:MODE EVENfield" << ":TRIGGER:VIDEO:MODE?" << "EVEN FIELD";
-    QTest::newRow("all lines") << ":TRIGGER:VIDEO:MODE ALLlines" << ":TRIGGER:VIDEO:MODE?" << "ALL LINES";
-    QTest::newRow("standard") << ":TRIGGER:VIDEO:STANDARD PALSECAM" << ":TRIGGER:VIDEO:STANDARD?" << "PAL/SECAM";
-    QTest::newRow("sampling") << ":ACQUIRE:MODE ETIME" << ":ACQUIRE:MODE?" << "EQUAL_TIME";
-    QTest::newRow("qualifier") << ":TRIGGER:DURATION:QUALIFIER GREATERTHAN" << ":TRIGGER:DURATION:QUALIFIER?"
+    QTest::newRow("format") << ":TIMEBASE:FORMAT SCANNING"
+                            << ":TIMEBASE:FORMAT?"
+                            << "SCANNING";
+    QTest::newRow("format yt") << ":TIMEBASE:FORMAT YT"
+                               << ":TIMEBASE:FORMAT?"
+                               << "Y-T";
+    QTest::newRow("format xy") << ":TIMEBASE:FORMAT XY"
+                               << ":TIMEBASE:FORMAT?"
+                               << "X-Y";
+    QTest::newRow("pulse mode") << ":TRIGGER:PULSE:MODE -GREATERTHAN"
+                                << ":TRIGGER:PULSE:MODE?"
+                                << "-GREATER THAN";
+    QTest::newRow("slope mode") << ":TRIGGER:SLOPE:MODE +EQUAL"
+                                << ":TRIGGER:SLOPE:MODE?"
+                                << "+EQUAL";
+    QTest::newRow("video mode") << ":TRIGGER:VIDEO:MODE EVENfield"
+                                << ":TRIGGER:VIDEO:MODE?"
+                                << "EVEN FIELD";
+    QTest::newRow("all lines") << ":TRIGGER:VIDEO:MODE ALLlines"
+                               << ":TRIGGER:VIDEO:MODE?"
+                               << "ALL LINES";
+    QTest::newRow("standard") << ":TRIGGER:VIDEO:STANDARD PALSECAM"
+                              << ":TRIGGER:VIDEO:STANDARD?"
+                              << "PAL/SECAM";
+    QTest::newRow("sampling") << ":ACQUIRE:MODE ETIME"
+                              << ":ACQUIRE:MODE?"
+                              << "EQUAL_TIME";
+    QTest::newRow("qualifier") << ":TRIGGER:DURATION:QUALIFIER GREATERTHAN"
+                               << ":TRIGGER:DURATION:QUALIFIER?"
                                << "GREATER THAN";
-    QTest::newRow("source") << ":TRIGGER:EDGE:SOURCE CHANNEL2" << ":TRIGGER:EDGE:SOURCE?" << "CH2";
-    QTest::newRow("digital source") << ":TRIGGER:EDGE:SOURCE DIGITAL7" << ":TRIGGER:EDGE:SOURCE?" << "D7";
-    QTest::newRow("threshold family") << ":LA:THRESHOLD CMOS" << ":LA:THRESHOLD?" << "CMOS";
-    QTest::newRow("threshold user") << ":LA:THRESHOLD 1.5v" << ":LA:THRESHOLD?" << "User 1.50";
-    QTest::newRow("channel display") << ":CHANNEL2:DISPLAY OFF" << ":CHANNEL2:DISPLAY?" << "0";
-    QTest::newRow("math") << ":MATH:DISPLAY ON" << ":MATH:DISPLAY?" << "ON";
-    QTest::newRow("unknown word keeps the old") << ":DISPLAY:GRID QUARTER" << ":DISPLAY:GRID?" << "FULL";
-    QTest::newRow("pattern with edge") << ":TRIGGER:PATTERN:PATTERN 65280,65535,3,1" << ":TRIGGER:PATTERN:PATTERN?"
+    QTest::newRow("source") << ":TRIGGER:EDGE:SOURCE CHANNEL2"
+                            << ":TRIGGER:EDGE:SOURCE?"
+                            << "CH2";
+    QTest::newRow("digital source") << ":TRIGGER:EDGE:SOURCE DIGITAL7"
+                                    << ":TRIGGER:EDGE:SOURCE?"
+                                    << "D7";
+    QTest::newRow("threshold family") << ":LA:THRESHOLD CMOS"
+                                      << ":LA:THRESHOLD?"
+                                      << "CMOS";
+    QTest::newRow("threshold user") << ":LA:THRESHOLD 1.5v"
+                                    << ":LA:THRESHOLD?"
+                                    << "User 1.50";
+    QTest::newRow("channel display") << ":CHANNEL2:DISPLAY OFF"
+                                     << ":CHANNEL2:DISPLAY?"
+                                     << "0";
+    QTest::newRow("math") << ":MATH:DISPLAY ON"
+                          << ":MATH:DISPLAY?"
+                          << "ON";
+    QTest::newRow("unknown word keeps the old") << ":DISPLAY:GRID QUARTER"
+                                                << ":DISPLAY:GRID?"
+                                                << "FULL";
+    QTest::newRow("pattern with edge") << ":TRIGGER:PATTERN:PATTERN 65280,65535,3,1"
+                                       << ":TRIGGER:PATTERN:PATTERN?"
                                        << "PATTERN,65280,65535,D3,Negative";
-    QTest::newRow("pattern without edge") << ":TRIGGER:DURATION:PATTERN 5,255" << ":TRIGGER:DURATION:PATTERN?"
+    QTest::newRow("pattern without edge") << ":TRIGGER:DURATION:PATTERN 5,255"
+                                          << ":TRIGGER:DURATION:PATTERN?"
                                           << "DURATION,5,255,None,Positive";
 }
 
@@ -247,7 +287,8 @@ void TestSimulator::keysActOnTheState() {
     QCOMPARE(text(i.Process(":TIMEBASE:SCALE?")), std::string("2.000000e-04"));
     i.Process(":KEY:CHANNEL2");
     i.Process(":KEY:V_POS_INC 50");
-    QCOMPARE(text(i.Process(":CHANNEL2:OFFSET?")), std::string("4.000000e-01")); // 50 rows of 0.2 V/div
+    QCOMPARE(text(i.Process(":CHANNEL2:OFFSET?")),
+             std::string("4.000000e-01")); // 50 rows of 0.2 V/div
     i.Process(":TRIG%50");
     QCOMPARE(text(i.Process(":TRIGGER:EDGE:LEVEL?")), std::string("0.000000e+00"));
     i.Process(":AUTO"); // some periods of the 1 kHz sine on the twelve divisions
@@ -256,13 +297,15 @@ void TestSimulator::keysActOnTheState() {
 }
 
 void TestSimulator::identities() {
-    QCOMPARE(Instrument().Process("*IDN?").data.size(), std::string("VEXOR TECHNOLOGIES,NQ4102CD,SIM0000001,00.01.06").size());
+    QCOMPARE(Instrument().Process("*IDN?").data.size(),
+             std::string("VEXOR TECHNOLOGIES,NQ4102CD,SIM0000001,00.01.06").size());
     const std::string idn = text(Instrument().Process("*IDN?"));
     QCOMPARE(idn[25], 'C'); // the 26th character tells a colour screen
     QCOMPARE(text(Instrument(Identity::Mono()).Process("*IDN?"))[25], 'M');
     QVERIFY(Identity().digital());
     QVERIFY(!Identity::WithoutDigital().digital());
-    QCOMPARE(text(Instrument(Identity::OtherMaker()).Process("*IDN?")).substr(0, 17), std::string("ACME INSTRUMENTS,"));
+    QCOMPARE(text(Instrument(Identity::OtherMaker()).Process("*IDN?")).substr(0, 17),
+             std::string("ACME INSTRUMENTS,"));
     QCOMPARE(Instrument(Identity::Empty()).Process("*IDN?").kind, Reply::Kind::Text);
     QVERIFY(Instrument(Identity::Empty()).Process("*IDN?").data.empty());
 }
@@ -294,8 +337,8 @@ void TestSimulator::blockFramings() {
     QCOMPARE(i.Process(":SYSTEM:DATA?").data.size(), std::size_t(113));
     QCOMPARE(i.Process(":LCD:DATA?").data.size(), std::size_t(74880));
     const auto system = i.Process(":SYSTEM:DATA?").data;
-    QCOMPARE(le(system, 2, 2), 299u); // DrawEnd
-    QCOMPARE(int(system[13]), 1);      // Ch1On
+    QCOMPARE(le(system, 2, 2), 299u);     // DrawEnd
+    QCOMPARE(int(system[13]), 1);         // Ch1On
     QCOMPARE(le(system, 72, 2), 0xFFFFu); // LAEnableMask
 }
 
@@ -455,17 +498,18 @@ void TestSimulator::recordFile() {
     const auto b = slurp(path);
     QVERIFY(b.size() > 56);
     QCOMPARE(le(b, 0, 2), 0xBABAu);
-    QCOMPARE(le(b, 8, 4), 1u);           // source CH2
-    QCOMPARE(le(b, 16, 2), 1u);          // first frame
-    QCOMPARE(le(b, 18, 2), 7u);          // last frame
-    QCOMPARE(int(b[30]), 1);             // CH2 valid
-    QCOMPARE(le(b, 32, 4), 200000u);     // microvolts per division
+    QCOMPARE(le(b, 8, 4), 1u);       // source CH2
+    QCOMPARE(le(b, 16, 2), 1u);      // first frame
+    QCOMPARE(le(b, 18, 2), 7u);      // last frame
+    QCOMPARE(int(b[30]), 1);         // CH2 valid
+    QCOMPARE(le(b, 32, 4), 200000u); // microvolts per division
     QCOMPARE(qint16(le(b, 36, 2)), qint16(-10));
     QCOMPARE(qint64(le(b, 40, 4)) | qint64(le(b, 44, 4)) << 32, qint64(1000000000));
     QCOMPARE(qint32(le(b, 48, 4)), qint32(-2000000000)); // low word of -2e9 ps
     std::vector<std::uint8_t> frames(7 * 1024 + 100);
     uLongf size = static_cast<uLongf>(frames.size());
-    QCOMPARE(uncompress(frames.data(), &size, b.data() + 56, static_cast<uLong>(b.size() - 56)), Z_OK);
+    QCOMPARE(uncompress(frames.data(), &size, b.data() + 56, static_cast<uLong>(b.size() - 56)),
+             Z_OK);
     QCOMPARE(size, uLongf(7 * 1024));
     for (int n = 0; n < 7; ++n)
         for (int k = 0; k < 300; ++k) {
@@ -487,7 +531,8 @@ void TestSimulator::waveformFiles() {
     QCOMPARE(int(b[49]), 1);
     QCOMPARE(int(b[73]), 1);
     QCOMPARE(int(b[120]), 1);
-    QCOMPARE(b.size(), std::size_t(272 + 4 + 1000 + 1000 + 2 * 1000)); // CH1, CH2, two bytes a point
+    QCOMPARE(b.size(),
+             std::size_t(272 + 4 + 1000 + 1000 + 2 * 1000)); // CH1, CH2, two bytes a point
 
     spec.points = 600000; // above 524288: one byte a digital point
     spec.ch1 = false;
@@ -503,7 +548,7 @@ void TestSimulator::waveformFiles() {
     b = slurp(old);
     QCOMPARE(le(b, 0, 2), 0xA5A1u);
     QCOMPARE(b.size(), std::size_t(252 + 4 + 500)); // no digital section in an older file
-    QCOMPARE(int(b[120]), 0);                         // trigger mode, at its older place
+    QCOMPARE(int(b[120]), 0);                       // trigger mode, at its older place
 
     WaveformSpec alternate;
     alternate.alternate = true;
