@@ -1,5 +1,6 @@
 // The main frame: start-up order, panes and View checks, lamps, closing.
 #include "RecordingTransport.h"
+#include "Simulator.h"
 #include "TestPlatform.h"
 
 #include "app/AppIdentity.h"
@@ -11,9 +12,11 @@
 #include "controller/CtrlState.h"
 #include "link/LinkState.h"
 #include "platform/Settings.h"
+#include "platform/Visa.h"
 #include "sheet/DataSheet.h"
 
 #include <QLabel>
+#include <QTemporaryDir>
 #include <QMenu>
 #include <QStatusBar>
 #include <QTimer>
@@ -38,6 +41,7 @@ private slots:
     void helpOpensThePageOfTheLanguage();
     void helpFailureShowsTheErrorText();
     void systemInfoUnavailableIsSaid();
+    void connectAndDisconnectFromTheMenus();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -223,6 +227,35 @@ void TestFrame::systemInfoUnavailableIsSaid() {
     QCOMPARE(tp_->prompts(), QStringList{"System Information Is Unavailable At This Time!"});
     frmAbout about;
     QCOMPARE(about.versionLabel()->text(), QString("Version 00.01.06"));
+}
+
+void TestFrame::connectAndDisconnectFromTheMenus() {
+    QTemporaryDir dir;
+    sim::SimulatorOptions o;
+    o.usbDirectory = dir.path().toStdString();
+    sim::Simulator simulator(o);
+    QVERIFY(simulator.Start());
+    platform::SetSimulatedUsbDirectory(dir.path());
+    startFrame();
+    frame_->action("tbConnect")->trigger();
+    QVERIFY(Connected);
+    QVERIFY(frame_->lampOn()->isVisible() && !frame_->lampOff()->isVisible());
+    QVERIFY(tp_->boxes.isEmpty());
+    frame_->action("mnuToolsDisconnect")->trigger();
+    QVERIFY(!Connected);
+    QVERIFY(frame_->lampOff()->isVisible() && !frame_->lampOn()->isVisible());
+    auto said = [&simulator](const char* command) {
+        int n = 0;
+        for (const auto& e : simulator.instrument().Log()) n += e.command == command;
+        return n;
+    };
+    QTRY_COMPARE(said(":KEY:LOCK DISABLE"), 1);
+    frame_->action("mnuToolsConnect")->trigger(); // a second connect after a disconnect
+    QVERIFY(Connected);
+    QVERIFY(frame_->close()); // unlocks at the end
+    QTRY_COMPARE(said(":KEY:LOCK DISABLE"), 2);
+    frame_.reset();
+    Connected = false;
 }
 
 QTEST_MAIN(TestFrame)
