@@ -10,8 +10,8 @@
 #include "sheet/DataSheet.h"
 
 std::array<QColor, 5> TraceColor;
-QString MakerName;
-QString ProductName;
+QString MakerName = "Vexor Technologies,Inc.";
+QString ProductName = "NQ4000L";
 
 void FillTraceColors() {
     TraceColor = {QColor(255, 255, 0), QColor(0, 255, 255), QColor(128, 0, 255), QColor(0, 255, 0),

@@ -10,6 +10,10 @@
 #include "app/SoftwareSetting.h"
 #include "app/frmAbout.h"
 #include "app/frmOptions.h"
+#include "acquire/MeasureJob.h"
+#include "controller/CtrlData.h"
+#include "controller/CtrlFile.h"
+#include "controller/SettingsExchange.h"
 #include "controller/CtrlState.h"
 #include "controller/frmCtrlList.h"
 #include "link/Connection.h"
@@ -322,6 +326,9 @@ void frmMain::Load() {
     MakerName = "Vexor Technologies,Inc.";
     ProductName = "NQ4000L";
     ModelHasLa = true; // 5
+    RegisterCtrlDataForTranslation();
+    RegisterSettingsJobs();
+    RegisterMeasureJobs();
     SheetDirty = false;
     setLamps(Connected);   // 6
     StartLinkTimers();     // 7

@@ -3,10 +3,17 @@
 bool CtrlDirty = false;
 QString ControlFilePath;
 bool ModelHasLa = true;
-QString MathDisplay;
+bool CtrlTreeBuilt = false;
+QString CtrlTreePath;
+QString CtrlDialogKey = " ";
 
-// The control file reader and writer are not built yet.
-bool SaveControlFile() {
-    return false;
+
+namespace {
+CtrlTreeListener g_treeListener;
 }
-void OpenCtrl(const QString&) {}
+
+void SetCtrlTreeListener(CtrlTreeListener listener) { g_treeListener = std::move(listener); }
+
+void CtrlTreeChanged(CtrlTreeChange change) {
+    if (g_treeListener) g_treeListener(change);
+}

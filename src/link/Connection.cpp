@@ -2,6 +2,7 @@
 
 #include "app/SoftwareSetting.h"
 #include "app/StringRES.h"
+#include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/Picture.h"
 #include "controller/ValueText.h"
@@ -98,12 +99,12 @@ void ConnectToDevice() {
     if (!identified) {
         ShowLamps(false);
         Connected = false;
-        MathDisplay = WordOff;
+        CtrlData.MathDisplay = WordOff;
     } else {
         ShowLamps(true);
         Connected = true;
         platform::TryStatement([] {
-            MathDisplay = SwitchFromReply(CutAtLineFeed(CmdQuery(QueryCommand(cmd::MathDisplay))));
+            CtrlData.MathDisplay = SwitchFromReply(CutAtLineFeed(CmdQuery(QueryCommand(cmd::MathDisplay))));
         });
     }
     Connecting = false;

@@ -107,7 +107,8 @@ inline const QString LcdData = Lcd + Data;
 inline const QString WaveformData = Waveform + Data;
 inline const QString DisplayClear = Display + Clear;
 inline const QString LaPositionReset = La + Position + Reset;
-inline const QString AlternationSource = Trigger + Alternation + Source;
+inline const QString TriggerAlternation = Trigger + Alternation;
+inline const QString AlternationSource = TriggerAlternation + Source;
 
 // The measure query words, in the order of the eighteen measures' slots.
 inline const QStringList MeasureWords = {

@@ -7,6 +7,7 @@
 #include "app/ComPorts.h"
 #include "app/OptionsLogic.h"
 #include "app/SoftwareSetting.h"
+#include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/Connection.h"
 #include "link/DlgResource.h"
@@ -165,7 +166,7 @@ void TestLink::connectOverUsbSendsTheSequence() {
     QCOMPARE(ModelName, QString("NQ4102CD"));
     QCOMPARE(IsDigitalModel, 1);
     QCOMPARE(BandwidthIndex, 3);
-    QCOMPARE(MathDisplay, QString("OFF"));
+    QCOMPARE(CtrlData.MathDisplay, QString("OFF"));
     QCOMPARE(VisaBusType, 1);
     QCOMPARE(VisaRsrcName, QString("USB0::0x5345::0x4102::SIM0000001::INSTR"));
     QCOMPARE(lamps_.last(), true);
@@ -197,7 +198,7 @@ void TestLink::refusalsEndDisconnectedAfterTheLock() {
     const QStringList log = commands(*sim_);
     QVERIFY(log.contains(":KEY:LOCK ENABLE")); // the panel stays locked
     QVERIFY(!log.contains(":MATH:DISPLAY?"));
-    QCOMPARE(MathDisplay, QString("OFF"));
+    QCOMPARE(CtrlData.MathDisplay, QString("OFF"));
     // Further sends do nothing.
     const auto before = log.size();
     CmdSend(":RUN");
@@ -288,6 +289,7 @@ void TestLink::blockReadsCutTheHeader() {
     startSimulator();
     ConnectToDevice();
     CmdSend(":STOP"); // a frozen picture to compare with
+    QCOMPARE(CmdQuery(":TRIGGER:STATUS?"), QString("STOP\n")); // the instrument has stopped
     const auto expected = sim_->instrument().ScreenTrace(1);
     CmdSend(":WAVEFORM:DATA? CHANNEL1");
     int count = -1;

@@ -3,6 +3,7 @@
 #include "TestPlatform.h"
 
 #include "app/SoftwareSetting.h"
+#include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
@@ -27,7 +28,7 @@ private slots:
         QVERIFY(Connected);
         QCOMPARE(ModelName, QString("NQ4202CD"));
         QCOMPARE(BandwidthIndex, 4);
-        QCOMPARE(MathDisplay, QString("ON"));
+        QCOMPARE(CtrlData.MathDisplay, QString("ON"));
         QVERIFY(tp.boxes.isEmpty());
         // The library saw the connect sequence in order, each line closed by a line feed.
         void* lib = ::dlopen(FAKE_VISA_PATH, RTLD_NOW | RTLD_NOLOAD);

@@ -1,0 +1,64 @@
+#include "acquire/Jobs.h"
+
+#include "acquire/frmPrgress.h"
+#include "platform/Faults.h"
+#include "platform/Pacing.h"
+
+#include <QThread>
+#include <algorithm>
+#include <map>
+
+int JobKind = 0;
+int JobTargetIndex = 0;
+bool JobDone = true;
+bool JobRunning = false;
+int ProgressCreep = 1;
+double ProgressTarget = 0;
+int PercentShown = 0;
+
+namespace {
+std::map<int, JobBody>& bodies() {
+    static std::map<int, JobBody> b;
+    return b;
+}
+double g_step = 0;
+double g_value = 0;
+std::function<void(double)> g_view;
+} // namespace
+
+void SetJobBody(int kind, JobBody body) { bodies()[kind] = std::move(body); }
+
+void PerformJob() {
+    const auto it = bodies().find(JobKind);
+    if (it != bodies().end() && it->second) platform::RunHandler("job", it->second);
+}
+
+void SetProgressSteps(int steps) {
+    g_step = steps > 0 ? 100.0 / steps : 0;
+    g_value = 0;
+    if (g_view) g_view(0);
+}
+
+void AdvanceProgress() {
+    g_value = std::min(100.0, g_value + g_step);
+    if (g_view) g_view(g_value);
+    platform::DoEvents();
+}
+
+double ProgressValue() { return g_value; }
+
+void SetProgressView(std::function<void(double)> view) { g_view = std::move(view); }
+
+bool RunJob(int kind, const QString& caption, int targetIndex) {
+    if (JobRunning) return false;
+    JobKind = kind;
+    JobTargetIndex = targetIndex;
+    JobDone = false;
+    auto* dialog = new frmPrgress(caption);
+    dialog->show();
+    while (!JobDone) {
+        platform::DoEvents();
+        if (!JobDone) QThread::usleep(500);
+    }
+    return true;
+}

@@ -1,0 +1,34 @@
+#pragma once
+// Acquisition jobs: every bulk transfer runs as one job inside frmPrgress.
+// A requester sets the kind and the target, clears JobDone, shows the
+// dialog and waits (processing events) until the job is done.
+#include <QString>
+#include <functional>
+
+extern int JobKind;        // 1, 2 measure; 3..5 table; 6 wave; 22 upload; 23 download
+extern int JobTargetIndex; // the requesting window's slot
+extern bool JobDone;
+extern bool JobRunning;
+extern int ProgressCreep;
+extern double ProgressTarget;
+extern int PercentShown;
+
+constexpr int kJobUpload = 22;
+constexpr int kJobDownload = 23;
+
+// What a job kind does; kinds without a body end at once.
+using JobBody = std::function<void()>;
+void SetJobBody(int kind, JobBody body);
+// Runs the body of JobKind (the dispatch of frmPrgress's Timer1).
+void PerformJob();
+
+// The progress bar of the running job: the step is 100 / steps.
+void SetProgressSteps(int steps);
+void AdvanceProgress(); // one step, repainted, events processed
+double ProgressValue();
+// The dialog registers how to show the bar.
+void SetProgressView(std::function<void(double value)> view);
+
+// The requester's part: caption, kind, show frmPrgress, wait for JobDone.
+// Refused (false) while a job runs.
+bool RunJob(int kind, const QString& caption, int targetIndex = 0);

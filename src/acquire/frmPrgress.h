@@ -1,0 +1,27 @@
+#pragma once
+// The job window: a progress bar that starts the job 100 ms after it shows,
+// remembers its place, and cannot be closed while the job runs.
+#include <QWidget>
+
+class QProgressBar;
+class QTimer;
+
+class frmPrgress : public QWidget {
+    Q_OBJECT
+public:
+    explicit frmPrgress(const QString& caption, QWidget* parent = nullptr);
+    QProgressBar* bar() const { return ProgressBar1_; }
+
+    // The place the window loads at: the stored one, corrected when it lies off the frame.
+    static QPoint PlaceFor(QPoint stored, QSize frame, QSize dialog);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void Timer1_Timer();
+    void Timer2_Timer();
+    QProgressBar* ProgressBar1_;
+    QTimer* Timer1_;
+    QTimer* Timer2_;
+};

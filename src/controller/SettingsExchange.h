@@ -1,0 +1,19 @@
+#pragma once
+// The exchange of all settings: write-all (towards the instrument) and
+// read-all (towards the program), each one sequence of commands.
+#include <functional>
+
+// The sequences themselves; progress(step) is called after each group.
+void WriteAllSettings(const std::function<void()>& progress = {});
+void ReadAllSettings(const std::function<void()>& progress = {});
+// The steps of each sequence for the progress bar: with and without LA.
+int WriteAllSteps(bool modelHasLa);
+int ReadAllSteps(bool modelHasLa);
+
+// The two buttons of the controller window (also the pop-up's entries).
+void UploadToDSO();
+void DownloadfromDSO();
+void cmdUpload_Click();
+void cmdDownload_Click();
+// Registers kinds 22 and 23 with the job dispatch.
+void RegisterSettingsJobs();
