@@ -47,7 +47,8 @@ int main(int argc, char** argv) {
     std::printf("queries:            %d (%d answered)\n", kQueries, answered);
     std::printf("measured:           %.1f ms\n", measured);
     std::printf("pacing alone:       %.1f ms\n", pacing);
-    std::printf("overhead:           %.2f %% (target at most 1 %%)\n", (measured - pacing) / pacing * 100);
+    std::printf("overhead:           %.2f %% (target at most 1 %%)\n",
+                (measured - pacing) / pacing * 100);
     DisconnectFromDevice();
     return 0;
 }

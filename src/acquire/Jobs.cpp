@@ -26,7 +26,9 @@ double g_value = 0;
 std::function<void(double)> g_view;
 } // namespace
 
-void SetJobBody(int kind, JobBody body) { bodies()[kind] = std::move(body); }
+void SetJobBody(int kind, JobBody body) {
+    bodies()[kind] = std::move(body);
+}
 
 void PerformJob() {
     const auto it = bodies().find(JobKind);
@@ -45,9 +47,13 @@ void AdvanceProgress() {
     platform::DoEvents();
 }
 
-double ProgressValue() { return g_value; }
+double ProgressValue() {
+    return g_value;
+}
 
-void SetProgressView(std::function<void(double)> view) { g_view = std::move(view); }
+void SetProgressView(std::function<void(double)> view) {
+    g_view = std::move(view);
+}
 
 bool RunJob(int kind, const QString& caption, int targetIndex) {
     if (JobRunning) return false;

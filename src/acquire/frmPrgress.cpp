@@ -25,7 +25,8 @@ QPoint frmPrgress::PlaceFor(QPoint stored, QSize frame, QSize dialog) {
 }
 
 frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
-    : QWidget(parent ? parent : fMainForm, Qt::Tool | Qt::WindowTitleHint | Qt::CustomizeWindowHint) {
+    : QWidget(parent ? parent : fMainForm,
+              Qt::Tool | Qt::WindowTitleHint | Qt::CustomizeWindowHint) {
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName("frmPrgress");
     setWindowTitle(caption);
@@ -77,7 +78,8 @@ void frmPrgress::Timer1_Timer() {
 void frmPrgress::Timer2_Timer() {
     ProgressBar1_->setValue(std::min(100, ProgressBar1_->value() + ProgressCreep));
     if (JobKind == 6 && JobRunning)
-        PercentShown = std::min(100, std::min(static_cast<int>(ProgressTarget), PercentShown + ProgressCreep));
+        PercentShown =
+            std::min(100, std::min(static_cast<int>(ProgressTarget), PercentShown + ProgressCreep));
 }
 
 void frmPrgress::closeEvent(QCloseEvent* event) {

@@ -5,7 +5,8 @@ CtrlDataRecord CtrlData;
 CtrlDataRecord CtrlDataDefaults() {
     CtrlDataRecord d;
     d.RunStop = WordRun;
-    for (QString* ch : {&d.Ch1Display, &d.Ch2Display}) *ch = WordOff;
+    for (QString* ch : {&d.Ch1Display, &d.Ch2Display})
+        *ch = WordOff;
     d.Ch1Display = WordOn;
     d.Ch1VoltDiv = d.Ch2VoltDiv = "1.00V";
     d.Ch1Offset = d.Ch2Offset = "0.00mV";
@@ -59,7 +60,8 @@ CtrlDataRecord CtrlDataDefaults() {
     d.SlopeSensitivity = "0.10div";
     d.SlopeSweep = WordSweepAuto;
     d.AltType1 = d.AltType2 = WordEdge;
-    for (AltEdgeFields* e : {&d.AltEdge1, &d.AltEdge2}) *e = {WordRising, WordCouplingDc, "0.00div", "0.10div", "100ns"};
+    for (AltEdgeFields* e : {&d.AltEdge1, &d.AltEdge2})
+        *e = {WordRising, WordCouplingDc, "0.00div", "0.10div", "100ns"};
     d.AltPulse1 = {WordPlusLess, "1us", WordCouplingDc, "0.00div", "0.10div", "100ns"};
     d.AltPulse2 = d.AltPulse1;
     d.AltPulse2.Mode = "+Less Than"; // fixed English in either language
@@ -85,63 +87,94 @@ CtrlDataRecord CtrlDataDefaults() {
 }
 
 QList<QString*> ControlFileFields(CtrlDataRecord& d) {
-    QList<QString*> f = {&d.RunStop,     &d.Ch1Display,  &d.Ch1VoltDiv, &d.Ch1Offset, &d.Ch1Coupling,
-                         &d.Ch1BwLimit,  &d.Ch1Probe,    &d.Ch1Invert,  &d.Ch2Display, &d.Ch2VoltDiv,
-                         &d.Ch2Offset,   &d.Ch2Coupling, &d.Ch2BwLimit, &d.Ch2Probe,  &d.Ch2Invert,
-                         &d.LaDisplay};
-    for (int i = 1; i <= 16; ++i) f << &d.LaChannel[i];
-    for (int i = 1; i <= 16; ++i) f << &d.LaPosition[i];
+    QList<QString*> f = {&d.RunStop,     &d.Ch1Display, &d.Ch1VoltDiv, &d.Ch1Offset,
+                         &d.Ch1Coupling, &d.Ch1BwLimit, &d.Ch1Probe,   &d.Ch1Invert,
+                         &d.Ch2Display,  &d.Ch2VoltDiv, &d.Ch2Offset,  &d.Ch2Coupling,
+                         &d.Ch2BwLimit,  &d.Ch2Probe,   &d.Ch2Invert,  &d.LaDisplay};
+    for (int i = 1; i <= 16; ++i)
+        f << &d.LaChannel[i];
+    for (int i = 1; i <= 16; ++i)
+        f << &d.LaPosition[i];
     f << &d.LaThreshold << &d.LaGroupHigh << &d.LaGroupLow;
-    f << &d.MathDisplay << &d.FftDisplay << &d.TimeDiv << &d.AltTimeDiv1 << &d.AltTimeDiv2 << &d.TimeDelay
-      << &d.AltDelay1 << &d.AltDelay2 << &d.TrigHoldoff << &d.MemorySize << &d.TimeBaseFlag << &d.TimeFormat
-      << &d.TrigMethod;
-    f << &d.EdgeSlope << &d.EdgeSource << &d.EdgeSweep << &d.EdgeCoupling << &d.EdgeSensitivity << &d.EdgeLevel;
+    f << &d.MathDisplay << &d.FftDisplay << &d.TimeDiv << &d.AltTimeDiv1 << &d.AltTimeDiv2
+      << &d.TimeDelay << &d.AltDelay1 << &d.AltDelay2 << &d.TrigHoldoff << &d.MemorySize
+      << &d.TimeBaseFlag << &d.TimeFormat << &d.TrigMethod;
+    f << &d.EdgeSlope << &d.EdgeSource << &d.EdgeSweep << &d.EdgeCoupling << &d.EdgeSensitivity
+      << &d.EdgeLevel;
     f << &d.PulseSource << &d.PulseMode << &d.PulseWidth << &d.PulseCoupling << &d.PulseSensitivity
       << &d.PulseLevel << &d.PulseSweep;
     f << &d.VideoSource << &d.VideoPolarity << &d.VideoSync << &d.VideoStandard << &d.VideoLine
       << &d.VideoSensitivity << &d.VideoLevel;
-    f << &d.SlopeSource << &d.SlopeMode << &d.SlopeTime << &d.SlopeWindow << &d.SlopeLevelA << &d.SlopeLevelB
-      << &d.SlopeCoupling << &d.SlopeSensitivity << &d.SlopeSweep;
+    f << &d.SlopeSource << &d.SlopeMode << &d.SlopeTime << &d.SlopeWindow << &d.SlopeLevelA
+      << &d.SlopeLevelB << &d.SlopeCoupling << &d.SlopeSensitivity << &d.SlopeSweep;
     f << &d.AltType1 << &d.AltType2;
     for (AltEdgeFields* e : {&d.AltEdge1, &d.AltEdge2})
         f << &e->Slope << &e->Coupling << &e->Level << &e->Sensitivity << &e->Holdoff;
     for (AltPulseFields* p : {&d.AltPulse1, &d.AltPulse2})
         f << &p->Mode << &p->Width << &p->Coupling << &p->Level << &p->Sensitivity << &p->Holdoff;
     for (AltVideoFields* v : {&d.AltVideo1, &d.AltVideo2})
-        f << &v->Polarity << &v->Sync << &v->Standard << &v->Line << &v->Level << &v->Sensitivity << &v->Holdoff;
+        f << &v->Polarity << &v->Sync << &v->Standard << &v->Line << &v->Level << &v->Sensitivity
+          << &v->Holdoff;
     for (AltSlopeFields* s : {&d.AltSlope1, &d.AltSlope2})
-        f << &s->Mode << &s->Time << &s->Window << &s->Coupling << &s->LevelA << &s->LevelB << &s->Sensitivity
-          << &s->Holdoff;
+        f << &s->Mode << &s->Time << &s->Window << &s->Coupling << &s->LevelA << &s->LevelB
+          << &s->Sensitivity << &s->Holdoff;
     f << &d.PatternSource;
-    for (int i = 1; i <= 16; ++i) f << &d.PatternLevel[i];
+    for (int i = 1; i <= 16; ++i)
+        f << &d.PatternLevel[i];
     f << &d.PatternSweep << &d.DurationQualifier;
-    for (int i = 1; i <= 16; ++i) f << &d.DurationLevel[i];
-    f << &d.DurationTime << &d.DurationSweep << &d.DurationFlag << &d.SamplingMode << &d.Acquisition << &d.Averages
-      << &d.Intensity << &d.AntiAliasing << &d.DisplayType << &d.DisplayPersist << &d.DisplayGrid;
+    for (int i = 1; i <= 16; ++i)
+        f << &d.DurationLevel[i];
+    f << &d.DurationTime << &d.DurationSweep << &d.DurationFlag << &d.SamplingMode << &d.Acquisition
+      << &d.Averages << &d.Intensity << &d.AntiAliasing << &d.DisplayType << &d.DisplayPersist
+      << &d.DisplayGrid;
     return f;
 }
 
 QList<WordField> CtrlWordFields(CtrlDataRecord& d) {
     using G = WordGroup;
-    QList<WordField> f = {{&d.RunStop, G::RunState}, {&d.Ch1Display, G::Switch}, {&d.Ch1Coupling, G::Coupling},
-                          {&d.Ch1BwLimit, G::Switch}, {&d.Ch1Invert, G::Switch}, {&d.Ch2Display, G::Switch},
-                          {&d.Ch2Coupling, G::Coupling}, {&d.Ch2BwLimit, G::Switch}, {&d.Ch2Invert, G::Switch},
-                          {&d.LaDisplay, G::Switch}, {&d.LaGroupHigh, G::Switch}, {&d.LaGroupLow, G::Switch},
-                          {&d.LaSizeHigh, G::GroupSize}, {&d.LaSizeLow, G::GroupSize},
-                          {&d.MathDisplay, G::Switch}, {&d.FftDisplay, G::Switch}, {&d.TimeBaseFlag, G::Switch},
-                          {&d.TrigMethod, G::TriggerMethod}, {&d.EdgeSlope, G::Edge},
-                          {&d.EdgeSource, G::AcLineSource}, {&d.EdgeSweep, G::Sweep},
-                          {&d.EdgeCoupling, G::Coupling}, {&d.PulseSource, G::AcLineSource},
-                          {&d.PulseMode, G::PulseCondition}, {&d.PulseCoupling, G::Coupling},
-                          {&d.PulseSweep, G::Sweep}, {&d.VideoSource, G::AcLineSource},
-                          {&d.VideoPolarity, G::Polarity}, {&d.VideoSync, G::VideoSync},
-                          {&d.SlopeSource, G::AcLineSource}, {&d.SlopeMode, G::SlopeCondition},
-                          {&d.SlopeCoupling, G::Coupling}, {&d.SlopeSweep, G::Sweep},
-                          {&d.AltType1, G::TriggerMethod}, {&d.AltType2, G::TriggerMethod},
-                          {&d.PatternSweep, G::Sweep}, {&d.DurationQualifier, G::Qualifier},
-                          {&d.DurationSweep, G::Sweep}, {&d.SamplingMode, G::Sampling},
-                          {&d.Acquisition, G::AcquireType}, {&d.AntiAliasing, G::Switch},
-                          {&d.DisplayType, G::DisplayType}, {&d.DisplayPersist, G::Switch},
+    QList<WordField> f = {{&d.RunStop, G::RunState},
+                          {&d.Ch1Display, G::Switch},
+                          {&d.Ch1Coupling, G::Coupling},
+                          {&d.Ch1BwLimit, G::Switch},
+                          {&d.Ch1Invert, G::Switch},
+                          {&d.Ch2Display, G::Switch},
+                          {&d.Ch2Coupling, G::Coupling},
+                          {&d.Ch2BwLimit, G::Switch},
+                          {&d.Ch2Invert, G::Switch},
+                          {&d.LaDisplay, G::Switch},
+                          {&d.LaGroupHigh, G::Switch},
+                          {&d.LaGroupLow, G::Switch},
+                          {&d.LaSizeHigh, G::GroupSize},
+                          {&d.LaSizeLow, G::GroupSize},
+                          {&d.MathDisplay, G::Switch},
+                          {&d.FftDisplay, G::Switch},
+                          {&d.TimeBaseFlag, G::Switch},
+                          {&d.TrigMethod, G::TriggerMethod},
+                          {&d.EdgeSlope, G::Edge},
+                          {&d.EdgeSource, G::AcLineSource},
+                          {&d.EdgeSweep, G::Sweep},
+                          {&d.EdgeCoupling, G::Coupling},
+                          {&d.PulseSource, G::AcLineSource},
+                          {&d.PulseMode, G::PulseCondition},
+                          {&d.PulseCoupling, G::Coupling},
+                          {&d.PulseSweep, G::Sweep},
+                          {&d.VideoSource, G::AcLineSource},
+                          {&d.VideoPolarity, G::Polarity},
+                          {&d.VideoSync, G::VideoSync},
+                          {&d.SlopeSource, G::AcLineSource},
+                          {&d.SlopeMode, G::SlopeCondition},
+                          {&d.SlopeCoupling, G::Coupling},
+                          {&d.SlopeSweep, G::Sweep},
+                          {&d.AltType1, G::TriggerMethod},
+                          {&d.AltType2, G::TriggerMethod},
+                          {&d.PatternSweep, G::Sweep},
+                          {&d.DurationQualifier, G::Qualifier},
+                          {&d.DurationSweep, G::Sweep},
+                          {&d.SamplingMode, G::Sampling},
+                          {&d.Acquisition, G::AcquireType},
+                          {&d.AntiAliasing, G::Switch},
+                          {&d.DisplayType, G::DisplayType},
+                          {&d.DisplayPersist, G::Switch},
                           {&d.DisplayGrid, G::Grid}};
     // The slope mode's initial word is the pulse row's, and the language
     // change compares it in that family: pulse words first, then slope words.

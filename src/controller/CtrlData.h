@@ -12,15 +12,19 @@ using ChannelSlots = platform::FixedArray<QString, 0, 17>; // slots 1..16 used
 
 struct AltEdgeFields {
     QString Slope, Coupling, Level, Sensitivity, Holdoff;
+    bool operator==(const AltEdgeFields&) const = default;
 };
 struct AltPulseFields {
     QString Mode, Width, Coupling, Level, Sensitivity, Holdoff;
+    bool operator==(const AltPulseFields&) const = default;
 };
 struct AltVideoFields {
     QString Polarity, Sync, Standard, Line, Level, Sensitivity, Holdoff;
+    bool operator==(const AltVideoFields&) const = default;
 };
 struct AltSlopeFields {
     QString Mode, Time, Window, Coupling, LevelA, LevelB, Sensitivity, Holdoff;
+    bool operator==(const AltSlopeFields&) const = default;
 };
 
 struct CtrlDataRecord {
@@ -35,8 +39,10 @@ struct CtrlDataRecord {
     QString TimeDiv, AltTimeDiv1, AltTimeDiv2, TimeDelay, AltDelay1, AltDelay2;
     QString TrigHoldoff, MemorySize, TimeBaseFlag, TimeFormat, TrigMethod;
     QString EdgeSlope, EdgeSource, EdgeSweep, EdgeCoupling, EdgeSensitivity, EdgeLevel;
-    QString PulseSource, PulseMode, PulseWidth, PulseCoupling, PulseSensitivity, PulseLevel, PulseSweep;
-    QString VideoSource, VideoPolarity, VideoSync, VideoStandard, VideoLine, VideoSensitivity, VideoLevel;
+    QString PulseSource, PulseMode, PulseWidth, PulseCoupling, PulseSensitivity, PulseLevel,
+        PulseSweep;
+    QString VideoSource, VideoPolarity, VideoSync, VideoStandard, VideoLine, VideoSensitivity,
+        VideoLevel;
     QString SlopeSource, SlopeMode, SlopeTime, SlopeWindow, SlopeLevelA, SlopeLevelB, SlopeCoupling,
         SlopeSensitivity, SlopeSweep;
     QString AltType1, AltType2;

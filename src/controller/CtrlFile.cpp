@@ -29,7 +29,8 @@ QByteArray quoted(QString text) {
 // The text between the first and the last quote of the line; the whole line
 // without its end when it has no two quotes. Quotes inside stay.
 QString unquoted(QByteArray line) {
-    while (line.endsWith('\n') || line.endsWith('\r')) line.chop(1);
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
     const qsizetype first = line.indexOf('"');
     const qsizetype last = line.lastIndexOf('"');
     if (first >= 0 && last > first) line = line.mid(first + 1, last - first - 1);
@@ -37,7 +38,8 @@ QString unquoted(QByteArray line) {
 }
 
 QString fileFilter(bool saveAs) {
-    const QString word = CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("控制器文件 ") : "Control Files ";
+    const QString word =
+        CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("控制器文件 ") : "Control Files ";
     QString filter = word + "(*.rmt)|*.rmt";
     if (saveAs) filter += "|Text Files (*.txt)|*.txt|All Files (*.*)|*.*";
     return filter;
@@ -51,10 +53,15 @@ QString dialogTitle(const char* english, const char* chinese) {
 bool promptToSave() {
     if (!CtrlDirty) return true;
     const QString text = ControlFilePath.isEmpty() ? MsgSaveCtrl : ControlFilePath + MsgSaveCtrl;
-    switch (platform::MsgBox(text, platform::MsgButtons::YesNoCancel, platform::MsgIcon::Question, kAppTitle)) {
-    case platform::MsgResult::Cancel: return false;
-    case platform::MsgResult::Yes: mnuSaveCtrl_Click(); return true;
-    default: return true;
+    switch (platform::MsgBox(text, platform::MsgButtons::YesNoCancel, platform::MsgIcon::Question,
+                             kAppTitle)) {
+    case platform::MsgResult::Cancel:
+        return false;
+    case platform::MsgResult::Yes:
+        mnuSaveCtrl_Click();
+        return true;
+    default:
+        return true;
     }
 }
 
@@ -75,7 +82,9 @@ void saveTo(const QString& path) {
 
 } // namespace
 
-QString ControlFileIdentification() { return MakerName + " " + ProductName + " Controller"; }
+QString ControlFileIdentification() {
+    return MakerName + " " + ProductName + " Controller";
+}
 
 bool ReadControlFile(const QString& path) {
     QFile file(path);
@@ -104,7 +113,8 @@ bool WriteControlFile(const QString& path) {
         return false;
     }
     file.write(quoted(ControlFileIdentification()));
-    for (QString* field : ControlFileFields(CtrlData)) file.write(quoted(*field));
+    for (QString* field : ControlFileFields(CtrlData))
+        file.write(quoted(*field));
     if (!file.commit()) {
         critical(file.errorString());
         return false;

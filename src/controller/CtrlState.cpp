@@ -7,12 +7,13 @@ bool CtrlTreeBuilt = false;
 QString CtrlTreePath;
 QString CtrlDialogKey = " ";
 
-
 namespace {
 CtrlTreeListener g_treeListener;
 }
 
-void SetCtrlTreeListener(CtrlTreeListener listener) { g_treeListener = std::move(listener); }
+void SetCtrlTreeListener(CtrlTreeListener listener) {
+    g_treeListener = std::move(listener);
+}
 
 void CtrlTreeChanged(CtrlTreeChange change) {
     if (g_treeListener) g_treeListener(change);

@@ -5,7 +5,7 @@
 
 extern bool CtrlDirty;
 extern QString ControlFilePath;
-extern bool ModelHasLa;     // the digital channels are presented
+extern bool ModelHasLa; // the digital channels are presented
 
 extern bool CtrlTreeBuilt;    // the tree has been built once
 extern QString CtrlTreePath;  // full path of the node last clicked, sections joined by "\"

@@ -5,8 +5,12 @@
 
 namespace {
 
-CtrlTreeNode row(const char* caption, QString* field) { return {caption, field, kImageValue, {}}; }
-CtrlTreeNode command(const char* caption) { return {caption, nullptr, kImageCommand, {}}; }
+CtrlTreeNode row(const char* caption, QString* field) {
+    return {caption, field, kImageValue, {}};
+}
+CtrlTreeNode command(const char* caption) {
+    return {caption, nullptr, kImageCommand, {}};
+}
 CtrlTreeNode group(const char* caption, QList<CtrlTreeNode> children) {
     return {caption, nullptr, kImageSection, std::move(children)};
 }
@@ -16,14 +20,16 @@ QList<CtrlTreeNode> channelRows(ChannelSlots& values) {
     static const char* const names[16] = {"D15", "D14", "D13", "D12", "D11", "D10", "D9", "D8",
                                           "D7",  "D6",  "D5",  "D4",  "D3",  "D2",  "D1", "D0"};
     QList<CtrlTreeNode> rows;
-    for (int i = 1; i <= 16; ++i) rows << row(names[i - 1], &values[i]);
+    for (int i = 1; i <= 16; ++i)
+        rows << row(names[i - 1], &values[i]);
     return rows;
 }
 
 CtrlTreeNode channelSection(const char* name, QString& display, QString& voltDiv, QString& offset,
                             QString& coupling, QString& bwLimit, QString& probe) {
-    return group(name, {row("Display", &display), row("Volt/Div", &voltDiv), row("Offset", &offset),
-                        row("Coupling", &coupling), row("BW Limit", &bwLimit), row("Probe", &probe)});
+    return group(name,
+                 {row("Display", &display), row("Volt/Div", &voltDiv), row("Offset", &offset),
+                  row("Coupling", &coupling), row("BW Limit", &bwLimit), row("Probe", &probe)});
 }
 
 CtrlTreeNode altGroup(const char* channel, QString& type, AltEdgeFields& e, AltPulseFields& p,
@@ -33,24 +39,27 @@ CtrlTreeNode altGroup(const char* channel, QString& type, AltEdgeFields& e, AltP
         rows << row("Slope", &e.Slope) << row("Coupling", &e.Coupling) << row("Level", &e.Level)
              << row("Sensitivity", &e.Sensitivity) << row("Holdoff", &e.Holdoff);
     } else if (type == WordPulse) {
-        rows << row("Pulse mode", &p.Mode) << row("Pulse width", &p.Width) << row("Coupling", &p.Coupling)
-             << row("Level", &p.Level) << row("Sensitivity", &p.Sensitivity) << row("Holdoff", &p.Holdoff);
+        rows << row("Pulse mode", &p.Mode) << row("Pulse width", &p.Width)
+             << row("Coupling", &p.Coupling) << row("Level", &p.Level)
+             << row("Sensitivity", &p.Sensitivity) << row("Holdoff", &p.Holdoff);
     } else if (type == WordVideo) {
         rows << row("Polarity", &v.Polarity) << row("Sync", &v.Sync) << row("Line number", &v.Line)
-             << row("Video Standard", &v.Standard) << row("Level", &v.Level) << row("Sensitivity", &v.Sensitivity)
-             << row("Holdoff", &v.Holdoff);
+             << row("Video Standard", &v.Standard) << row("Level", &v.Level)
+             << row("Sensitivity", &v.Sensitivity) << row("Holdoff", &v.Holdoff);
     } else if (type == WordSlope) {
-        rows << row("Slope mode", &s.Mode) << row("Slope time", &s.Time) << row("Coupling", &s.Coupling)
-             << row("LevelA", &s.LevelA) << row("LevelB", &s.LevelB) << row("Sensitivity", &s.Sensitivity)
-             << row("Holdoff", &s.Holdoff);
+        rows << row("Slope mode", &s.Mode) << row("Slope time", &s.Time)
+             << row("Coupling", &s.Coupling) << row("LevelA", &s.LevelA) << row("LevelB", &s.LevelB)
+             << row("Sensitivity", &s.Sensitivity) << row("Holdoff", &s.Holdoff);
     }
     return group(channel, rows);
 }
 
 CtrlTreeNode triggerSection(CtrlDataRecord& d) {
     const QString& m = d.TrigMethod;
-    const bool edge = m == WordEdge, pulse = m == WordPulse, video = m == WordVideo, slope = m == WordSlope;
-    const bool alternation = m == WordAlternation, pattern = m == WordPattern, duration = m == WordDuration;
+    const bool edge = m == WordEdge, pulse = m == WordPulse, video = m == WordVideo,
+               slope = m == WordSlope;
+    const bool alternation = m == WordAlternation, pattern = m == WordPattern,
+               duration = m == WordDuration;
     const bool analogueSource = !TriggerSourceIsDigital(d);
     QList<CtrlTreeNode> rows = {row("Method", &d.TrigMethod)};
     if (edge) rows << row("Slope", &d.EdgeSlope);
@@ -61,8 +70,10 @@ CtrlTreeNode triggerSection(CtrlDataRecord& d) {
         rows << altGroup("CH1", d.AltType1, d.AltEdge1, d.AltPulse1, d.AltVideo1, d.AltSlope1);
         rows << altGroup("CH2", d.AltType2, d.AltEdge2, d.AltPulse2, d.AltVideo2, d.AltSlope2);
     }
-    if (pattern || duration) rows << group("Code", channelRows(pattern ? d.PatternLevel : d.DurationLevel));
-    if (duration) rows << row("Qualifier", &d.DurationQualifier) << row("Duration time", &d.DurationTime);
+    if (pattern || duration)
+        rows << group("Code", channelRows(pattern ? d.PatternLevel : d.DurationLevel));
+    if (duration)
+        rows << row("Qualifier", &d.DurationQualifier) << row("Duration time", &d.DurationTime);
     if (edge) rows << row("Mode", &d.EdgeSweep);
     if (pulse) rows << row("Mode", &d.PulseSweep);
     if (slope) rows << row("Mode", &d.SlopeSweep);
@@ -74,8 +85,8 @@ CtrlTreeNode triggerSection(CtrlDataRecord& d) {
         if (slope) rows << row("Coupling", &d.SlopeCoupling);
     }
     if (video)
-        rows << row("Polarity", &d.VideoPolarity) << row("Sync", &d.VideoSync) << row("Line number", &d.VideoLine)
-             << row("Video Standard", &d.VideoStandard);
+        rows << row("Polarity", &d.VideoPolarity) << row("Sync", &d.VideoSync)
+             << row("Line number", &d.VideoLine) << row("Video Standard", &d.VideoStandard);
     if (analogueSource) {
         if (edge) rows << row("Level", &d.EdgeLevel) << row("Sensitivity", &d.EdgeSensitivity);
         if (pulse) rows << row("Level", &d.PulseLevel) << row("Sensitivity", &d.PulseSensitivity);
@@ -94,7 +105,9 @@ QString CtrlRowText(const QString& caption, const QString* value) {
     return value ? TreeLabel(caption) + " [" + *value + "]" : TreeLabel(caption);
 }
 
-QString CtrlTreeNode::text() const { return CtrlRowText(caption, field); }
+QString CtrlTreeNode::text() const {
+    return CtrlRowText(caption, field);
+}
 
 const CtrlTreeNode* CtrlTreeNode::child(const QString& c) const {
     for (const CtrlTreeNode& n : children)
@@ -116,35 +129,40 @@ QString* TriggerSourceField(CtrlDataRecord& d) {
 
 CtrlTreeNode BuildCtrlTreeModel(CtrlDataRecord& d, bool modelHasLa) {
     CtrlTreeNode root{"NQ4000L", nullptr, kImageSection, {}};
-    root.children << group("Running Control", {row("Run|Stop", &d.RunStop), command("Auto Set"),
-                                               command("Set Trig to 50%"), command("Force Trigger")});
-    root.children << channelSection("CH1", d.Ch1Display, d.Ch1VoltDiv, d.Ch1Offset, d.Ch1Coupling, d.Ch1BwLimit,
-                                    d.Ch1Probe);
-    root.children << channelSection("CH2", d.Ch2Display, d.Ch2VoltDiv, d.Ch2Offset, d.Ch2Coupling, d.Ch2BwLimit,
-                                    d.Ch2Probe);
+    root.children << group("Running Control",
+                           {row("Run|Stop", &d.RunStop), command("Auto Set"),
+                            command("Set Trig to 50%"), command("Force Trigger")});
+    root.children << channelSection("CH1", d.Ch1Display, d.Ch1VoltDiv, d.Ch1Offset, d.Ch1Coupling,
+                                    d.Ch1BwLimit, d.Ch1Probe);
+    root.children << channelSection("CH2", d.Ch2Display, d.Ch2VoltDiv, d.Ch2Offset, d.Ch2Coupling,
+                                    d.Ch2BwLimit, d.Ch2Probe);
     if (modelHasLa) {
         QList<CtrlTreeNode> channel = {row("D15-D8", &d.LaGroupHigh), row("D7-D0", &d.LaGroupLow)};
         channel << channelRows(d.LaChannel);
-        root.children << group("LA", {row("Display", &d.LaDisplay), group("Channel", channel),
-                                      group("Position", channelRows(d.LaPosition)),
-                                      row("Threshold", &d.LaThreshold),
-                                      group("Size", {row("D15-D8", &d.LaSizeHigh), row("D7-D0", &d.LaSizeLow)}),
-                                      command("Reset")});
+        root.children << group(
+            "LA", {row("Display", &d.LaDisplay), group("Channel", channel),
+                   group("Position", channelRows(d.LaPosition)), row("Threshold", &d.LaThreshold),
+                   group("Size", {row("D15-D8", &d.LaSizeHigh), row("D7-D0", &d.LaSizeLow)}),
+                   command("Reset")});
     }
     if (d.TrigMethod != WordAlternation) {
-        root.children << group("Time Base", {row("Time/Div", &d.TimeDiv), row("Delay", &d.TimeDelay),
-                                             row("Format", &d.TimeFormat)});
-    } else {
         root.children << group("Time Base",
-                               {group("CH1", {row("Time/Div", &d.AltTimeDiv1), row("Delay", &d.AltDelay1)}),
-                                group("CH2", {row("Time/Div", &d.AltTimeDiv2), row("Delay", &d.AltDelay2)})});
+                               {row("Time/Div", &d.TimeDiv), row("Delay", &d.TimeDelay),
+                                row("Format", &d.TimeFormat)});
+    } else {
+        root.children << group(
+            "Time Base",
+            {group("CH1", {row("Time/Div", &d.AltTimeDiv1), row("Delay", &d.AltDelay1)}),
+             group("CH2", {row("Time/Div", &d.AltTimeDiv2), row("Delay", &d.AltDelay2)})});
     }
     root.children << triggerSection(d);
-    QList<CtrlTreeNode> acquire = {row("Acquisition", &d.Acquisition), row("Sampling Mode", &d.SamplingMode)};
+    QList<CtrlTreeNode> acquire = {row("Acquisition", &d.Acquisition),
+                                   row("Sampling Mode", &d.SamplingMode)};
     if (d.Acquisition == WordAcqAverage) acquire << row("Averages", &d.Averages);
     root.children << group("Acquire", acquire);
-    root.children << group("Display", {row("Type", &d.DisplayType), row("Persist", &d.DisplayPersist),
-                                       command("Clear"), row("Grid", &d.DisplayGrid)});
+    root.children << group("Display",
+                           {row("Type", &d.DisplayType), row("Persist", &d.DisplayPersist),
+                            command("Clear"), row("Grid", &d.DisplayGrid)});
     root.children << command("Virtual Panel");
     return root;
 }

@@ -19,8 +19,10 @@ void SendPatternLevels(int changedBit) {
     QString edge, polarity;
     for (int c = 15; c >= 0; --c) {
         const QString& level = levels[16 - c];
-        if (level == QLatin1String("H")) value += 1L << c;
-        else if (level == QLatin1String("X")) mask -= 1L << c;
+        if (level == QLatin1String("H"))
+            value += 1L << c;
+        else if (level == QLatin1String("X"))
+            mask -= 1L << c;
         else if (isEdge(level)) {
             edge = QString::number(c);
             polarity = level == WordRising ? "0" : "1";
@@ -28,5 +30,6 @@ void SendPatternLevels(int changedBit) {
     }
     QString text = QString::number(value) + "," + QString::number(mask);
     if (!edge.isEmpty()) text += "," + edge + "," + polarity;
-    CmdSend(SetCommand(cmd::Trigger + (pattern ? cmd::Pattern : cmd::Duration) + cmd::Pattern, text));
+    CmdSend(
+        SetCommand(cmd::Trigger + (pattern ? cmd::Pattern : cmd::Duration) + cmd::Pattern, text));
 }

@@ -16,7 +16,8 @@ CtrlPathParts SplitCtrlPath(const QString& path) {
     CtrlPathParts p;
     p.root = parts.value(0);
     QString* levels[3] = {&p.level1, &p.level2, &p.level3};
-    for (int i = 1; i < parts.size() && i <= 3; ++i) *levels[i - 1] = parts[i];
+    for (int i = 1; i < parts.size() && i <= 3; ++i)
+        *levels[i - 1] = parts[i];
     // The value in the last part's text is no part of the level word.
     const int last = std::min<int>(static_cast<int>(parts.size()) - 1, 3);
     if (last >= 1) {
@@ -49,12 +50,18 @@ CtrlRowMatch MatchCtrlPath(const CtrlPathParts& parts) {
     if (node == &root) return m;
     const QString& c = node->caption;
     if (node->image == kImageCommand) {
-        if (c == QLatin1String("Auto Set")) m.action = CtrlRowAction::AutoSet;
-        else if (c == QLatin1String("Set Trig to 50%")) m.action = CtrlRowAction::TrigTo50;
-        else if (c == QLatin1String("Force Trigger")) m.action = CtrlRowAction::ForceTrigger;
-        else if (c == QLatin1String("Clear")) m.action = CtrlRowAction::DisplayClear;
-        else if (c == QLatin1String("Reset")) m.action = CtrlRowAction::LaReset;
-        else if (c == QLatin1String("Virtual Panel")) m.action = CtrlRowAction::VirtualPanel;
+        if (c == QLatin1String("Auto Set"))
+            m.action = CtrlRowAction::AutoSet;
+        else if (c == QLatin1String("Set Trig to 50%"))
+            m.action = CtrlRowAction::TrigTo50;
+        else if (c == QLatin1String("Force Trigger"))
+            m.action = CtrlRowAction::ForceTrigger;
+        else if (c == QLatin1String("Clear"))
+            m.action = CtrlRowAction::DisplayClear;
+        else if (c == QLatin1String("Reset"))
+            m.action = CtrlRowAction::LaReset;
+        else if (c == QLatin1String("Virtual Panel"))
+            m.action = CtrlRowAction::VirtualPanel;
         return m;
     }
     if (!node->field) return m; // a section or group alone does nothing
@@ -66,7 +73,7 @@ CtrlRowMatch MatchCtrlPath(const CtrlPathParts& parts) {
     m.field = node->field;
     // "Run|Stop" stands alone; every other key joins its section's caption too.
     m.key = m.captions.first() == QLatin1String("Running Control") ? display.mid(1).join(QString())
-                                                                    : display.join(QString());
+                                                                   : display.join(QString());
     return m;
 }
 
@@ -74,16 +81,23 @@ void PraseCtrlList(const QString& path) {
     CtrlDialogKey = " ";
     const CtrlRowMatch row = MatchCtrlPath(SplitCtrlPath(path));
     switch (row.action) {
-    case CtrlRowAction::Nothing: return;
+    case CtrlRowAction::Nothing:
+        return;
     case CtrlRowAction::QueryOnly:
         platform::MsgBox(MsgQueryOnly, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
         return;
-    case CtrlRowAction::AutoSet: return RunAutoSet();
-    case CtrlRowAction::TrigTo50: return RunSetTrigTo50();
-    case CtrlRowAction::ForceTrigger: return RunForceTrigger();
-    case CtrlRowAction::DisplayClear: return RunDisplayClear();
-    case CtrlRowAction::LaReset: return RunLaReset();
-    case CtrlRowAction::VirtualPanel: return; // the panel window comes with the virtual panel
+    case CtrlRowAction::AutoSet:
+        return RunAutoSet();
+    case CtrlRowAction::TrigTo50:
+        return RunSetTrigTo50();
+    case CtrlRowAction::ForceTrigger:
+        return RunForceTrigger();
+    case CtrlRowAction::DisplayClear:
+        return RunDisplayClear();
+    case CtrlRowAction::LaReset:
+        return RunLaReset();
+    case CtrlRowAction::VirtualPanel:
+        return; // the panel window comes with the virtual panel
     case CtrlRowAction::Dialog:
         CtrlDialogKey = row.key;
         ShowCtrlDialog(row);
@@ -94,11 +108,14 @@ void PraseCtrlList(const QString& path) {
 // ---- running control ---------------------------------------------------------
 
 namespace {
-QString query(const QString& command) { return CutAtLineFeed(CmdQuery(command)); }
+QString query(const QString& command) {
+    return CutAtLineFeed(CmdQuery(command));
+}
 
 // The level of a source in divisions, or its threshold for a digital source.
 QString levelOf(const QString& method, const QString& source, const QString& leaf) {
-    if (source.startsWith('D')) return ThresholdToDisplay(query(QueryCommand(cmd::La + cmd::Threshold)));
+    if (source.startsWith('D'))
+        return ThresholdToDisplay(query(QueryCommand(cmd::La + cmd::Threshold)));
     QString scale = TriggerScaleForSource(source == WordAcLine ? "AC" : source, CmdQuery);
     return NormDiv(query(QueryCommand(cmd::Trigger + method + leaf)), scale);
 }
@@ -109,11 +126,16 @@ void readAlternationLevels(int channel, const QString& type, AltEdgeFields& e, A
     QString scale = query(QueryCommand(cmd::ChannelRoot(channel) + cmd::Scale));
     auto level = [&](const QString& leaf) {
         QString s2 = scale;
-        return NormDiv(query(QueryCommand(cmd::TriggerAlternation + ":" + TriggerMethodToCmd(type) + leaf)), s2);
+        return NormDiv(
+            query(QueryCommand(cmd::TriggerAlternation + ":" + TriggerMethodToCmd(type) + leaf)),
+            s2);
     };
-    if (type == WordEdge) e.Level = level(cmd::Level);
-    else if (type == WordPulse) p.Level = level(cmd::Level);
-    else if (type == WordVideo) v.Level = level(cmd::Level);
+    if (type == WordEdge)
+        e.Level = level(cmd::Level);
+    else if (type == WordPulse)
+        p.Level = level(cmd::Level);
+    else if (type == WordVideo)
+        v.Level = level(cmd::Level);
     else if (type == WordSlope) {
         s.LevelA = level(cmd::LevelA);
         s.LevelB = level(cmd::LevelB);
@@ -156,9 +178,13 @@ void RunSetTrigTo50() {
     CtrlTreeChanged(CtrlTreeChange::Texts);
 }
 
-void RunForceTrigger() { CmdSend(cmd::ForceTrig); }
+void RunForceTrigger() {
+    CmdSend(cmd::ForceTrig);
+}
 
-void RunDisplayClear() { CmdSend(cmd::DisplayClear); }
+void RunDisplayClear() {
+    CmdSend(cmd::DisplayClear);
+}
 
 void RunLaReset() {
     CtrlDataRecord& d = CtrlData;
@@ -166,7 +192,9 @@ void RunLaReset() {
     platform::Sleep(100);
     d.LaSizeHigh = SizeFromReply(query(QueryCommand(cmd::La + cmd::Group2 + cmd::Size)));
     d.LaSizeLow = SizeFromReply(query(QueryCommand(cmd::La + cmd::Group1 + cmd::Size)));
-    for (int i = 1; i <= 8; ++i) d.LaPosition[i] = QString::number(d.LaSizeHigh == WordBig ? 8 - i : 16 - i);
-    for (int i = 9; i <= 16; ++i) d.LaPosition[i] = QString::number(16 - i);
+    for (int i = 1; i <= 8; ++i)
+        d.LaPosition[i] = QString::number(d.LaSizeHigh == WordBig ? 8 - i : 16 - i);
+    for (int i = 9; i <= 16; ++i)
+        d.LaPosition[i] = QString::number(16 - i);
     CtrlTreeChanged(CtrlTreeChange::Texts);
 }

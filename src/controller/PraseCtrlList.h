@@ -13,7 +13,17 @@ struct CtrlPathParts {
 // Splits at "\"; the last part loses its " [value]".
 CtrlPathParts SplitCtrlPath(const QString& path);
 
-enum class CtrlRowAction { Nothing, Dialog, QueryOnly, AutoSet, TrigTo50, ForceTrigger, DisplayClear, LaReset, VirtualPanel };
+enum class CtrlRowAction {
+    Nothing,
+    Dialog,
+    QueryOnly,
+    AutoSet,
+    TrigTo50,
+    ForceTrigger,
+    DisplayClear,
+    LaReset,
+    VirtualPanel
+};
 
 struct CtrlRowMatch {
     CtrlRowAction action = CtrlRowAction::Nothing;

@@ -18,10 +18,16 @@ namespace {
 
 using namespace cmd;
 
-void send(const QString& header, const QString& value) { CmdSend(SetCommand(header, value)); }
-QString query(const QString& header) { return CutAtLineFeed(CmdQuery(QueryCommand(header))); }
+void send(const QString& header, const QString& value) {
+    CmdSend(SetCommand(header, value));
+}
+QString query(const QString& header) {
+    return CutAtLineFeed(CmdQuery(QueryCommand(header)));
+}
 // A step of read-all: a fault in one conversion (a zero scale) skips that step only.
-template <typename Fn> void step(Fn&& fn) { platform::TryStatement(static_cast<Fn&&>(fn)); }
+template <typename Fn> void step(Fn&& fn) {
+    platform::TryStatement(static_cast<Fn&&>(fn));
+}
 
 QString sensitivityText(const QString& reply) {
     return FormatPicture(Val(reply), "#0.00div", Precision::Double, MachineDecimalSign());
@@ -96,13 +102,16 @@ void writeMethod(const CtrlDataRecord& d) {
             const AltVideoFields& v;
             const AltSlopeFields& s;
         };
-        for (const Alt& a : {Alt{1, d.AltType1, d.AltEdge1, d.AltPulse1, d.AltVideo1, d.AltSlope1},
-                             Alt{2, d.AltType2, d.AltEdge2, d.AltPulse2, d.AltVideo2, d.AltSlope2}}) {
+        for (const Alt& a :
+             {Alt{1, d.AltType1, d.AltEdge1, d.AltPulse1, d.AltVideo1, d.AltSlope1},
+              Alt{2, d.AltType2, d.AltEdge2, d.AltPulse2, d.AltVideo2, d.AltSlope2}}) {
             const QString channel = a.channel == 1 ? "CH1" : "CH2";
             const QString alt = TriggerAlternation;
             send(AlternationSource, ChannelRoot(a.channel).mid(1));
             send(alt + Type, TriggerMethodToCmd(a.type));
-            auto level = [&](const QString& value) { return LevelFromDiv(value, channel, CmdQuery); };
+            auto level = [&](const QString& value) {
+                return LevelFromDiv(value, channel, CmdQuery);
+            };
             if (a.type == WordEdge) {
                 send(alt + Edge + Slope, EdgeSlopeToCmd(a.e.Slope));
                 send(alt + Edge + Coupling, CouplingToCmd(a.e.Coupling));
@@ -159,8 +168,10 @@ void writeDigital(CtrlDataRecord& d, const std::function<void()>& progress) {
     send(La + Group1 + Size, SizeToCmd(d.LaSizeLow));
     progress();
     qint64 high = 0, low = 0;
-    for (int i = 1; i <= 8; ++i) high += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (8 - i));
-    for (int i = 9; i <= 16; ++i) low += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (16 - i));
+    for (int i = 1; i <= 8; ++i)
+        high += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (8 - i));
+    for (int i = 9; i <= 16; ++i)
+        low += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (16 - i));
     send(La + Location, QString::number(high) + "," + QString::number(low));
     send(La + Threshold, d.LaThreshold);
     progress();
@@ -174,14 +185,15 @@ QString scaleOf(const QString& source) {
     return TriggerScaleForSource(source == WordAcLine ? "AC" : source, CmdQuery);
 }
 
-QString levelOf(const QString& method, const QString& leaf, const QString& source, const QString& scale) {
+QString levelOf(const QString& method, const QString& leaf, const QString& source,
+                const QString& scale) {
     if (source.startsWith('D')) return ThresholdToDisplay(query(La + Threshold));
     QString s = scale;
     return NormDiv(query(Trigger + method + leaf), s);
 }
 
-void readAlternation(int channel, QString& type, AltEdgeFields& e, AltPulseFields& p, AltVideoFields& v,
-                     AltSlopeFields& s) {
+void readAlternation(int channel, QString& type, AltEdgeFields& e, AltPulseFields& p,
+                     AltVideoFields& v, AltSlopeFields& s) {
     const QString scale = query(ChannelRoot(channel) + Scale);
     send(AlternationSource, ChannelRoot(channel).mid(1));
     const QString alt = TriggerAlternation;
@@ -217,13 +229,18 @@ void readAlternation(int channel, QString& type, AltEdgeFields& e, AltPulseField
 
 // Four 4-bit positions from a 16-bit half, the first slot in the top nibble.
 void unpackPositions(qint64 half, ChannelSlots& positions, int firstSlot) {
-    for (int k = 0; k < 4; ++k) positions[firstSlot + k] = QString::number((half >> (4 * (3 - k))) & 0xF);
+    for (int k = 0; k < 4; ++k)
+        positions[firstSlot + k] = QString::number((half >> (4 * (3 - k))) & 0xF);
 }
 
 } // namespace
 
-int WriteAllSteps(bool modelHasLa) { return modelHasLa ? 32 : 29; }
-int ReadAllSteps(bool modelHasLa) { return modelHasLa ? 76 : 67; }
+int WriteAllSteps(bool modelHasLa) {
+    return modelHasLa ? 32 : 29;
+}
+int ReadAllSteps(bool modelHasLa) {
+    return modelHasLa ? 76 : 67;
+}
 
 void WriteAllSettings(const std::function<void()>& progressHook) {
     CtrlDataRecord& d = CtrlData;
@@ -251,8 +268,10 @@ void WriteAllSettings(const std::function<void()>& progressHook) {
     progress();
     send(Timebase + Offset, d.TimeDelay);
     progress();
-    writeChannel(1, d.Ch1Display, d.Ch1Probe, d.Ch1VoltDiv, d.Ch1Offset, d.Ch1Coupling, d.Ch1BwLimit, progress);
-    writeChannel(2, d.Ch2Display, d.Ch2Probe, d.Ch2VoltDiv, d.Ch2Offset, d.Ch2Coupling, d.Ch2BwLimit, progress);
+    writeChannel(1, d.Ch1Display, d.Ch1Probe, d.Ch1VoltDiv, d.Ch1Offset, d.Ch1Coupling,
+                 d.Ch1BwLimit, progress);
+    writeChannel(2, d.Ch2Display, d.Ch2Probe, d.Ch2VoltDiv, d.Ch2Offset, d.Ch2Coupling,
+                 d.Ch2BwLimit, progress);
     send(Trigger + Mode, TriggerMethodToCmd(d.TrigMethod));
     progress();
     send(Trigger + Holdoff, d.TrigHoldoff);
@@ -284,7 +303,10 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
     };
     const QString active = query(Channel + Active);
     progress();
-    read([&] { d.RunStop = RunStateFromReply(query(TriggerStatus) == QLatin1String("STOP") ? "STOP" : "RUN"); });
+    read([&] {
+        d.RunStop =
+            RunStateFromReply(query(TriggerStatus) == QLatin1String("STOP") ? "STOP" : "RUN");
+    });
     send(AlternationSource, ArgChannel1);
     read([&] { d.AltTimeDiv1 = NormTime4(query(TriggerAlternation + TimeScale)); });
     read([&] { d.AltDelay1 = NormTime4(query(TriggerAlternation + TimeOffset)); });
@@ -298,8 +320,10 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
         int n;
         QString &probe, &voltDiv, &coupling, &bwLimit, &display, &offset;
     };
-    for (const ChannelFields& c : {ChannelFields{1, d.Ch1Probe, d.Ch1VoltDiv, d.Ch1Coupling, d.Ch1BwLimit, d.Ch1Display, d.Ch1Offset},
-                             ChannelFields{2, d.Ch2Probe, d.Ch2VoltDiv, d.Ch2Coupling, d.Ch2BwLimit, d.Ch2Display, d.Ch2Offset}}) {
+    for (const ChannelFields& c : {ChannelFields{1, d.Ch1Probe, d.Ch1VoltDiv, d.Ch1Coupling,
+                                                 d.Ch1BwLimit, d.Ch1Display, d.Ch1Offset},
+                                   ChannelFields{2, d.Ch2Probe, d.Ch2VoltDiv, d.Ch2Coupling,
+                                                 d.Ch2BwLimit, d.Ch2Display, d.Ch2Offset}}) {
         const QString root = ChannelRoot(c.n);
         read([&] { c.probe = ProbeFromReply(query(root + Probe)); });
         read([&] { c.voltDiv = NormVolt(query(root + Scale)); });
@@ -352,20 +376,27 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
         read([&] { PatternReplyToLevels(query(Trigger + Pattern + Pattern), d.PatternLevel); });
         read([&] { d.PatternSweep = SweepFromReply(query(Trigger + Pattern + Sweep)); });
         read([&] { PatternReplyToLevels(query(Trigger + Duration + Pattern), d.DurationLevel); });
-        read([&] { d.DurationQualifier = QualifierFromReply(query(Trigger + Duration + Qualifier)); });
+        read([&] {
+            d.DurationQualifier = QualifierFromReply(query(Trigger + Duration + Qualifier));
+        });
         read([&] { d.DurationTime = NormTime3(query(Trigger + Duration + Time)); });
         read([&] { d.DurationSweep = SweepFromReply(query(Trigger + Duration + Sweep)); });
     }
     // All four type groups of both alternate channels, whatever the method.
-    read([&] { readAlternation(1, d.AltType1, d.AltEdge1, d.AltPulse1, d.AltVideo1, d.AltSlope1); });
-    read([&] { readAlternation(2, d.AltType2, d.AltEdge2, d.AltPulse2, d.AltVideo2, d.AltSlope2); });
+    read(
+        [&] { readAlternation(1, d.AltType1, d.AltEdge1, d.AltPulse1, d.AltVideo1, d.AltSlope1); });
+    read(
+        [&] { readAlternation(2, d.AltType2, d.AltEdge2, d.AltPulse2, d.AltVideo2, d.AltSlope2); });
     if (ModelHasLa) {
         read([&] { d.LaDisplay = SwitchFromReply(query(La + DisplayLeaf)); });
         read([&] {
             const auto status = static_cast<qint64>(Val(query(La + Status)));
-            for (int i = 1; i <= 16; ++i) d.LaChannel[i] = (status >> (16 - i)) & 1 ? WordOn : WordOff;
-            for (int i = 1; i <= 8; ++i) d.LaGroupHigh = d.LaChannel[i]; // the last slot wins
-            for (int i = 9; i <= 16; ++i) d.LaGroupLow = d.LaChannel[i];
+            for (int i = 1; i <= 16; ++i)
+                d.LaChannel[i] = (status >> (16 - i)) & 1 ? WordOn : WordOff;
+            for (int i = 1; i <= 8; ++i)
+                d.LaGroupHigh = d.LaChannel[i]; // the last slot wins
+            for (int i = 9; i <= 16; ++i)
+                d.LaGroupLow = d.LaChannel[i];
         });
         read([&] { d.LaSizeHigh = SizeFromReply(query(La + Group2 + Size)); });
         read([&] { d.LaSizeLow = SizeFromReply(query(La + Group1 + Size)); });
@@ -393,12 +424,13 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
 // ---- the buttons ------------------------------------------------------------------
 
 void UploadToDSO() {
-    RunJob(kJobUpload, CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("数据上传中...") : "Data Uploading...");
+    RunJob(kJobUpload, CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("数据上传中...")
+                                                             : "Data Uploading...");
 }
 
 void DownloadfromDSO() {
-    RunJob(kJobDownload,
-           CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("数据下载中...") : "Data Downloading...");
+    RunJob(kJobDownload, CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("数据下载中...")
+                                                               : "Data Downloading...");
 }
 
 void cmdUpload_Click() {

@@ -114,19 +114,24 @@ frmCtrlList::frmCtrlList(QWidget* parent) : QWidget(parent) {
         connect(a, &QAction::triggered, this, guarded(e.name, e.run));
     }
 
-    connect(tree_, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) { CtrlTreeView_NodeClick(item); });
+    connect(tree_, &QTreeWidget::itemClicked, this,
+            [this](QTreeWidgetItem* item) { CtrlTreeView_NodeClick(item); });
     connect(tree_, &QTreeWidget::currentItemChanged, this,
             [this](QTreeWidgetItem* item) { CtrlTreeView_NodeClick(item); });
     connect(tree_, &QTreeWidget::itemDoubleClicked, this,
             guarded("CtrlTreeView_DblClick", [this] { CtrlTreeView_DblClick(); }));
     connect(tree_, &QTreeWidget::customContextMenuRequested, this,
             [this](const QPoint& at) { popmenu1_->popup(tree_->viewport()->mapToGlobal(at)); });
-    connect(cmdUpload_, &QPushButton::clicked, this, guarded("cmdUpload_Click", [] { cmdUpload_Click(); }));
-    connect(cmdDownload_, &QPushButton::clicked, this, guarded("cmdDownload_Click", [] { cmdDownload_Click(); }));
+    connect(cmdUpload_, &QPushButton::clicked, this,
+            guarded("cmdUpload_Click", [] { cmdUpload_Click(); }));
+    connect(cmdDownload_, &QPushButton::clicked, this,
+            guarded("cmdDownload_Click", [] { cmdDownload_Click(); }));
 
     SetCtrlTreeListener([this](CtrlTreeChange change) {
-        if (change == CtrlTreeChange::Shape) BuildCtrlTree();
-        else UpdateRowTexts();
+        if (change == CtrlTreeChange::Shape)
+            BuildCtrlTree();
+        else
+            UpdateRowTexts();
     });
     captionRoutineId_ = AddCaptionRoutine([this](int) {
         applyCaptions();
@@ -148,7 +153,8 @@ void frmCtrlList::applyCaptions() {
     cmdDownload_->setText(FormText("frmCtrlList", "cmdDownload"));
     cmdDownload_->setToolTip(FormText("frmCtrlList", "cmdDownload.tip"));
     for (QAction* a : popmenu1_->actions())
-        if (!a->isSeparator()) a->setText(FormText("frmCtrlList", a->objectName().toUtf8().constData()));
+        if (!a->isSeparator())
+            a->setText(FormText("frmCtrlList", a->objectName().toUtf8().constData()));
 }
 
 void frmCtrlList::Form_Load() {
@@ -160,7 +166,8 @@ void frmCtrlList::Form_Load() {
 }
 
 void frmCtrlList::ClearTreeNodes() {
-    for (auto& column : treeNodes_) column.fill(nullptr);
+    for (auto& column : treeNodes_)
+        column.fill(nullptr);
     rows_.clear();
 }
 
@@ -169,7 +176,8 @@ QTreeWidgetItem* frmCtrlList::addNode(QTreeWidgetItem* parent, const CtrlTreeNod
     item->setIcon(0, imageOf(node.image));
     item->setData(0, Qt::UserRole, node.image);
     rows_.append({item, node});
-    for (const CtrlTreeNode& child : node.children) addNode(item, child);
+    for (const CtrlTreeNode& child : node.children)
+        addNode(item, child);
     return item;
 }
 
@@ -177,7 +185,8 @@ void frmCtrlList::BuildCtrlTree() {
     ClearTreeNodes();
     tree_->clear();
     const CtrlTreeNode model = BuildCtrlTreeModel(CtrlData, ModelHasLa);
-    treeRoot_ = new QTreeWidgetItem(tree_, QStringList{ProductName.isEmpty() ? model.caption : ProductName});
+    treeRoot_ = new QTreeWidgetItem(
+        tree_, QStringList{ProductName.isEmpty() ? model.caption : ProductName});
     treeRoot_->setIcon(0, imageOf(kImageSection));
     for (int col = 0; col < model.children.size(); ++col) {
         QTreeWidgetItem* section = addNode(treeRoot_, model.children[col]);
@@ -202,17 +211,23 @@ void frmCtrlList::ExpandCtrlTree() {
     }
 }
 
-void frmCtrlList::mnuExpand_Click() { ExpandCtrlTree(); }
-
-void frmCtrlList::UpdateRowTexts() {
-    for (const auto& [item, node] : rows_) item->setText(0, node.text());
+void frmCtrlList::mnuExpand_Click() {
+    ExpandCtrlTree();
 }
 
-QTreeWidgetItem* frmCtrlList::TreeNode(int column, int row) const { return treeNodes_[column][row]; }
+void frmCtrlList::UpdateRowTexts() {
+    for (const auto& [item, node] : rows_)
+        item->setText(0, node.text());
+}
+
+QTreeWidgetItem* frmCtrlList::TreeNode(int column, int row) const {
+    return treeNodes_[column][row];
+}
 
 QString frmCtrlList::FullPath(const QTreeWidgetItem* item) {
     QStringList parts;
-    for (; item; item = item->parent()) parts.prepend(item->text(0));
+    for (; item; item = item->parent())
+        parts.prepend(item->text(0));
     return parts.join('\\');
 }
 

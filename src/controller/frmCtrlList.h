@@ -18,10 +18,10 @@ public:
     ~frmCtrlList() override;
 
     void Form_Load();
-    void BuildCtrlTree();   // clear, build, expand: always together
+    void BuildCtrlTree(); // clear, build, expand: always together
     void ClearTreeNodes();
     void ExpandCtrlTree();
-    void UpdateRowTexts();  // the values changed, the rows did not
+    void UpdateRowTexts(); // the values changed, the rows did not
     void mnuExpand_Click();
     void CtrlTreeView_NodeClick(QTreeWidgetItem* item);
     void CtrlTreeView_DblClick();

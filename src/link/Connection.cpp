@@ -104,7 +104,8 @@ void ConnectToDevice() {
         ShowLamps(true);
         Connected = true;
         platform::TryStatement([] {
-            CtrlData.MathDisplay = SwitchFromReply(CutAtLineFeed(CmdQuery(QueryCommand(cmd::MathDisplay))));
+            CtrlData.MathDisplay =
+                SwitchFromReply(CutAtLineFeed(CmdQuery(QueryCommand(cmd::MathDisplay))));
         });
     }
     Connecting = false;

@@ -16,9 +16,9 @@
 #include "sheet/DataSheet.h"
 
 #include <QLabel>
-#include <QTemporaryDir>
 #include <QMenu>
 #include <QStatusBar>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
 #include <QtTest>
@@ -246,7 +246,8 @@ void TestFrame::connectAndDisconnectFromTheMenus() {
     QVERIFY(frame_->lampOff()->isVisible() && !frame_->lampOn()->isVisible());
     auto said = [&simulator](const char* command) {
         int n = 0;
-        for (const auto& e : simulator.instrument().Log()) n += e.command == command;
+        for (const auto& e : simulator.instrument().Log())
+            n += e.command == command;
         return n;
     };
     QTRY_COMPARE(said(":KEY:LOCK DISABLE"), 1);

@@ -288,7 +288,7 @@ void TestLink::disconnectUnlocksOnlyWhenConnected() {
 void TestLink::blockReadsCutTheHeader() {
     startSimulator();
     ConnectToDevice();
-    CmdSend(":STOP"); // a frozen picture to compare with
+    CmdSend(":STOP");                                          // a frozen picture to compare with
     QCOMPARE(CmdQuery(":TRIGGER:STATUS?"), QString("STOP\n")); // the instrument has stopped
     const auto expected = sim_->instrument().ScreenTrace(1);
     CmdSend(":WAVEFORM:DATA? CHANNEL1");

@@ -1,0 +1,510 @@
+// Write-all, read-all, the running-control rows and the job window, against
+// the simulated instrument's command log.
+#include "RecordingTransport.h"
+#include "TestPlatform.h"
+
+#include "Simulator.h"
+#include "acquire/Jobs.h"
+#include "acquire/MeasureJob.h"
+#include "acquire/frmPrgress.h"
+#include "app/LoadLanguage.h"
+#include "controller/CtrlData.h"
+#include "controller/CtrlState.h"
+#include "controller/PraseCtrlList.h"
+#include "controller/SettingsExchange.h"
+#include "link/Connection.h"
+#include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
+#include "link/UsbFunc.h"
+#include "platform/Pacing.h"
+#include "platform/Visa.h"
+
+#include <QApplication>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <memory>
+
+namespace {
+QList<int> g_sleeps;
+void recordSleep(int ms) {
+    g_sleeps << ms;
+}
+} // namespace
+
+class TestExchange : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void writeAllForAnEdgeTrigger();
+    void writeAllAlternationByType_data();
+    void writeAllAlternationByType();
+    void writeAllPacksTheDigitalChannels();
+    void writeAllKeepsTheNamedWaits();
+    void readAllGivesBackWhatWriteAllSent();
+    void readAllStoresAThresholdForADigitalSource();
+    void readAllRestoresTheActiveChannel();
+    void readAllGoesOnThroughEmptyReplies();
+    void aLinkThatDropsHalfwayEndsTheJobUsable();
+    void runningControlCommands();
+    void setTrigTo50ReadsBackPerMethod();
+    void laResetRefillsThePositions();
+    void jobsRunInTheirWindow();
+    void buttonsTurnTheInvertWordsOff();
+    void autoSetWaitsThenReadsAll();
+    void measureJobFillsTheSlots();
+    void progressWindowPlace_data();
+    void progressWindowPlace();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+    std::unique_ptr<QTemporaryDir> dir_;
+    std::unique_ptr<sim::Simulator> sim_;
+    QStringList log() const;
+    QStringList logFrom(const QString& first) const;
+};
+
+void TestExchange::initTestCase() {
+    OpenVisaRM();
+    RegisterSettingsJobs();
+    RegisterMeasureJobs();
+}
+
+void TestExchange::init() {
+    tp_ = std::make_unique<TestPlatform>();
+    dir_ = std::make_unique<QTemporaryDir>();
+    platform::SetSimulatedUsbDirectory(dir_->path());
+    sim::SimulatorOptions o;
+    o.usbDirectory = dir_->path().toStdString();
+    sim_ = std::make_unique<sim::Simulator>(o);
+    QVERIFY(sim_->Start());
+    ApplyLanguage(kLanguageEnglish);
+    CtrlData = CtrlDataDefaults();
+    ModelHasLa = true;
+    CtrlDirty = false;
+    VisaRsrcIndex = 0;
+    ConnectToDevice();
+    QVERIFY(Connected);
+    sim_->instrument().ClearLog();
+    g_sleeps.clear();
+}
+
+void TestExchange::cleanup() {
+    platform::SetSleepObserver(nullptr);
+    DisconnectFromDevice();
+    VisaCloseInstr();
+    sim_.reset();
+    tp_.reset();
+}
+
+QStringList TestExchange::log() const {
+    QStringList l;
+    for (const auto& e : sim_->instrument().Log())
+        l << QString::fromStdString(e.command);
+    return l;
+}
+
+QStringList TestExchange::logFrom(const QString& first) const {
+    const QStringList l = log();
+    const qsizetype at = l.indexOf(first);
+    return at < 0 ? QStringList() : l.mid(at);
+}
+
+void TestExchange::writeAllForAnEdgeTrigger() {
+    WriteAllSettings();
+    CmdQuery("*IDN?"); // the last set has arrived once this is answered
+    QStringList l = log();
+    l.removeLast();
+    QCOMPARE(l, (QStringList{":RUN",
+                             ":TRIGGER:ALTERNATION:SOURCE CHANNEL1",
+                             ":TRIGGER:ALTERNATION:TIMESCALE 10.00us",
+                             ":TRIGGER:ALTERNATION:TIMEOFFSET 0.0000s",
+                             ":TRIGGER:ALTERNATION:SOURCE CHANNEL2",
+                             ":TRIGGER:ALTERNATION:TIMESCALE 10.00us",
+                             ":TRIGGER:ALTERNATION:TIMEOFFSET 0.0000s",
+                             ":TIMEBASE:FORMAT YT",
+                             ":TIMEBASE:SCALE 10.00us",
+                             ":TIMEBASE:OFFSET 0.0000s",
+                             ":CHANNEL1:DISPLAY ON",
+                             ":CHANNEL1:PROBE 1",
+                             ":CHANNEL1:SCALE 1.00V",
+                             ":CHANNEL1:OFFSET 0.00mV",
+                             ":CHANNEL1:COUPLING AC",
+                             ":CHANNEL1:BWLIMIT OFF",
+                             ":CHANNEL2:DISPLAY OFF",
+                             ":CHANNEL2:PROBE 1",
+                             ":CHANNEL2:SCALE 1.00V",
+                             ":CHANNEL2:OFFSET 0.00mV",
+                             ":CHANNEL2:COUPLING AC",
+                             ":CHANNEL2:BWLIMIT OFF",
+                             ":TRIGGER:MODE EDGE",
+                             ":TRIGGER:HOLDOFF 100ns",
+                             ":TRIGGER:EDGE:SOURCE CHANNEL1",
+                             ":TRIGGER:EDGE:SLOPE POSITIVE",
+                             ":TRIGGER:EDGE:SWEEP AUTO",
+                             ":TRIGGER:EDGE:COUPLING DC",
+                             ":TRIGGER:EDGE:SENSITIVITY 0.10div",
+                             ":TRIGGER:EDGE:SOURCE?",
+                             ":CHANNEL1:SCALE?",
+                             ":CHANNEL1:OFFSET?",
+                             ":TRIGGER:EDGE:LEVEL 0",
+                             ":LA:DISPLAY OFF",
+                             ":LA:STATUS 0",
+                             ":LA:GROUP2:SIZE BIG",
+                             ":LA:GROUP1:SIZE BIG",
+                             ":LA:LOCATION 0,0",
+                             ":LA:THRESHOLD TTL",
+                             ":ACQUIRE:MODE RTIME",
+                             ":ACQUIRE:TYPE NORMAL",
+                             ":ACQUIRE:AVERAGES 16",
+                             ":DISPLAY:TYPE VECTORS",
+                             ":DISPLAY:PERSIST OFF",
+                             ":DISPLAY:GRID FULL"}));
+    QVERIFY(!l.join('|').contains("INVERT")); // the invert state is never exchanged
+}
+
+void TestExchange::writeAllAlternationByType_data() {
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QStringList>("block");
+    const QString a = ":TRIGGER:ALTERNATION";
+    QTest::newRow("edge") << "EDGE"
+                          << QStringList{
+                                 a + ":SOURCE CHANNEL2",     a + ":TYPE EDGE",
+                                 a + ":EDGE:SLOPE POSITIVE", a + ":EDGE:COUPLING DC",
+                                 ":CHANNEL2:SCALE?",         ":CHANNEL2:OFFSET?",
+                                 a + ":EDGE:LEVEL 0",        a + ":EDGE:SENSITIVITY 0.10div",
+                                 a + ":EDGE:HOLDOFF 100ns"};
+    QTest::newRow("pulse") << "PULSE" << QStringList{a + ":SOURCE CHANNEL2",
+                                                     a + ":TYPE PULSE",
+                                                     a + ":PULSE:MODE +LESSTHAN",
+                                                     a + ":PULSE:TIME 1us",
+                                                     a + ":PULSE:COUPLING DC",
+                                                     ":CHANNEL2:SCALE?",
+                                                     ":CHANNEL2:OFFSET?",
+                                                     a + ":PULSE:LEVEL 0",
+                                                     a + ":PULSE:SENSITIVITY 0.10div",
+                                                     a + ":PULSE:HOLDOFF 100ns"};
+    QTest::newRow("video") << "VIDEO"
+                           << QStringList{a + ":SOURCE CHANNEL2",
+                                          a + ":TYPE VIDEO",
+                                          a + ":VIDEO:POLARITY POSITIVE",
+                                          a + ":VIDEO:MODE LINE",
+                                          a + ":VIDEO:STANDARD NTSC",
+                                          a + ":VIDEO:LINE 1",
+                                          a + ":VIDEO:SENSITIVITY 0.10div",
+                                          a + ":VIDEO:HOLDOFF 100ns",
+                                          ":CHANNEL2:SCALE?",
+                                          ":CHANNEL2:OFFSET?",
+                                          a + ":VIDEO:LEVEL 0"};
+    QTest::newRow("slope") << "SLOPE"
+                           << QStringList{a + ":SOURCE CHANNEL2",
+                                          a + ":TYPE SLOPE",
+                                          a + ":SLOPE:MODE +LESSTHAN",
+                                          a + ":SLOPE:TIME 1us",
+                                          ":CHANNEL2:SCALE?",
+                                          ":CHANNEL2:OFFSET?",
+                                          a + ":SLOPE:LEVELA 0",
+                                          ":CHANNEL2:SCALE?",
+                                          ":CHANNEL2:OFFSET?",
+                                          a + ":SLOPE:LEVELB 0",
+                                          a + ":SLOPE:SENSITIVITY 0.10div",
+                                          a + ":SLOPE:HOLDOFF 100ns",
+                                          a + ":SLOPE:COUPLING DC"};
+}
+
+void TestExchange::writeAllAlternationByType() {
+    QFETCH(QString, type);
+    QFETCH(QStringList, block);
+    CtrlData.TrigMethod = WordAlternation;
+    CtrlData.AltType2 = type;
+    WriteAllSettings();
+    CmdQuery("*IDN?");
+    const QStringList l = log();
+    // Channel 2's block: from the second source choice after the trigger mode to the digital part.
+    const qsizetype mode = l.indexOf(":TRIGGER:MODE ALTERNATION");
+    const qsizetype start = l.indexOf(":TRIGGER:ALTERNATION:SOURCE CHANNEL2", mode);
+    const qsizetype end = l.indexOf(":LA:DISPLAY OFF", start);
+    QVERIFY(mode > 0 && start > mode && end > start);
+    QCOMPARE(l.mid(start, end - start), block);
+    QCOMPARE(l[mode + 1], QString(":TRIGGER:HOLDOFF 100ns"));
+    QCOMPARE(l[mode + 2], QString(":TRIGGER:ALTERNATION:SOURCE CHANNEL1")); // the source goes first
+}
+
+void TestExchange::writeAllPacksTheDigitalChannels() {
+    CtrlData.LaChannel[1] = WordOn;  // D15
+    CtrlData.LaChannel[16] = WordOn; // D0
+    for (int i = 1; i <= 8; ++i)
+        CtrlData.LaPosition[i] = QString::number(i - 1);
+    for (int i = 9; i <= 16; ++i)
+        CtrlData.LaPosition[i] = QString::number(24 - i);
+    CtrlData.Ch1Probe = "1000X";
+    WriteAllSettings();
+    CmdQuery("*IDN?");
+    const QStringList l = log();
+    QVERIFY(l.contains(":LA:STATUS 32769"));
+    QVERIFY(l.contains(":LA:LOCATION 19088743,4275878552")); // 0x01234567, 0xFEDCBA98
+    QVERIFY(l.contains(":CHANNEL1:PROBE 1000"));
+    // The instrument took the positions where the program put them.
+    QCOMPARE(CutAtLineFeed(CmdQuery(":DIGITAL15:POSITION?")), QString("0"));
+    QCOMPARE(CutAtLineFeed(CmdQuery(":DIGITAL8:POSITION?")), QString("7"));
+    QCOMPARE(CutAtLineFeed(CmdQuery(":DIGITAL7:POSITION?")), QString("15"));
+}
+
+void TestExchange::writeAllKeepsTheNamedWaits() {
+    platform::SetSleepObserver(recordSleep);
+    WriteAllSettings();
+    // 100 before each write and 200 after each send; 500 after the format, 1000 after the scale.
+    const QString sleeps = [] {
+        QStringList s;
+        for (int ms : g_sleeps)
+            s << QString::number(ms);
+        return s.join(',');
+    }();
+    QVERIFY(sleeps.contains("100,200,500,100,200,1000,100,200"));
+    QCOMPARE(g_sleeps.count(500), 1);
+    QCOMPARE(g_sleeps.count(1000), 1);
+}
+
+void TestExchange::readAllGivesBackWhatWriteAllSent() {
+    CtrlDataRecord& d = CtrlData;
+    d.RunStop = WordStop;
+    d.TimeDiv = "20.00us";
+    d.AltTimeDiv2 = "2.000ms";
+    d.Ch1VoltDiv = "2.00V";
+    d.Ch2Display = WordOn;
+    d.Ch2Coupling = WordCouplingDc;
+    d.TrigMethod = WordVideo;
+    d.VideoSync = WordOddField;
+    d.VideoStandard = "PAL/SECAM";
+    d.VideoPolarity = WordNegative;
+    d.PulseMode = WordMinusGreater;
+    d.Acquisition = WordAcqAverage;
+    d.Averages = "64";
+    d.DisplayGrid = WordGridHalf;
+    d.LaDisplay = WordOn;
+    d.LaThreshold = "1.50V";
+    d.LaSizeHigh = WordSmall;
+    for (int i = 1; i <= 16; ++i)
+        d.LaPosition[i] = QString::number(i % 16);
+    for (int i = 1; i <= 8; ++i)
+        d.LaChannel[i] = WordOn;
+    const CtrlDataRecord sent = d;
+    WriteAllSettings();
+    CtrlData = CtrlDataDefaults();
+    ReadAllSettings();
+    QCOMPARE(d.RunStop, sent.RunStop);
+    QCOMPARE(d.TimeDiv, sent.TimeDiv);
+    QCOMPARE(d.AltTimeDiv2, sent.AltTimeDiv2);
+    QCOMPARE(d.AltDelay1, QString("0.000s")); // the read-back's own picture
+    QCOMPARE(d.Ch1VoltDiv, sent.Ch1VoltDiv);
+    QCOMPARE(d.Ch1Probe, QString("1X"));
+    QCOMPARE(d.Ch2Display, sent.Ch2Display);
+    QCOMPARE(d.Ch2Coupling, sent.Ch2Coupling);
+    QCOMPARE(d.TrigMethod, sent.TrigMethod);
+    QCOMPARE(d.VideoSync, sent.VideoSync);
+    QCOMPARE(d.VideoStandard, QString("PAL/SECAM"));
+    QCOMPARE(d.VideoPolarity, sent.VideoPolarity);
+    QCOMPARE(d.VideoSensitivity, QString("0.10div"));
+    QCOMPARE(d.TrigHoldoff, QString("100ns"));
+    QCOMPARE(d.Acquisition, sent.Acquisition);
+    QCOMPARE(d.Averages, sent.Averages);
+    QCOMPARE(d.DisplayGrid, sent.DisplayGrid);
+    QCOMPARE(d.LaDisplay, sent.LaDisplay);
+    QCOMPARE(d.LaThreshold, sent.LaThreshold);
+    QCOMPARE(d.LaSizeHigh, sent.LaSizeHigh);
+    for (int i = 1; i <= 16; ++i) {
+        QCOMPARE(d.LaPosition[i], sent.LaPosition[i]);
+        QCOMPARE(d.LaChannel[i], sent.LaChannel[i]);
+    }
+    QCOMPARE(d.LaGroupHigh, WordOn);
+    QCOMPARE(d.LaGroupLow, WordOff);
+    QCOMPARE(d.PatternLevel[1], QString("H")); // the instrument's pattern: all high, no mask
+}
+
+void TestExchange::readAllStoresAThresholdForADigitalSource() {
+    CmdSend(":TRIGGER:EDGE:SOURCE DIGITAL3");
+    CmdSend(":LA:THRESHOLD CMOS");
+    ReadAllSettings();
+    QCOMPARE(CtrlData.EdgeSource, QString("D3"));
+    QCOMPARE(CtrlData.EdgeLevel, QString("CMOS"));
+}
+
+void TestExchange::readAllRestoresTheActiveChannel() {
+    CmdSend(":CHANNEL:ACTIVE CHANNEL1");
+    ReadAllSettings();
+    QCOMPARE(CutAtLineFeed(CmdQuery(":CHANNEL:ACTIVE?")), QString("CHANNEL1"));
+    QVERIFY(log().contains(":TRIGGER:ALTERNATION:SOURCE CHANNEL2")); // which had switched it
+    QCOMPARE(log().first(), QString(":CHANNEL:ACTIVE CHANNEL1"));
+    QCOMPARE(log()[1], QString(":CHANNEL:ACTIVE?"));
+}
+
+void TestExchange::readAllGoesOnThroughEmptyReplies() {
+    RecordingTransport silent; // every query answers nothing
+    ReadAllSettings();
+    QCOMPARE(CtrlData.RunStop, WordRun);
+    QCOMPARE(CtrlData.TimeDiv, QString("0.000s"));
+    QCOMPARE(CtrlData.Ch1Probe, QString("1000X"));
+    QCOMPARE(CtrlData.Ch1VoltDiv, QString("0.00uV"));
+    QCOMPARE(CtrlData.TrigMethod, WordDuration);
+    QCOMPARE(CtrlData.EdgeSweep, QString());
+    QCOMPARE(CtrlData.EdgeLevel,
+             QString("0.00div")); // a zero scale skips the step: the old value stays
+    QCOMPARE(silent.log.last(), QString(":CHANNEL:ACTIVE ")); // the sequence ran to its end
+    QVERIFY(tp_->boxes.isEmpty());
+}
+
+void TestExchange::aLinkThatDropsHalfwayEndsTheJobUsable() {
+    sim::Faults f;
+    f.dropAtCommand = 30;
+    sim_->instrument().SetFaults(f);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(RunJob(kJobDownload, "Data Downloading..."));
+    QVERIFY(clock.elapsed() < 15000);
+    QVERIFY(JobDone && !JobRunning);
+    QVERIFY(!Connected);
+    QCOMPARE(tp_->boxes.size(), 1);
+    // The program stays usable: a second job runs and ends.
+    QVERIFY(RunJob(kJobDownload, "Data Downloading..."));
+    QCOMPARE(tp_->boxes.size(), 1);
+}
+
+void TestExchange::runningControlCommands() {
+    PraseCtrlList("NQ4000L\\Running Control\\Force Trigger");
+    PraseCtrlList("NQ4000L\\Display\\Clear");
+    CmdQuery("*IDN?");
+    QCOMPARE(log(), (QStringList{":FORCETRIG", ":DISPLAY:CLEAR", "*IDN?"}));
+    QCOMPARE(CtrlDialogKey, QString(" "));
+}
+
+void TestExchange::setTrigTo50ReadsBackPerMethod() {
+    sim::Generator g;
+    sim::Generator::parse("sine:1000:1.0:0.5", g);
+    sim_->instrument().SetGenerator(1, g);
+    PraseCtrlList("NQ4000L\\Running Control\\Set Trig to 50%");
+    QCOMPARE(log(), (QStringList{":TRIG%50", ":TRIGGER:EDGE:SOURCE?", ":CHANNEL1:SCALE?",
+                                 ":TRIGGER:EDGE:LEVEL?"}));
+    QCOMPARE(CtrlData.EdgeSource, QString("CH1"));
+    QCOMPARE(CtrlData.EdgeLevel, QString("1.00div")); // 0.5 V at 0.5 V a division
+
+    CmdSend(":TRIGGER:MODE ALTERNATION");
+    CmdQuery("*IDN?"); // every command before has arrived
+    sim_->instrument().ClearLog();
+    CtrlData.TrigMethod = WordAlternation;
+    CtrlData.AltType2 = WordSlope;
+    PraseCtrlList("NQ4000L\\Running Control\\Set Trig to 50%");
+    const QString a = ":TRIGGER:ALTERNATION";
+    QCOMPARE(log(), (QStringList{":TRIG%50", a + ":SOURCE CHANNEL1", ":CHANNEL1:SCALE?",
+                                 a + ":EDGE:LEVEL?", a + ":SOURCE CHANNEL2", ":CHANNEL2:SCALE?",
+                                 a + ":SLOPE:LEVELA?", a + ":SLOPE:LEVELB?"}));
+    QCOMPARE(CtrlData.AltEdge1.Level, QString("1.00div"));
+}
+
+void TestExchange::laResetRefillsThePositions() {
+    CmdSend(":LA:GROUP2:SIZE SMALL");
+    CmdQuery("*IDN?"); // every command before has arrived
+    sim_->instrument().ClearLog();
+    PraseCtrlList("NQ4000L\\LA\\Reset");
+    QCOMPARE(log(), (QStringList{":LA:POSITION:RESET", ":LA:GROUP2:SIZE?", ":LA:GROUP1:SIZE?"}));
+    QCOMPARE(CtrlData.LaSizeHigh, WordSmall);
+    QCOMPARE(CtrlData.LaPosition[1], QString("15"));
+    QCOMPARE(CtrlData.LaPosition[8], QString("8"));
+    QCOMPARE(CtrlData.LaPosition[9], QString("7"));
+    QCOMPARE(CtrlData.LaPosition[16], QString("0"));
+    CmdSend(":LA:GROUP2:SIZE BIG");
+    PraseCtrlList("NQ4000L\\LA\\Reset");
+    QCOMPARE(CtrlData.LaPosition[1], QString("7"));
+    QCOMPARE(CtrlData.LaPosition[8], QString("0"));
+}
+
+void TestExchange::jobsRunInTheirWindow() {
+    bool stillOpen = false, refused = false;
+    SetJobBody(98, [&] {
+        auto* window = qApp->findChild<frmPrgress*>() ? qApp->findChild<frmPrgress*>() : nullptr;
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (auto* p = qobject_cast<frmPrgress*>(w)) window = p;
+        QVERIFY(window);
+        refused = !window->close(); // the user's close during a job
+        stillOpen = window->isVisible();
+        refused = refused && !RunJob(99, "second"); // only one job at a time
+    });
+    QVERIFY(RunJob(98, "Test job"));
+    QVERIFY(JobDone && !JobRunning);
+    QVERIFY(refused);
+    QVERIFY(stillOpen);
+    QCOMPARE(log().first(), QString(":TRIGGER:STATUS?")); // at the head of every job
+    // An unknown kind ends at once.
+    QVERIFY(RunJob(77, "Nothing"));
+    QVERIFY(JobDone);
+    QTRY_VERIFY([] {
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (qobject_cast<frmPrgress*>(w) && w->isVisible()) return false;
+        return true;
+    }());
+}
+
+void TestExchange::buttonsTurnTheInvertWordsOff() {
+    CtrlData.Ch1Invert = WordOn;
+    CtrlData.Ch2Invert = WordOn;
+    CtrlData.TimeBaseFlag = WordOn;
+    cmdUpload_Click();
+    QCOMPARE(CtrlData.Ch1Invert, WordOff);
+    QCOMPARE(CtrlData.TimeBaseFlag, WordOff);
+    QCOMPARE(logFrom(":RUN").size() > 40, true);
+    CtrlData.Ch2Invert = WordOn;
+    CtrlDirty = false;
+    cmdDownload_Click();
+    QCOMPARE(CtrlData.Ch2Invert, WordOff);
+    QVERIFY(CtrlDirty);
+    // Without a connection the buttons only warn.
+    DisconnectFromDevice();
+    tp_->boxes.clear();
+    cmdUpload_Click();
+    QCOMPARE(tp_->prompts(), QStringList{"Please Connect Oscilloscope First!"});
+}
+
+void TestExchange::autoSetWaitsThenReadsAll() {
+    platform::SetSleepObserver(recordSleep);
+    PraseCtrlList("NQ4000L\\Running Control\\Auto Set");
+    QCOMPARE(log().first(), QString(":AUTO"));
+    QVERIFY(g_sleeps.contains(4000));
+    QCOMPARE(log()[1], QString(":TRIGGER:STATUS?")); // the read-all job
+    QCOMPARE(CtrlData.TimeDiv, QString("500.0us"));  // what the instrument chose
+    QCOMPARE(CtrlData.Ch1VoltDiv, QString("500mV"));
+}
+
+void TestExchange::measureJobFillsTheSlots() {
+    CmdSend(":TIMEBASE:SCALE 500us");
+    QVERIFY(RunJob(1, "Measure Data Loading..."));
+    QCOMPARE(CurrentMeasure.values[0], QString("2.00V"));    // Vpp
+    QCOMPARE(CurrentMeasure.values[7], QString("1.000kHz")); // Frequency
+    QCOMPARE(CurrentMeasure.values[10], QString("1.00ms"));  // Period
+    QCOMPARE(CurrentMeasure.values[16], QString("50.0%"));   // Duty+
+    QVERIFY(CurrentMeasure.setting.startsWith("CH1 500mV  500us "));
+    QVERIFY(CurrentMeasure.setting.contains("Sa [Date:"));
+    QVERIFY(log().contains(":MEASURE:FREQUENCY? CHANNEL1"));
+    CmdSend(":CHANNEL2:DISPLAY OFF");
+    QVERIFY(RunJob(2, "Measure Data Loading..."));
+    QCOMPARE(CurrentMeasure.values[0], QString("*****"));
+    QCOMPARE(CurrentMeasure.values[13], QString("*****")); // the raw reply of an overshoot stays
+}
+
+void TestExchange::progressWindowPlace_data() {
+    QTest::addColumn<QPoint>("stored");
+    QTest::addColumn<QPoint>("placed");
+    QTest::newRow("inside") << QPoint(500, 800) << QPoint(500, 800);
+    QTest::newRow("right of the frame") << QPoint(5000, 100) << QPoint(400, 100);
+    QTest::newRow("far left") << QPoint(-1000, 100) << QPoint(400, 100);
+    QTest::newRow("below") << QPoint(10, 4000) << QPoint(10, 600);
+    QTest::newRow("far above") << QPoint(10, -500) << QPoint(10, 600);
+}
+
+void TestExchange::progressWindowPlace() {
+    QFETCH(QPoint, stored);
+    QFETCH(QPoint, placed);
+    QCOMPARE(frmPrgress::PlaceFor(stored, QSize(1200, 900), QSize(340, 60)), placed);
+}
+
+QTEST_MAIN(TestExchange)
+#include "tst_exchange.moc"
