@@ -305,6 +305,9 @@ void frmMain::buildPanes() {
     controllerPane_->setWidget(new frmCtrlList);
     addDockWidget(Qt::LeftDockWidgetArea, dataSheetPane_);
     addDockWidget(Qt::LeftDockWidgetArea, controllerPane_);
+    // The controller is the working tree: it gets most of the height.
+    resizeDocks({dataSheetPane_, controllerPane_}, {1, 3}, Qt::Vertical);
+    resizeDocks({controllerPane_}, {280}, Qt::Horizontal);
     dataSheetPane_->hide();
     controllerPane_->hide();
     connect(dataSheetPane_, &DockPane::closedByUser, this,
