@@ -1,4 +1,42 @@
 #include "controller/CtrlDialogEntry.h"
 
-// The parameter dialog is not built yet: a value row opens nothing.
-void ShowCtrlDialog(const CtrlRowMatch&) {}
+#include "app/StringRES.h"
+#include "controller/CtrlDialogAdjust.h"
+#include "platform/MsgBox.h"
+
+#include <QApplication>
+
+namespace {
+CtrlDialogHook& hook() {
+    static CtrlDialogHook h;
+    return h;
+}
+} // namespace
+
+void SetCtrlDialogHook(CtrlDialogHook h) {
+    hook() = std::move(h);
+}
+
+void ShowCtrlDialog(const CtrlRowMatch& row) {
+    const CtrlDialogLayout layout = ShapeCtrlDialog(row);
+    if (hook()) {
+        hook()(row, layout);
+        return;
+    }
+    switch (layout.shape) {
+    case DialogShape::QueryOnly:
+        platform::MsgBox(MsgQueryOnly, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
+        return;
+    case DialogShape::Adjust: {
+        const bool ch2 = row.captions.value(0) == QLatin1String("CH2");
+        CtrlDialogAdjust dialog(ch2 ? 1 : 0, QApplication::activeWindow());
+        dialog.exec();
+        return;
+    }
+    default: {
+        CtrlDialog dialog(row, layout, QApplication::activeWindow());
+        dialog.exec();
+        return;
+    }
+    }
+}

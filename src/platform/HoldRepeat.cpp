@@ -1,0 +1,40 @@
+#include "platform/HoldRepeat.h"
+
+#include "platform/Faults.h"
+#include "platform/Pacing.h"
+
+#include <QAbstractButton>
+#include <QCoreApplication>
+#include <QMouseEvent>
+#include <QTimer>
+
+namespace platform {
+
+HoldRepeat::HoldRepeat(QAbstractButton* button, int intervalMs, std::function<void()> onPress,
+                       std::function<void()> onTick)
+    : QObject(button), timer_(new QTimer(this)), intervalMs_(intervalMs) {
+    connect(button, &QAbstractButton::pressed, this, [this, onPress] {
+        RunHandler("button_MouseDown", onPress);
+        timer_->start(ScaledMs(intervalMs_));
+        QCoreApplication::instance()->installEventFilter(this);
+    });
+    connect(timer_, &QTimer::timeout, this, [onTick] { RunHandler("Timer1_Timer", onTick); });
+}
+
+bool HoldRepeat::active() const {
+    return timer_->isActive();
+}
+
+void HoldRepeat::stop() {
+    timer_->stop();
+    QCoreApplication::instance()->removeEventFilter(this);
+}
+
+bool HoldRepeat::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::MouseButtonRelease &&
+        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton)
+        stop();
+    return QObject::eventFilter(watched, event);
+}
+
+} // namespace platform

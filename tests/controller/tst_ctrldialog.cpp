@@ -1,0 +1,413 @@
+// The parameter dialog and the adjust dialog: the shapes and lists, cmdOK's
+// commands and read-backs against the simulated instrument, and the steps.
+#include "RecordingTransport.h"
+#include "TestPlatform.h"
+
+#include "Simulator.h"
+#include "app/LoadLanguage.h"
+#include "controller/CtrlData.h"
+#include "controller/CtrlDialog.h"
+#include "controller/CtrlDialogAdjust.h"
+#include "controller/CtrlDialogEntry.h"
+#include "controller/CtrlState.h"
+#include "link/Connection.h"
+#include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
+#include "link/UsbFunc.h"
+#include "platform/Pacing.h"
+#include "platform/Visa.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+#include <memory>
+
+namespace {
+CtrlRowMatch rowAt(const QString& path) {
+    return MatchCtrlPath(SplitCtrlPath(path));
+}
+} // namespace
+
+class TestCtrlDialog : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase() { OpenVisaRM(); }
+    void init();
+    void cleanup();
+    void wordListsInTheirOrder_data();
+    void wordListsInTheirOrder();
+    void laddersAndNumbers();
+    void timeDivListByBandwidthAndFormat();
+    void voltDivUnderAProbeSendsTheBaseWord();
+    void patternKeepsOneEdge();
+    void xyRefusesAChangeOfMethod();
+    void alternateLevelSendsTheSourceFirst();
+    void numbersAreTestedClampedAndReadBack();
+    void unitButtonsScaleTheNumber();
+    void anInstrumentThatHasGoneStoresNothing();
+    void methodChangeRebuildsAndReadsBack();
+    void doubleClickShapesTheDialog();
+    void coarseAndFineSteps_data();
+    void coarseAndFineSteps();
+    void adjustOkSendsProbeAndBaseScale();
+    void holdingAStepButtonRepeats();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+    std::unique_ptr<QTemporaryDir> dir_;
+    std::unique_ptr<sim::Simulator> sim_;
+    QStringList log() const;
+    void sync() { CmdQuery("*IDN?"); }
+};
+
+void TestCtrlDialog::init() {
+    tp_ = std::make_unique<TestPlatform>();
+    dir_ = std::make_unique<QTemporaryDir>();
+    platform::SetSimulatedUsbDirectory(dir_->path());
+    sim::SimulatorOptions o;
+    o.usbDirectory = dir_->path().toStdString();
+    sim_ = std::make_unique<sim::Simulator>(o);
+    QVERIFY(sim_->Start());
+    ApplyLanguage(kLanguageEnglish);
+    CtrlData = CtrlDataDefaults();
+    ModelHasLa = true;
+    CtrlDirty = false;
+    VisaRsrcIndex = 0;
+    ConnectToDevice();
+    QVERIFY(Connected);
+    sim_->instrument().ClearLog();
+}
+
+void TestCtrlDialog::cleanup() {
+    SetCtrlDialogHook({});
+    platform::SetPacingScale(0);
+    DisconnectFromDevice();
+    VisaCloseInstr();
+    sim_.reset();
+    tp_.reset();
+}
+
+QStringList TestCtrlDialog::log() const {
+    QStringList l;
+    for (const auto& e : sim_->instrument().Log())
+        l << QString::fromStdString(e.command);
+    return l;
+}
+
+void TestCtrlDialog::wordListsInTheirOrder_data() {
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QStringList>("items");
+    QStringList digital;
+    for (int i = 0; i <= 15; ++i)
+        digital << "D" + QString::number(i);
+    QTest::newRow("edge source") << "EDGE"
+                                 << "NQ4000L\\Trigger\\Source [CH1]"
+                                 << (QStringList{"CH1", "CH2", "EXT", "AC"} + digital);
+    QTest::newRow("pulse source") << "PULSE"
+                                  << "NQ4000L\\Trigger\\Source [CH1]"
+                                  << (QStringList{"CH1", "CH2", "EXT"} + digital);
+    QTest::newRow("video source") << "VIDEO"
+                                  << "NQ4000L\\Trigger\\Source [CH1]"
+                                  << QStringList{"CH1", "CH2", "EXT"};
+    QTest::newRow("method") << "EDGE"
+                            << "NQ4000L\\Trigger\\Method [EDGE]"
+                            << QStringList{"EDGE",        "PULSE",   "VIDEO",   "SLOPE",
+                                           "ALTERNATIVE", "PATTERN", "DURATION"};
+    QTest::newRow("slope") << "EDGE"
+                           << "NQ4000L\\Trigger\\Slope [RISING]"
+                           << QStringList{"RISING", "FALLING", "ALTERNATION"};
+    QTest::newRow("alternate slope")
+        << "ALTERNATIVE"
+        << "NQ4000L\\Trigger\\CH1\\Slope [RISING]" << QStringList{"RISING", "FALLING"};
+    QTest::newRow("channel coupling")
+        << "EDGE"
+        << "NQ4000L\\CH1\\Coupling [AC]" << QStringList{"DC", "AC", "GND"};
+    QTest::newRow("trigger coupling")
+        << "EDGE"
+        << "NQ4000L\\Trigger\\Coupling [DC]" << QStringList{"DC", "AC", "HF", "LF"};
+    QTest::newRow("probe") << "EDGE"
+                           << "NQ4000L\\CH2\\Probe [1X]"
+                           << QStringList{"1X", "5X", "10X", "50X", "100X", "500X", "1000X"};
+    QTest::newRow("pulse mode") << "PULSE"
+                                << "NQ4000L\\Trigger\\Pulse mode [+Less Than]"
+                                << QStringList{"+Less Than", "+Greater Than", "+Equal",
+                                               "-Less Than", "-Greater Than", "-Equal"};
+    QTest::newRow("polarity") << "VIDEO"
+                              << "NQ4000L\\Trigger\\Polarity [POSITIVE]"
+                              << QStringList{"NEGATIVE", "POSITIVE"};
+    QTest::newRow("pattern code") << "PATTERN"
+                                  << "NQ4000L\\Trigger\\Code\\D3 [H]"
+                                  << QStringList{"H", "L", "X", "RISING", "FALLING"};
+    QTest::newRow("duration code")
+        << "DURATION"
+        << "NQ4000L\\Trigger\\Code\\D3 [H]" << QStringList{"H", "L", "X"};
+    QTest::newRow("acquisition") << "EDGE"
+                                 << "NQ4000L\\Acquire\\Acquisition [NORMAL]"
+                                 << QStringList{"NORMAL", "AVERAGE", "PEAKDETECT"};
+    QTest::newRow("sampling") << "EDGE"
+                              << "NQ4000L\\Acquire\\Sampling Mode [REAL_TIME]"
+                              << QStringList{"EQUAL_TIME", "REAL_TIME"};
+    QTest::newRow("threshold") << "EDGE"
+                               << "NQ4000L\\LA\\Threshold [TTL]"
+                               << QStringList{"TTL", "ECL", "CMOS", "USER"};
+    QTest::newRow("la size") << "EDGE"
+                             << "NQ4000L\\LA\\Size\\D7-D0 [BIG]" << QStringList{"BIG", "SMALL"};
+}
+
+void TestCtrlDialog::wordListsInTheirOrder() {
+    QFETCH(QString, method);
+    QFETCH(QString, path);
+    QFETCH(QStringList, items);
+    CtrlData.TrigMethod = method;
+    const CtrlDialogLayout l = ShapeCtrlDialog(rowAt(path));
+    QCOMPARE(l.shape, DialogShape::WordList);
+    QCOMPARE(l.items, items);
+}
+
+void TestCtrlDialog::laddersAndNumbers() {
+    CtrlDialogLayout l = ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Level [0.00div]"));
+    QCOMPARE(l.shape, DialogShape::Ladder);
+    QCOMPARE(l.items.first(), QString("6.00div"));
+    QCOMPARE(l.items.last(), QString("-6.04div"));
+    QCOMPARE(l.items.size(), 302);
+    QVERIFY(l.items.contains("0.00div"));
+    l = ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Sensitivity [0.10div]"));
+    QCOMPARE(l.items.first(), QString("1.00div"));
+    QCOMPARE(l.items.last(), QString("0.09div"));
+    CtrlData.TrigMethod = WordVideo;
+    QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Line number [1]")).items.size(), 525);
+    CtrlData.VideoStandard = "PAL/SECAM";
+    QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Line number [1]")).items.last(),
+             QString("625"));
+    l = ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Holdoff [100ns]"));
+    QCOMPARE(l.shape, DialogShape::Number);
+    QCOMPARE(l.input, QString("100.000E-9"));
+    QCOMPARE(l.unitButtons, (QList<int>{0, 1, 2, 3}));
+    CtrlData.Ch1Offset = "-250mV";
+    l = ShapeCtrlDialog(rowAt("NQ4000L\\CH1\\Offset [-250mV]"));
+    QCOMPARE(l.shape, DialogShape::Volts);
+    QCOMPARE(l.input, QString("-0.25"));
+    QCOMPARE(l.unitButtons, QList<int>{4});
+    QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\CH1\\Volt/Div [1.00V]")).shape, DialogShape::Adjust);
+    CtrlData.LaThreshold = "1.50V";
+    l = ShapeCtrlDialog(rowAt("NQ4000L\\LA\\Threshold [1.50V]"));
+    QCOMPARE(l.selected, QString("USER"));
+    QCOMPARE(l.input, QString("1.5"));
+    QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\LA\\Position\\D0 [0]")).items.size(), 16);
+    QCOMPARE(SetCtrlDialogVoltDivNum("10X").first(), QString("20.0mV"));
+    QCOMPARE(SetCtrlDialogVoltDivNum("10X").last(), QString("50.0V"));
+    QCOMPARE(SetCtrlDialogVoltDivNum("1000X").last(), QString("5.00kV"));
+    QCOMPARE(SetCtrlDialogMemOffsetNum().size(), 3999);
+}
+
+void TestCtrlDialog::timeDivListByBandwidthAndFormat() {
+    BandwidthIndex = 0;
+    QCOMPARE(SetCtrlDialogTimeDivNum().mid(0, 2), (QStringList{"10.00ns", "20.00ns"}));
+    BandwidthIndex = 3;
+    QCOMPARE(SetCtrlDialogTimeDivNum().mid(0, 5),
+             (QStringList{"1.000ns", "2.000ns", "5.000ns", "10.00ns", "20.00ns"}));
+    QCOMPARE(SetCtrlDialogTimeDivNum().last(), QString("50.00s"));
+    BandwidthIndex = 5;
+    QCOMPARE(SetCtrlDialogTimeDivNum().first(), QString("1.000ns"));
+    CmdSend(":TIMEBASE:FORMAT XY");
+    const QStringList xy = SetCtrlDialogTimeDivNum();
+    QCOMPARE(xy.first(), QString("1.000us"));
+    QCOMPARE(xy.last(), QString("10.00ms"));
+    CmdSend(":TIMEBASE:FORMAT SCANNING");
+    QCOMPARE(SetCtrlDialogTimeDivNum().first(), QString("1.000ns")); // roll shows the Y-T list
+}
+
+void TestCtrlDialog::voltDivUnderAProbeSendsTheBaseWord() {
+    CtrlData.Ch1Probe = "10X";
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\CH1\\Volt/Div [1.00V]"), "10.0V", QString()));
+    sync();
+    QVERIFY(log().contains(":CHANNEL1:SCALE 1.00V"));
+    QCOMPARE(CtrlData.Ch1VoltDiv, QString("10.0V"));
+    QVERIFY(CtrlDirty);
+}
+
+void TestCtrlDialog::patternKeepsOneEdge() {
+    CtrlData.TrigMethod = WordPattern;
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Code\\D3 [H]"), WordRising, QString()));
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Code\\D5 [H]"), WordFalling, QString()));
+    sync();
+    QCOMPARE(CtrlData.PatternLevel[13], QString("X")); // D3's edge gave way
+    QCOMPARE(CtrlData.PatternLevel[11], WordFalling);
+    // All high but D3 (masked out) and D5 (the edge, neither high nor masked).
+    QCOMPARE(log().filter(":TRIGGER:PATTERN:PATTERN").last(),
+             QString(":TRIGGER:PATTERN:PATTERN 65495,65527,5,1"));
+    QCOMPARE(CutAtLineFeed(CmdQuery(":TRIGGER:PATTERN:PATTERN?")),
+             QString("PATTERN,65495,65527,D5,Negative"));
+}
+
+void TestCtrlDialog::xyRefusesAChangeOfMethod() {
+    CtrlData.TimeFormat = "X-Y";
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Method [EDGE]"), WordPulse, QString()));
+    sync();
+    QCOMPARE(log(), (QStringList{"*IDN?", "*IDN?"})); // the guard, then nothing but the sync
+    QCOMPARE(CtrlData.TrigMethod, WordEdge);
+    QVERIFY(!CtrlDirty);
+}
+
+void TestCtrlDialog::alternateLevelSendsTheSourceFirst() {
+    CtrlData.TrigMethod = WordAlternation;
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\CH2\\Level [0.00div]"), "1.00div", QString()));
+    sync();
+    const QString a = ":TRIGGER:ALTERNATION";
+    // 1 div of channel 2's 0.2 V, less its offset of 0.
+    QCOMPARE(log(), (QStringList{"*IDN?", a + ":SOURCE CHANNEL2", ":CHANNEL2:SCALE?",
+                                 ":CHANNEL2:OFFSET?", a + ":EDGE:LEVEL .2", "*IDN?"}));
+    QCOMPARE(CtrlData.AltEdge2.Level, QString("1.00div"));
+}
+
+void TestCtrlDialog::numbersAreTestedClampedAndReadBack() {
+    QVERIFY(!CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Holdoff [100ns]"), QString(), "soon"));
+    QCOMPARE(tp_->prompts(), QStringList{"Enter number only!"});
+    QVERIFY(!CtrlDirty);
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Holdoff [100ns]"), QString(), "2.5E-7"));
+    sync();
+    QVERIFY(log().contains(":TRIGGER:HOLDOFF 0.25us"));
+    QCOMPARE(CtrlData.TrigHoldoff, QString("250ns"));
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\CH2\\Offset [0.00mV]"), QString(), "1e9"));
+    sync();
+    QVERIFY(log().contains(":CHANNEL2:OFFSET 400000")); // held within the offset's limit
+    QCOMPARE(CtrlData.Ch2Offset, QString("400kV"));
+}
+
+void TestCtrlDialog::unitButtonsScaleTheNumber() {
+    QString input = "2.5";
+    QVERIFY(CtrlDialogEnter(rowAt("NQ4000L\\Trigger\\Holdoff [100ns]"), 2, input));
+    QCOMPARE(input, QString("2.5E-09"));
+    sync();
+    QVERIFY(log().contains(":TRIGGER:HOLDOFF 0.0025us"));
+    QCOMPARE(CtrlData.TrigHoldoff, QString("2.50ns"));
+    QCOMPARE(EnterUnit(0), 0.001);
+    QCOMPARE(EnterUnit(1), 1e-6);
+    QCOMPARE(EnterUnit(3), 1e-12);
+    QCOMPARE(EnterUnit(4), 0.001);
+    input = "x";
+    QVERIFY(!CtrlDialogEnter(rowAt("NQ4000L\\Trigger\\Holdoff [2.50ns]"), 0, input));
+}
+
+void TestCtrlDialog::anInstrumentThatHasGoneStoresNothing() {
+    RecordingTransport gone; // answers nothing
+    const CtrlDataRecord before = CtrlData;
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\CH1\\Coupling [AC]"), WordCouplingDc, QString()));
+    QCOMPARE(gone.log, QStringList{"*IDN?"});
+    QVERIFY(CtrlData == before);
+    QVERIFY(!CtrlDirty);
+}
+
+void TestCtrlDialog::methodChangeRebuildsAndReadsBack() {
+    QList<CtrlTreeChange> changes;
+    SetCtrlTreeListener([&changes](CtrlTreeChange c) { changes << c; });
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Method [EDGE]"), WordPulse, QString()));
+    SetCtrlTreeListener({});
+    QCOMPARE(CtrlData.TrigMethod, WordPulse);
+    QVERIFY(changes.contains(CtrlTreeChange::Shape));
+    QCOMPARE(CtrlData.PulseMode, QString("+Less Than")); // read back from the instrument
+    const QStringList l = log();
+    QCOMPARE(l[1], QString(":TRIGGER:MODE PULSE"));
+    QVERIFY(l.contains(":LA:DISPLAY?"));
+    QVERIFY(l.contains(":TRIGGER:PULSE:SOURCE?"));
+    // Alternation brings the format back to Y-T.
+    CtrlData.TimeFormat = "Roll";
+    QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Method [PULSE]"), WordAlternation, QString()));
+    QCOMPARE(CtrlData.TimeFormat, QString("Y-T"));
+}
+
+void TestCtrlDialog::doubleClickShapesTheDialog() {
+    CtrlRowMatch seen;
+    CtrlDialogLayout shape;
+    SetCtrlDialogHook([&](const CtrlRowMatch& r, const CtrlDialogLayout& l) {
+        seen = r;
+        shape = l;
+    });
+    PraseCtrlList("NQ4000L\\Display\\Grid [FULL]");
+    QCOMPARE(CtrlDialogKey, QString("DisplayGrid"));
+    QCOMPARE(seen.field, &CtrlData.DisplayGrid);
+    QCOMPARE(shape.items, (QStringList{"FULL", "HALF", "NONE"}));
+    QCOMPARE(shape.selected, QString("FULL"));
+    QCOMPARE(shape.caption, QString("Grid"));
+}
+
+void TestCtrlDialog::coarseAndFineSteps_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("probe");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("direction");
+    QTest::addColumn<QString>("result");
+    QTest::newRow("coarse up under 10X at 100 mV base") << "1.00V"
+                                                        << "10X" << 0 << 1 << "2.00V";
+    QTest::newRow("coarse up holds at the top") << "10.0V"
+                                                << "1X" << 0 << 1 << "10.0V";
+    QTest::newRow("coarse down holds at the bottom") << "2.00mV"
+                                                     << "1X" << 0 << -1 << "2.00mV";
+    QTest::newRow("coarse down from 5 mV") << "5.00mV"
+                                           << "1X" << 0 << -1 << "2.00mV";
+    QTest::newRow("coarse down between rungs") << "7.00mV"
+                                               << "1X" << 0 << -1 << "5.00mV";
+    QTest::newRow("coarse up between rungs") << "7.00mV"
+                                             << "1X" << 0 << 1 << "10.0mV";
+    QTest::newRow("fine up from 5 mV takes the next row") << "5.00mV"
+                                                          << "1X" << 1 << 1 << "5.10mV";
+    QTest::newRow("fine down from 5 mV stays in its row") << "5.00mV"
+                                                          << "1X" << 1 << -1 << "4.95mV";
+    QTest::newRow("fine up at the top stays") << "10.0V"
+                                              << "1X" << 1 << 1 << "10.0V";
+    QTest::newRow("fine down at the bottom stays") << "2.00mV"
+                                                   << "1X" << 1 << -1 << "2.00mV";
+    QTest::newRow("fine up in volts") << "1.00V"
+                                      << "1X" << 1 << 1 << "1.02V";
+    QTest::newRow("fine under 100X") << "1.00V"
+                                     << "100X" << 1 << 1 << "1.02V"; // 10 mV at 1X steps by 200 uV
+}
+
+void TestCtrlDialog::coarseAndFineSteps() {
+    QFETCH(QString, text);
+    QFETCH(QString, probe);
+    QFETCH(int, mode);
+    QFETCH(int, direction);
+    QFETCH(QString, result);
+    QCOMPARE(AdjustStep(text, probe, mode, direction), result);
+}
+
+void TestCtrlDialog::adjustOkSendsProbeAndBaseScale() {
+    CtrlData.Ch2Probe = "10X";
+    AdjustOK(1, "2.00V");
+    sync();
+    const QStringList l = log();
+    QCOMPARE(l.mid(0, 3),
+             (QStringList{":CHANNEL2:PROBE 10", ":CHANNEL2:SCALE 0.2v", ":CHANNEL2:OFFSET?"}));
+    QCOMPARE(CtrlData.Ch2VoltDiv, QString("2.00V"));
+    QCOMPARE(CutAtLineFeed(CmdQuery(":CHANNEL2:SCALE?")), QString("2.000000e+00"));
+    QVERIFY(CtrlDirty);
+    QCOMPARE(GetCHProbeNum("500X"), 500);
+    QCOMPARE(SetCHOffset(400000, 0.5, 0, 1), 20000.0); // 0.04 div of 0.5 V, in microvolts
+}
+
+void TestCtrlDialog::holdingAStepButtonRepeats() {
+    platform::SetPacingScale(0.25); // the 200 ms repeat runs at 50 ms
+    CtrlData.Ch1VoltDiv = "2.00mV";
+    AdjustModeCh1 = 0;
+    CtrlDialogAdjust dialog(0);
+    dialog.show();
+    QTest::mousePress(dialog.addButton(), Qt::LeftButton);
+    QCOMPARE(dialog.value()->text(), QString("5.00mV")); // the first step at once
+    QTest::qWait(250);
+    // Released away from the button: the repeat stops all the same.
+    QTest::mouseRelease(dialog.addButton(), Qt::LeftButton, {}, QPoint(-50, -50));
+    QVERIFY(!dialog.repeating());
+    const QString held = dialog.value()->text();
+    // Four or five repeats after the first step: 10, 20, 50, 100 (200) mV; a busy machine may lose
+    // a tick.
+    QVERIFY2(held == "50.0mV" || held == "100mV" || held == "200mV", qPrintable(held));
+    QTest::qWait(150);
+    QCOMPARE(dialog.value()->text(), held);
+}
+
+QTEST_MAIN(TestCtrlDialog)
+#include "tst_ctrldialog.moc"
