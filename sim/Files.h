@@ -22,7 +22,7 @@ struct RecordSpec {
     bool channelValid = true;
 };
 // Writes the file; false with a reason on failure.
-bool WriteRecordFile(const std::string& path, const RecordSpec& spec, std::string* error);
+bool WriteRecordFile(const std::string& path, const RecordSpec& record, std::string* error);
 
 struct WaveformSpec {
     bool olderHead = false; // the 252-byte head whose samples are stored 25 rows lower
@@ -38,7 +38,7 @@ struct WaveformSpec {
     float sampleRate = 0; // 0 = points / (12 divisions)
     std::uint16_t digitalMask = 0xFFFF;
 };
-bool WriteWaveformFile(const std::string& path, const WaveformSpec& spec, std::string* error);
+bool WriteWaveformFile(const std::string& path, const WaveformSpec& wave, std::string* error);
 
 // Writes bytes to path through a temporary file and a rename.
 bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,

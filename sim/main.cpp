@@ -41,8 +41,8 @@ void usage() {
         "\n"
         "Signals (SHAPE:HERTZ:PEAK_VOLTS[:OFFSET], SHAPE one of sine square triangle\n"
         "sawtooth dc):\n"
-        "  --ch1 SPEC            default sine:1000:1.0\n"
-        "  --ch2 SPEC            default square:2000:0.5\n"
+        "  --ch1 SIGNAL         default sine:1000:1.0\n"
+        "  --ch2 SIGNAL         default square:2000:0.5\n"
         "\n"
         "Faults:\n"
         "  --latency MS          wait before every reply\n"
@@ -136,9 +136,9 @@ int main(int argc, char** argv) {
         } else if (a == "--model")
             model = next("a model word");
         else if (a == "--ch1" || a == "--ch2") {
-            const std::string spec = next("a signal");
-            if (!sim::Generator::parse(spec, a == "--ch1" ? ch1 : ch2))
-                return fail("bad signal " + spec);
+            const std::string signal = next("a signal");
+            if (!sim::Generator::parse(signal, a == "--ch1" ? ch1 : ch2))
+                return fail("bad signal " + signal);
         } else if (a == "--latency")
             faults.latencyMs = number("milliseconds");
         else if (a == "--drop-at")

@@ -485,16 +485,16 @@ void TestSimulator::commandLogInOrder() {
 
 void TestSimulator::recordFile() {
     QTemporaryDir dir;
-    RecordSpec spec;
-    spec.channel = 2;
-    spec.frames = 7;
-    spec.voltsPerDiv = 0.2;
-    spec.offsetRows = -10;
-    spec.secondsPerDiv = 1e-3;
-    spec.delaySeconds = -2e-3;
+    RecordSpec plan;
+    plan.channel = 2;
+    plan.frames = 7;
+    plan.voltsPerDiv = 0.2;
+    plan.offsetRows = -10;
+    plan.secondsPerDiv = 1e-3;
+    plan.delaySeconds = -2e-3;
     const QString path = dir.filePath("r.rcd");
     std::string error;
-    QVERIFY2(WriteRecordFile(path.toStdString(), spec, &error), error.c_str());
+    QVERIFY2(WriteRecordFile(path.toStdString(), plan, &error), error.c_str());
     const auto b = slurp(path);
     QVERIFY(b.size() > 56);
     QCOMPARE(le(b, 0, 2), 0xBABAu);
@@ -521,10 +521,10 @@ void TestSimulator::recordFile() {
 void TestSimulator::waveformFiles() {
     QTemporaryDir dir;
     std::string error;
-    WaveformSpec spec;
-    spec.points = 1000;
+    WaveformSpec plan;
+    plan.points = 1000;
     const QString current = dir.filePath("c.wfm");
-    QVERIFY(WriteWaveformFile(current.toStdString(), spec, &error));
+    QVERIFY(WriteWaveformFile(current.toStdString(), plan, &error));
     auto b = slurp(current);
     QCOMPARE(le(b, 0, 2), 0xA5A5u);
     QCOMPARE(le(b, 28, 4), 1000u);
@@ -534,9 +534,9 @@ void TestSimulator::waveformFiles() {
     QCOMPARE(b.size(),
              std::size_t(272 + 4 + 1000 + 1000 + 2 * 1000)); // CH1, CH2, two bytes a point
 
-    spec.points = 600000; // above 524288: one byte a digital point
-    spec.ch1 = false;
-    QVERIFY(WriteWaveformFile(current.toStdString(), spec, &error));
+    plan.points = 600000; // above 524288: one byte a digital point
+    plan.ch1 = false;
+    QVERIFY(WriteWaveformFile(current.toStdString(), plan, &error));
     QCOMPARE(slurp(current).size(), std::size_t(272 + 4 + 600000 + 600000));
 
     WaveformSpec older;
