@@ -8,6 +8,7 @@
 #include "controller/CtrlState.h"
 #include "controller/PatternLevels.h"
 #include "controller/Picture.h"
+#include "controller/TriggerReads.h"
 #include "controller/ValueText.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -29,13 +30,10 @@ using namespace cmd;
 namespace {
 
 QString query(const QString& header) {
-    return CutAtLineFeed(CmdQuery(QueryCommand(header)));
+    return QueryText(header);
 }
 void send(const QString& header, const QString& value) {
     CmdSend(SetCommand(header, value));
-}
-QString sensitivityText(const QString& reply) {
-    return FormatPicture(Val(reply), "#0.00div", Precision::Double, MachineDecimalSign());
 }
 QString methodWord(const QString& method) {
     return ":" + TriggerMethodToCmd(method);
@@ -52,17 +50,6 @@ const QStringList kTimeRows = {"Delay", "Holdoff", "Pulse width", "Slope time", 
 
 QStringList onOff() {
     return {WordOn, WordOff};
-}
-
-QString scaleOf(const QString& source) {
-    return TriggerScaleForSource(source == WordAcLine ? "AC" : source, CmdQuery);
-}
-
-QString levelOf(const QString& method, const QString& leaf, const QString& source,
-                const QString& scale) {
-    if (source.startsWith('D')) return ThresholdToDisplay(query(La + Threshold));
-    QString s = scale;
-    return NormDiv(query(Trigger + method + leaf), s);
 }
 
 struct AltFields {
@@ -338,46 +325,48 @@ void GetTriggerMethod(const QString& method) {
     if (method == WordEdge) {
         TryStatement(
             [&] { d.EdgeSource = TriggerSourceFromReply(query(Trigger + Edge + Source)); });
-        const QString scale = scaleOf(d.EdgeSource);
+        const QString scale = TriggerSourceScale(d.EdgeSource);
         TryStatement([&] { d.EdgeSlope = EdgeSlopeFromReply(query(Trigger + Edge + Slope)); });
         TryStatement([&] { d.EdgeSweep = SweepFromReply(query(Trigger + Edge + Sweep)); });
         TryStatement([&] { d.EdgeCoupling = CouplingFromReply(query(Trigger + Edge + Coupling)); });
-        TryStatement([&] { d.EdgeLevel = levelOf(Edge, Level, d.EdgeSource, scale); });
+        TryStatement([&] { d.EdgeLevel = TriggerLevelText(Edge, Level, d.EdgeSource, scale); });
         TryStatement(
-            [&] { d.EdgeSensitivity = sensitivityText(query(Trigger + Edge + Sensitivity)); });
+            [&] { d.EdgeSensitivity = SensitivityText(query(Trigger + Edge + Sensitivity)); });
     } else if (method == WordPulse) {
         TryStatement(
             [&] { d.PulseSource = TriggerSourceFromReply(query(Trigger + Pulse + Source)); });
-        const QString scale = scaleOf(d.PulseSource);
+        const QString scale = TriggerSourceScale(d.PulseSource);
         TryStatement([&] { d.PulseMode = PulseModeFromReply(query(Trigger + Pulse + Mode)); });
         TryStatement([&] { d.PulseSweep = SweepFromReply(query(Trigger + Pulse + Sweep)); });
         TryStatement(
             [&] { d.PulseCoupling = CouplingFromReply(query(Trigger + Pulse + Coupling)); });
-        TryStatement([&] { d.PulseLevel = levelOf(Pulse, Level, d.PulseSource, scale); });
+        TryStatement([&] { d.PulseLevel = TriggerLevelText(Pulse, Level, d.PulseSource, scale); });
         TryStatement(
-            [&] { d.PulseSensitivity = sensitivityText(query(Trigger + Pulse + Sensitivity)); });
+            [&] { d.PulseSensitivity = SensitivityText(query(Trigger + Pulse + Sensitivity)); });
     } else if (method == WordVideo) {
         TryStatement(
             [&] { d.VideoSource = TriggerSourceFromReply(query(Trigger + Video + Source)); });
-        const QString scale = scaleOf(d.VideoSource);
+        const QString scale = TriggerSourceScale(d.VideoSource);
         TryStatement(
             [&] { d.VideoPolarity = VideoPolarityFromReply(query(Trigger + Video + Polarity)); });
         TryStatement([&] { d.VideoSync = VideoSyncFromReply(query(Trigger + Video + Mode)); });
-        TryStatement([&] { d.VideoLevel = levelOf(Video, Level, d.VideoSource, scale); });
+        TryStatement([&] { d.VideoLevel = TriggerLevelText(Video, Level, d.VideoSource, scale); });
         TryStatement(
-            [&] { d.VideoSensitivity = sensitivityText(query(Trigger + Video + Sensitivity)); });
+            [&] { d.VideoSensitivity = SensitivityText(query(Trigger + Video + Sensitivity)); });
     } else if (method == WordSlope) {
         TryStatement(
             [&] { d.SlopeSource = TriggerSourceFromReply(query(Trigger + Slope + Source)); });
-        const QString scale = scaleOf(d.SlopeSource);
+        const QString scale = TriggerSourceScale(d.SlopeSource);
         TryStatement([&] { d.SlopeMode = SlopeModeFromReply(query(Trigger + Slope + Mode)); });
         TryStatement([&] { d.SlopeSweep = SweepFromReply(query(Trigger + Slope + Sweep)); });
         TryStatement(
             [&] { d.SlopeCoupling = CouplingFromReply(query(Trigger + Slope + Coupling)); });
-        TryStatement([&] { d.SlopeLevelA = levelOf(Slope, LevelA, d.SlopeSource, scale); });
-        TryStatement([&] { d.SlopeLevelB = levelOf(Slope, LevelB, d.SlopeSource, scale); });
         TryStatement(
-            [&] { d.SlopeSensitivity = sensitivityText(query(Trigger + Slope + Sensitivity)); });
+            [&] { d.SlopeLevelA = TriggerLevelText(Slope, LevelA, d.SlopeSource, scale); });
+        TryStatement(
+            [&] { d.SlopeLevelB = TriggerLevelText(Slope, LevelB, d.SlopeSource, scale); });
+        TryStatement(
+            [&] { d.SlopeSensitivity = SensitivityText(query(Trigger + Slope + Sensitivity)); });
     } else if (method == WordPattern) {
         TryStatement(
             [&] { PatternReplyToLevels(query(Trigger + Pattern + Pattern), d.PatternLevel); });
@@ -414,14 +403,14 @@ void GetTriggerAltTrigType(int channel) {
         TryStatement([&] { f.e->Coupling = CouplingFromReply(query(alt + Edge + Coupling)); });
         TryStatement([&] { f.e->Level = level(alt + Edge + Level); });
         TryStatement([&] { f.e->Holdoff = NormTime3(query(alt + Edge + Holdoff)); });
-        TryStatement([&] { f.e->Sensitivity = sensitivityText(query(alt + Edge + Sensitivity)); });
+        TryStatement([&] { f.e->Sensitivity = SensitivityText(query(alt + Edge + Sensitivity)); });
     } else if (t == WordPulse) {
         TryStatement([&] { f.p->Mode = PulseModeFromReply(query(alt + Pulse + Mode)); });
         TryStatement([&] { f.p->Width = NormTime3(query(alt + Pulse + Time)); });
         TryStatement([&] { f.p->Coupling = CouplingFromReply(query(alt + Pulse + Coupling)); });
         TryStatement([&] { f.p->Level = level(alt + Pulse + Level); });
         TryStatement([&] { f.p->Holdoff = NormTime3(query(alt + Pulse + Holdoff)); });
-        TryStatement([&] { f.p->Sensitivity = sensitivityText(query(alt + Pulse + Sensitivity)); });
+        TryStatement([&] { f.p->Sensitivity = SensitivityText(query(alt + Pulse + Sensitivity)); });
     } else if (t == WordVideo) {
         TryStatement(
             [&] { f.v->Polarity = VideoPolarityFromReply(query(alt + Video + Polarity)); });
@@ -429,14 +418,14 @@ void GetTriggerAltTrigType(int channel) {
         TryStatement([&] { f.v->Line = query(alt + Video + Line); });
         TryStatement([&] { f.v->Standard = query(alt + Video + Standard); });
         TryStatement([&] { f.v->Level = level(alt + Video + Level); });
-        TryStatement([&] { f.v->Sensitivity = sensitivityText(query(alt + Video + Sensitivity)); });
+        TryStatement([&] { f.v->Sensitivity = SensitivityText(query(alt + Video + Sensitivity)); });
     } else if (t == WordSlope) {
         TryStatement([&] { f.s->Coupling = CouplingFromReply(query(alt + Slope + Coupling)); });
         TryStatement([&] { f.s->Mode = SlopeModeFromReply(query(alt + Slope + Mode)); });
         TryStatement([&] { f.s->Time = NormTime3(query(alt + Slope + Time)); });
         TryStatement([&] { f.s->LevelA = level(alt + Slope + LevelA); });
         TryStatement([&] { f.s->LevelB = level(alt + Slope + LevelB); });
-        TryStatement([&] { f.s->Sensitivity = sensitivityText(query(alt + Slope + Sensitivity)); });
+        TryStatement([&] { f.s->Sensitivity = SensitivityText(query(alt + Slope + Sensitivity)); });
     }
 }
 

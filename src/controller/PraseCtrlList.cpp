@@ -4,6 +4,7 @@
 #include "controller/CtrlDialogEntry.h"
 #include "controller/CtrlState.h"
 #include "controller/SettingsExchange.h"
+#include "controller/TriggerReads.h"
 #include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/MsgBox.h"

@@ -7,6 +7,7 @@
 #include "controller/CtrlState.h"
 #include "controller/PatternLevels.h"
 #include "controller/Picture.h"
+#include "controller/TriggerReads.h"
 #include "controller/ValueText.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -22,15 +23,11 @@ void send(const QString& header, const QString& value) {
     CmdSend(SetCommand(header, value));
 }
 QString query(const QString& header) {
-    return CutAtLineFeed(CmdQuery(QueryCommand(header)));
+    return QueryText(header);
 }
 // A step of read-all: a fault in one conversion (a zero scale) skips that step only.
 template <typename Fn> void step(Fn&& fn) {
     platform::TryStatement(static_cast<Fn&&>(fn));
-}
-
-QString sensitivityText(const QString& reply) {
-    return FormatPicture(Val(reply), "#0.00div", Precision::Double, MachineDecimalSign());
 }
 
 // ---- write-all ---------------------------------------------------------------
@@ -179,19 +176,6 @@ void writeDigital(CtrlDataRecord& d, const std::function<void()>& progress) {
 
 // ---- read-all -------------------------------------------------------------------
 
-// The scale of a trigger source: a channel's scale query, the fixed scale of
-// the external inputs, "0" for the mains.
-QString scaleOf(const QString& source) {
-    return TriggerScaleForSource(source == WordAcLine ? "AC" : source, CmdQuery);
-}
-
-QString levelOf(const QString& method, const QString& leaf, const QString& source,
-                const QString& scale) {
-    if (source.startsWith('D')) return ThresholdToDisplay(query(La + Threshold));
-    QString s = scale;
-    return NormDiv(query(Trigger + method + leaf), s);
-}
-
 void readAlternation(int channel, QString& type, AltEdgeFields& e, AltPulseFields& p,
                      AltVideoFields& v, AltSlopeFields& s) {
     const QString scale = query(ChannelRoot(channel) + Scale);
@@ -206,25 +190,25 @@ void readAlternation(int channel, QString& type, AltEdgeFields& e, AltPulseField
     step([&] { e.Coupling = CouplingFromReply(query(alt + Edge + Coupling)); });
     step([&] { e.Level = level(alt + Edge + Level); });
     step([&] { e.Holdoff = NormTime3(query(alt + Edge + Holdoff)); });
-    step([&] { e.Sensitivity = sensitivityText(query(alt + Edge + Sensitivity)); });
+    step([&] { e.Sensitivity = SensitivityText(query(alt + Edge + Sensitivity)); });
     step([&] { p.Mode = PulseModeFromReply(query(alt + Pulse + Mode)); });
     step([&] { p.Width = NormTime3(query(alt + Pulse + Time)); });
     step([&] { p.Coupling = CouplingFromReply(query(alt + Pulse + Coupling)); });
     step([&] { p.Level = level(alt + Pulse + Level); });
     step([&] { p.Holdoff = NormTime3(query(alt + Pulse + Holdoff)); });
-    step([&] { p.Sensitivity = sensitivityText(query(alt + Pulse + Sensitivity)); });
+    step([&] { p.Sensitivity = SensitivityText(query(alt + Pulse + Sensitivity)); });
     step([&] { v.Polarity = VideoPolarityFromReply(query(alt + Video + Polarity)); });
     step([&] { v.Sync = VideoSyncFromReply(query(alt + Video + Mode)); });
     step([&] { v.Line = query(alt + Video + Line); });
     step([&] { v.Standard = query(alt + Video + Standard); });
     step([&] { v.Level = level(alt + Video + Level); });
-    step([&] { v.Sensitivity = sensitivityText(query(alt + Video + Sensitivity)); });
+    step([&] { v.Sensitivity = SensitivityText(query(alt + Video + Sensitivity)); });
     step([&] { s.Coupling = CouplingFromReply(query(alt + Slope + Coupling)); });
     step([&] { s.Mode = SlopeModeFromReply(query(alt + Slope + Mode)); });
     step([&] { s.Time = NormTime3(query(alt + Slope + Time)); });
     step([&] { s.LevelA = level(alt + Slope + LevelA); });
     step([&] { s.LevelB = level(alt + Slope + LevelB); });
-    step([&] { s.Sensitivity = sensitivityText(query(alt + Slope + Sensitivity)); });
+    step([&] { s.Sensitivity = SensitivityText(query(alt + Slope + Sensitivity)); });
 }
 
 // Four 4-bit positions from a 16-bit half, the first slot in the top nibble.
@@ -338,40 +322,40 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
     // Edge.
     read([&] { d.EdgeSource = TriggerSourceFromReply(query(Trigger + Edge + Source)); });
     QString scale;
-    read([&] { scale = scaleOf(d.EdgeSource); });
+    read([&] { scale = TriggerSourceScale(d.EdgeSource); });
     read([&] { d.EdgeSlope = EdgeSlopeFromReply(query(Trigger + Edge + Slope)); });
     read([&] { d.EdgeSweep = SweepFromReply(query(Trigger + Edge + Sweep)); });
     read([&] { d.EdgeCoupling = CouplingFromReply(query(Trigger + Edge + Coupling)); });
-    read([&] { d.EdgeLevel = levelOf(Edge, Level, d.EdgeSource, scale); });
-    read([&] { d.EdgeSensitivity = sensitivityText(query(Trigger + Edge + Sensitivity)); });
+    read([&] { d.EdgeLevel = TriggerLevelText(Edge, Level, d.EdgeSource, scale); });
+    read([&] { d.EdgeSensitivity = SensitivityText(query(Trigger + Edge + Sensitivity)); });
     // Pulse.
     read([&] { d.PulseSource = query(Trigger + Pulse + Source); });
-    read([&] { scale = scaleOf(d.PulseSource); });
+    read([&] { scale = TriggerSourceScale(d.PulseSource); });
     read([&] { d.PulseMode = PulseModeFromReply(query(Trigger + Pulse + Mode)); });
     read([&] { d.PulseWidth = NormTime3(query(Trigger + Pulse + Width)); });
     read([&] { d.PulseSweep = SweepFromReply(query(Trigger + Pulse + Sweep)); });
     read([&] { d.PulseCoupling = CouplingFromReply(query(Trigger + Pulse + Coupling)); });
-    read([&] { d.PulseLevel = levelOf(Pulse, Level, d.PulseSource, scale); });
-    read([&] { d.PulseSensitivity = sensitivityText(query(Trigger + Pulse + Sensitivity)); });
+    read([&] { d.PulseLevel = TriggerLevelText(Pulse, Level, d.PulseSource, scale); });
+    read([&] { d.PulseSensitivity = SensitivityText(query(Trigger + Pulse + Sensitivity)); });
     // Video.
     read([&] { d.VideoSource = TriggerSourceFromReply(query(Trigger + Video + Source)); });
-    read([&] { scale = scaleOf(d.VideoSource); });
+    read([&] { scale = TriggerSourceScale(d.VideoSource); });
     read([&] { d.VideoPolarity = VideoPolarityFromReply(query(Trigger + Video + Polarity)); });
     read([&] { d.VideoSync = VideoSyncFromReply(query(Trigger + Video + Mode)); });
     read([&] { d.VideoLine = query(Trigger + Video + Line); });
     read([&] { d.VideoStandard = query(Trigger + Video + Standard); });
-    read([&] { d.VideoLevel = levelOf(Video, Level, d.VideoSource, scale); });
-    read([&] { d.VideoSensitivity = sensitivityText(query(Trigger + Video + Sensitivity)); });
+    read([&] { d.VideoLevel = TriggerLevelText(Video, Level, d.VideoSource, scale); });
+    read([&] { d.VideoSensitivity = SensitivityText(query(Trigger + Video + Sensitivity)); });
     // Slope.
     read([&] { d.SlopeSource = TriggerSourceFromReply(query(Trigger + Slope + Source)); });
-    read([&] { scale = scaleOf(d.SlopeSource); });
+    read([&] { scale = TriggerSourceScale(d.SlopeSource); });
     read([&] { d.SlopeCoupling = CouplingFromReply(query(Trigger + Slope + Coupling)); });
     read([&] { d.SlopeSweep = SweepFromReply(query(Trigger + Slope + Sweep)); });
     read([&] { d.SlopeMode = SlopeModeFromReply(query(Trigger + Slope + Mode)); });
     read([&] { d.SlopeTime = NormTime3(query(Trigger + Slope + Time)); });
-    read([&] { d.SlopeLevelA = levelOf(Slope, LevelA, d.SlopeSource, scale); });
-    read([&] { d.SlopeLevelB = levelOf(Slope, LevelB, d.SlopeSource, scale); });
-    read([&] { d.SlopeSensitivity = sensitivityText(query(Trigger + Slope + Sensitivity)); });
+    read([&] { d.SlopeLevelA = TriggerLevelText(Slope, LevelA, d.SlopeSource, scale); });
+    read([&] { d.SlopeLevelB = TriggerLevelText(Slope, LevelB, d.SlopeSource, scale); });
+    read([&] { d.SlopeSensitivity = SensitivityText(query(Trigger + Slope + Sensitivity)); });
     if (ModelHasLa) {
         read([&] { PatternReplyToLevels(query(Trigger + Pattern + Pattern), d.PatternLevel); });
         read([&] { d.PatternSweep = SweepFromReply(query(Trigger + Pattern + Sweep)); });

@@ -56,6 +56,21 @@ bool writeAll(int fd, const ViByte* data, std::size_t size) {
     return true;
 }
 
+// Writes all of a message to a device node.
+ViStatus writeDevice(int fd, const ViByte* data, ViUInt32 count, ViUInt32* written) {
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t n = ::write(fd, data + done, count - done);
+        if (n < 0) {
+            if (errno == EINTR || errno == EAGAIN) continue;
+            return errno == ETIMEDOUT ? VI_ERROR_TMO : VI_ERROR_IO;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    if (written) *written = count;
+    return VI_SUCCESS;
+}
+
 // A reply is complete at its line feed; a definite block ("#8nnnnnnnn...")
 // only once its announced length has arrived.
 bool messageComplete(const ViByte* data, std::size_t size) {
@@ -214,17 +229,7 @@ public:
     ~UsbtmcDevice() override { ::close(fd_); }
 
     ViStatus write(const ViByte* data, ViUInt32 count, ViUInt32* written) override {
-        std::size_t done = 0;
-        while (done < count) {
-            const ssize_t n = ::write(fd_, data + done, count - done);
-            if (n < 0) {
-                if (errno == EINTR) continue;
-                return errno == ETIMEDOUT ? VI_ERROR_TMO : VI_ERROR_IO;
-            }
-            done += static_cast<std::size_t>(n);
-        }
-        if (written) *written = count;
-        return VI_SUCCESS;
+        return writeDevice(fd_, data, count, written);
     }
 
     // The driver returns one transfer a read: keep reading until the request
@@ -340,17 +345,7 @@ public:
     explicit AsrlDevice(int fd) : fd_(fd) {}
     ~AsrlDevice() override { ::close(fd_); }
     ViStatus write(const ViByte* data, ViUInt32 count, ViUInt32* written) override {
-        std::size_t done = 0;
-        while (done < count) {
-            const ssize_t n = ::write(fd_, data + done, count - done);
-            if (n < 0) {
-                if (errno == EINTR || errno == EAGAIN) continue;
-                return VI_ERROR_IO;
-            }
-            done += static_cast<std::size_t>(n);
-        }
-        if (written) *written = count;
-        return VI_SUCCESS;
+        return writeDevice(fd_, data, count, written);
     }
     // A serial read ends at the line feed, at the count, or at the time-out.
     ViStatus read(ViByte* data, ViUInt32 count, ViUInt32* got) override {

@@ -1,6 +1,7 @@
 // The parameter dialog and the adjust dialog: the shapes and lists, cmdOK's
 // commands and read-backs against the simulated instrument, and the steps.
 #include "RecordingTransport.h"
+#include "SimulatedLink.h"
 #include "TestPlatform.h"
 
 #include "Simulator.h"
@@ -33,7 +34,6 @@ CtrlRowMatch rowAt(const QString& path) {
 class TestCtrlDialog : public QObject {
     Q_OBJECT
 private slots:
-    void initTestCase() { OpenVisaRM(); }
     void init();
     void cleanup();
     void wordListsInTheirOrder_data();
@@ -56,44 +56,30 @@ private slots:
 
 private:
     std::unique_ptr<TestPlatform> tp_;
-    std::unique_ptr<QTemporaryDir> dir_;
-    std::unique_ptr<sim::Simulator> sim_;
+    std::unique_ptr<SimulatedLink> link_;
     QStringList log() const;
     void sync() { CmdQuery("*IDN?"); }
 };
 
 void TestCtrlDialog::init() {
     tp_ = std::make_unique<TestPlatform>();
-    dir_ = std::make_unique<QTemporaryDir>();
-    platform::SetSimulatedUsbDirectory(dir_->path());
-    sim::SimulatorOptions o;
-    o.usbDirectory = dir_->path().toStdString();
-    sim_ = std::make_unique<sim::Simulator>(o);
-    QVERIFY(sim_->Start());
     ApplyLanguage(kLanguageEnglish);
     CtrlData = CtrlDataDefaults();
     ModelHasLa = true;
     CtrlDirty = false;
-    VisaRsrcIndex = 0;
-    ConnectToDevice();
-    QVERIFY(Connected);
-    sim_->instrument().ClearLog();
+    link_ = std::make_unique<SimulatedLink>();
+    QVERIFY(link_->connected());
 }
 
 void TestCtrlDialog::cleanup() {
     SetCtrlDialogHook({});
     platform::SetPacingScale(0);
-    DisconnectFromDevice();
-    VisaCloseInstr();
-    sim_.reset();
+    link_.reset();
     tp_.reset();
 }
 
 QStringList TestCtrlDialog::log() const {
-    QStringList l;
-    for (const auto& e : sim_->instrument().Log())
-        l << QString::fromStdString(e.command);
-    return l;
+    return link_->log();
 }
 
 void TestCtrlDialog::wordListsInTheirOrder_data() {

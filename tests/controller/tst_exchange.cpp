@@ -1,6 +1,7 @@
 // Write-all, read-all, the running-control rows and the job window, against
 // the simulated instrument's command log.
 #include "RecordingTransport.h"
+#include "SimulatedLink.h"
 #include "TestPlatform.h"
 
 #include "Simulator.h"
@@ -59,50 +60,35 @@ private slots:
 
 private:
     std::unique_ptr<TestPlatform> tp_;
-    std::unique_ptr<QTemporaryDir> dir_;
-    std::unique_ptr<sim::Simulator> sim_;
+    std::unique_ptr<SimulatedLink> link_;
     QStringList log() const;
     QStringList logFrom(const QString& first) const;
 };
 
 void TestExchange::initTestCase() {
-    OpenVisaRM();
     RegisterSettingsJobs();
     RegisterMeasureJobs();
 }
 
 void TestExchange::init() {
     tp_ = std::make_unique<TestPlatform>();
-    dir_ = std::make_unique<QTemporaryDir>();
-    platform::SetSimulatedUsbDirectory(dir_->path());
-    sim::SimulatorOptions o;
-    o.usbDirectory = dir_->path().toStdString();
-    sim_ = std::make_unique<sim::Simulator>(o);
-    QVERIFY(sim_->Start());
     ApplyLanguage(kLanguageEnglish);
     CtrlData = CtrlDataDefaults();
     ModelHasLa = true;
     CtrlDirty = false;
-    VisaRsrcIndex = 0;
-    ConnectToDevice();
-    QVERIFY(Connected);
-    sim_->instrument().ClearLog();
+    link_ = std::make_unique<SimulatedLink>();
+    QVERIFY(link_->connected());
     g_sleeps.clear();
 }
 
 void TestExchange::cleanup() {
     platform::SetSleepObserver(nullptr);
-    DisconnectFromDevice();
-    VisaCloseInstr();
-    sim_.reset();
+    link_.reset();
     tp_.reset();
 }
 
 QStringList TestExchange::log() const {
-    QStringList l;
-    for (const auto& e : sim_->instrument().Log())
-        l << QString::fromStdString(e.command);
-    return l;
+    return link_->log();
 }
 
 QStringList TestExchange::logFrom(const QString& first) const {
@@ -357,7 +343,7 @@ void TestExchange::readAllGoesOnThroughEmptyReplies() {
 void TestExchange::aLinkThatDropsHalfwayEndsTheJobUsable() {
     sim::Faults f;
     f.dropAtCommand = 30;
-    sim_->instrument().SetFaults(f);
+    link_->instrument().SetFaults(f);
     QElapsedTimer clock;
     clock.start();
     QVERIFY(RunJob(kJobDownload, "Data Downloading..."));
@@ -381,7 +367,7 @@ void TestExchange::runningControlCommands() {
 void TestExchange::setTrigTo50ReadsBackPerMethod() {
     sim::Generator g;
     sim::Generator::parse("sine:1000:1.0:0.5", g);
-    sim_->instrument().SetGenerator(1, g);
+    link_->instrument().SetGenerator(1, g);
     PraseCtrlList("NQ4000L\\Running Control\\Set Trig to 50%");
     QCOMPARE(log(), (QStringList{":TRIG%50", ":TRIGGER:EDGE:SOURCE?", ":CHANNEL1:SCALE?",
                                  ":TRIGGER:EDGE:LEVEL?"}));
@@ -390,7 +376,7 @@ void TestExchange::setTrigTo50ReadsBackPerMethod() {
 
     CmdSend(":TRIGGER:MODE ALTERNATION");
     CmdQuery("*IDN?"); // every command before has arrived
-    sim_->instrument().ClearLog();
+    link_->instrument().ClearLog();
     CtrlData.TrigMethod = WordAlternation;
     CtrlData.AltType2 = WordSlope;
     PraseCtrlList("NQ4000L\\Running Control\\Set Trig to 50%");
@@ -404,7 +390,7 @@ void TestExchange::setTrigTo50ReadsBackPerMethod() {
 void TestExchange::laResetRefillsThePositions() {
     CmdSend(":LA:GROUP2:SIZE SMALL");
     CmdQuery("*IDN?"); // every command before has arrived
-    sim_->instrument().ClearLog();
+    link_->instrument().ClearLog();
     PraseCtrlList("NQ4000L\\LA\\Reset");
     QCOMPARE(log(), (QStringList{":LA:POSITION:RESET", ":LA:GROUP2:SIZE?", ":LA:GROUP1:SIZE?"}));
     QCOMPARE(CtrlData.LaSizeHigh, WordSmall);
