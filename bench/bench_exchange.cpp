@@ -20,7 +20,9 @@
 
 namespace {
 long long g_paused = 0;
-void addPause(int ms) { g_paused += ms; }
+void addPause(int ms) {
+    g_paused += ms;
+}
 
 void measure(const char* name, void (*sequence)()) {
     g_paused = 0;
@@ -28,8 +30,9 @@ void measure(const char* name, void (*sequence)()) {
     clock.start();
     sequence();
     const double measured = clock.nsecsElapsed() / 1e6;
-    std::printf("%-10s measured %8.1f ms, pauses %8lld ms, overhead %.2f %% (target at most 1 %%)\n", name,
-                measured, g_paused, (measured - g_paused) / g_paused * 100);
+    std::printf(
+        "%-10s measured %8.1f ms, pauses %8lld ms, overhead %.2f %% (target at most 1 %%)\n", name,
+        measured, g_paused, (measured - g_paused) / g_paused * 100);
 }
 } // namespace
 

@@ -10,6 +10,7 @@
 #include "app/OptionsLogic.h"
 #include "app/SoftwareSetting.h"
 #include "app/frmAbout.h"
+#include "app/frmNewDoc.h"
 #include "app/frmOptions.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
@@ -217,8 +218,25 @@ void frmMain::buildMenus() {
     on("mnuWindowArrangeIcons", "mnuWindowArrangeIcons_Click", [this] { arrangeIcons(mdi_); });
     on("mnuHelpContents", "mnuHelpContents_Click", [this] { mnuHelpContents_Click(); });
     on("mnuHelpAbout", "mnuHelpAbout_Click", [this] { mnuHelpAbout_Click(); });
-    on("mnuLanguageChinese", "mnuLanguageChinese_Click", [] { SwitchLanguage(kLanguageChinese); });
-    on("mnuLanguageEnglish", "mnuLanguageEnglish_Click", [] { SwitchLanguage(kLanguageEnglish); });
+    // After the switch the stored words are translated: the tree shows them anew.
+    on("mnuLanguageChinese", "mnuLanguageChinese_Click", [] {
+        SwitchLanguage(kLanguageChinese);
+        CtrlTreeChanged(CtrlTreeChange::Shape);
+    });
+    on("mnuLanguageEnglish", "mnuLanguageEnglish_Click", [] {
+        SwitchLanguage(kLanguageEnglish);
+        CtrlTreeChanged(CtrlTreeChange::Shape);
+    });
+    on("mnuFileNew", "mnuFileNew_Click", [this] {
+        DialogAccepted = false;
+        frmNewDoc dialog(false, this);
+        if (dialog.exec() == QDialog::Accepted && DialogAccepted) RunNewDocChoice(dialog.choice());
+    });
+    on("mnuFileOpen", "mnuFileOpen_Click", [this] {
+        DialogAccepted = false;
+        frmNewDoc dialog(true, this);
+        if (dialog.exec() == QDialog::Accepted && DialogAccepted) RunOpenDocChoice(dialog.choice());
+    });
 }
 
 void frmMain::buildToolBar() {

@@ -158,11 +158,12 @@ void frmCtrlList::applyCaptions() {
 }
 
 void frmCtrlList::Form_Load() {
-    if (CtrlTreeBuilt) return;
-    mnuNewCtrl_Click(); // the defaults, and the tree built from them
+    if (!CtrlTreeBuilt) {
+        mnuNewCtrl_Click(); // the record's defaults, once in the program's life
+        CtrlDirty = false;
+        CtrlTreeBuilt = true;
+    }
     BuildCtrlTree();
-    CtrlDirty = false;
-    CtrlTreeBuilt = true;
 }
 
 void frmCtrlList::ClearTreeNodes() {

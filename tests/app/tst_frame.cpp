@@ -9,7 +9,10 @@
 #include "app/SoftwareSetting.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
+#include "app/frmNewDoc.h"
+#include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
+#include "controller/frmCtrlList.h"
 #include "link/LinkState.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
@@ -21,6 +24,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
+#include <QTreeWidget>
 #include <QtTest>
 #include <memory>
 
@@ -42,6 +46,8 @@ private slots:
     void helpFailureShowsTheErrorText();
     void systemInfoUnavailableIsSaid();
     void connectAndDisconnectFromTheMenus();
+    void languageSwitchTranslatesTheTree();
+    void newControlFileFromTheFileMenuChoice();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -257,6 +263,35 @@ void TestFrame::connectAndDisconnectFromTheMenus() {
     QTRY_COMPARE(said(":KEY:LOCK DISABLE"), 2);
     frame_.reset();
     Connected = false;
+}
+
+void TestFrame::languageSwitchTranslatesTheTree() {
+    startFrame();
+    auto* ctrl = frame_->findChild<frmCtrlList*>();
+    QVERIFY(ctrl);
+    CtrlData.TrigMethod = "EDGE";
+    frame_->action("mnuLanguageChinese")->trigger();
+    QCOMPARE(CtrlData.TrigMethod, QString::fromUtf8("边沿触发"));
+    const QString chinese = QString::fromUtf8("触发方式 [边沿触发]");
+    QVERIFY(!ctrl->tree()->findItems(chinese, Qt::MatchRecursive | Qt::MatchExactly).isEmpty());
+    frame_->action("mnuLanguageEnglish")->trigger();
+    QCOMPARE(CtrlData.TrigMethod, QString("EDGE"));
+    QVERIFY(
+        !ctrl->tree()->findItems("Method [EDGE]", Qt::MatchRecursive | Qt::MatchExactly).isEmpty());
+}
+
+void TestFrame::newControlFileFromTheFileMenuChoice() {
+    startFrame();
+    CtrlData.RunStop = "STOP";
+    RunNewDocChoice(1); // a data sheet: not the controller's
+    QCOMPARE(CtrlData.RunStop, QString("STOP"));
+    RunNewDocChoice(2);
+    QCOMPARE(CtrlData.RunStop, QString("RUN"));
+    RunNewDocChoice(9); // outside 1..7: nothing
+    tp_->chosenPaths = {std::nullopt};
+    RunOpenDocChoice(2);
+    QCOMPARE(tp_->fileDialogs.size(), 1);
+    QCOMPARE(tp_->fileDialogs[0].title, QString("Open"));
 }
 
 QTEST_MAIN(TestFrame)
