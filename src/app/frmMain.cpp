@@ -323,9 +323,6 @@ void frmMain::buildPanes() {
     controllerPane_->setWidget(new frmCtrlList);
     addDockWidget(Qt::LeftDockWidgetArea, dataSheetPane_);
     addDockWidget(Qt::LeftDockWidgetArea, controllerPane_);
-    // The controller is the working tree: it gets most of the height.
-    resizeDocks({dataSheetPane_, controllerPane_}, {1, 3}, Qt::Vertical);
-    resizeDocks({controllerPane_}, {280}, Qt::Horizontal);
     dataSheetPane_->hide();
     controllerPane_->hide();
     connect(dataSheetPane_, &DockPane::closedByUser, this,
@@ -369,6 +366,9 @@ void frmMain::timerInit_Timer() {
     timerInit_->stop();
     ShowDataSheet();
     ShowController();
+    // The controller is the working tree: it gets most of the height.
+    resizeDocks({dataSheetPane_, controllerPane_}, {height() / 4, height() * 3 / 4}, Qt::Vertical);
+    resizeDocks({controllerPane_}, {300}, Qt::Horizontal);
     action("mnuViewController")->setChecked(true);
     action("mnuViewDataBrowser")->setChecked(true);
     const QString ctrl = action("mnuFileRecentCtrl0")->data().toString();
