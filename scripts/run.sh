@@ -13,7 +13,7 @@ rundir="${XDG_RUNTIME_DIR:-/tmp}"
 serial_link="$rundir/nq4000l-sim-ttyS0"
 "$sim" --rs232 --serial-link "$serial_link" &
 sim_pid=$!
-trap 'kill $sim_pid 2>/dev/null || true' EXIT
+trap 'kill $sim_pid 2>/dev/null || true' EXIT INT TERM
 sleep 0.3
 echo "To use RS232 instead of USB: Tools > Options, RS232, Port device $serial_link"
 
