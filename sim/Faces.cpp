@@ -112,13 +112,7 @@ void Face::launch() {
 }
 
 void Face::Stop() {
-    if (thread_.joinable()) {
-        stopping_ = true;
-        const char c = 's';
-        (void)::write(wakeFd_[1], &c, 1);
-        thread_.join();
-    }
-    close();
+    Unplug();
     closeFd(wakeFd_[0]);
     closeFd(wakeFd_[1]);
 }
@@ -126,7 +120,7 @@ void Face::Stop() {
 void Face::Unplug() {
     if (thread_.joinable()) {
         stopping_ = true;
-        const char c = 'u';
+        const char c = 'w';
         (void)::write(wakeFd_[1], &c, 1);
         thread_.join();
     }
