@@ -68,6 +68,35 @@ template <typename Fn> void forEachLine(std::string& pending, Fn&& fn) {
         if (!line.empty()) fn(line);
     }
 }
+// The next event of a face that listens for one client at a time: the wake
+// pipe (stop), a new connection (which replaces the old one), or bytes from
+// the client. A client that closed is closed here and yields Nothing.
+enum class ClientEvent { Stop, Connected, Data, Nothing };
+
+ClientEvent nextClientEvent(int wakeFd, int listenFd, int& client,
+                            std::vector<std::uint8_t>& bytes) {
+    pollfd fds[3] = {{wakeFd, POLLIN, 0}, {listenFd, POLLIN, 0}, {client, POLLIN, 0}};
+    if (::poll(fds, client >= 0 ? 3 : 2, -1) < 0)
+        return errno == EINTR ? ClientEvent::Nothing : ClientEvent::Stop;
+    if (fds[0].revents) return ClientEvent::Stop;
+    if (fds[1].revents & POLLIN) {
+        const int c = ::accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC);
+        if (c >= 0) {
+            closeFd(client);
+            client = c;
+            return ClientEvent::Connected;
+        }
+    }
+    if (client < 0 || !(fds[2].revents & (POLLIN | POLLHUP | POLLERR))) return ClientEvent::Nothing;
+    bytes.resize(65536);
+    const ssize_t got = ::read(client, bytes.data(), bytes.size());
+    if (got <= 0) {
+        closeFd(client);
+        return ClientEvent::Nothing;
+    }
+    bytes.resize(static_cast<std::size_t>(got));
+    return ClientEvent::Data;
+}
 } // namespace
 
 std::vector<std::uint8_t> FrameBlock488(const std::vector<std::uint8_t>& payload) {
@@ -212,28 +241,18 @@ void UsbFace::serve() {
         if (!writeAll(client, msg)) closeFd(client);
     };
 
+    std::vector<std::uint8_t> arrived;
     while (!stopping_) {
-        pollfd fds[3] = {{wakeFd_[0], POLLIN, 0}, {listenFd_, POLLIN, 0}, {client, POLLIN, 0}};
-        if (::poll(fds, client >= 0 ? 3 : 2, -1) < 0 && errno != EINTR) break;
-        if (fds[0].revents) break;
-        if (fds[1].revents & POLLIN) {
-            const int c = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
-            if (c >= 0) {
-                closeFd(client); // one controller at a time: a new one replaces the old
-                client = c;
-                in.clear();
-                out.clear();
-                readPending = false;
-            }
+        const ClientEvent event = nextClientEvent(wakeFd_[0], listenFd_, client, arrived);
+        if (event == ClientEvent::Stop) break;
+        if (event ==
+            ClientEvent::Connected) { // one controller at a time: a new one replaces the old
+            in.clear();
+            out.clear();
+            readPending = false;
         }
-        if (client < 0 || !(fds[2].revents & (POLLIN | POLLHUP | POLLERR))) continue;
-        std::uint8_t buffer[65536];
-        const ssize_t got = ::read(client, buffer, sizeof buffer);
-        if (got <= 0) {
-            closeFd(client);
-            continue;
-        }
-        in.insert(in.end(), buffer, buffer + got);
+        if (event != ClientEvent::Data) continue;
+        in.insert(in.end(), arrived.begin(), arrived.end());
         // Parse whole messages.
         while (!in.empty()) {
             const std::uint8_t type = in[0];
@@ -403,26 +422,13 @@ void TcpFace::close() {
 void TcpFace::serve() {
     int client = -1;
     std::string pending;
+    std::vector<std::uint8_t> arrived;
     while (!stopping_) {
-        pollfd fds[3] = {{wakeFd_[0], POLLIN, 0}, {listenFd_, POLLIN, 0}, {client, POLLIN, 0}};
-        if (::poll(fds, client >= 0 ? 3 : 2, -1) < 0 && errno != EINTR) break;
-        if (fds[0].revents) break;
-        if (fds[1].revents & POLLIN) {
-            const int c = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
-            if (c >= 0) {
-                closeFd(client);
-                client = c;
-                pending.clear();
-            }
-        }
-        if (client < 0 || !(fds[2].revents & (POLLIN | POLLHUP | POLLERR))) continue;
-        char buffer[4096];
-        const ssize_t got = ::read(client, buffer, sizeof buffer);
-        if (got <= 0) {
-            closeFd(client);
-            continue;
-        }
-        pending.append(buffer, static_cast<std::size_t>(got));
+        const ClientEvent event = nextClientEvent(wakeFd_[0], listenFd_, client, arrived);
+        if (event == ClientEvent::Stop) break;
+        if (event == ClientEvent::Connected) pending.clear();
+        if (event != ClientEvent::Data) continue;
+        pending.append(arrived.begin(), arrived.end());
         forEachLine(pending, [&](const std::string& line) {
             const Reply r = answer(line);
             if (r.kind == Reply::Kind::Text) {

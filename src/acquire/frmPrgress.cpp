@@ -39,6 +39,7 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     Timer1_->setSingleShot(true);
     Timer1_->setInterval(platform::ScaledMs(100));
     connect(Timer1_, &QTimer::timeout, this, &frmPrgress::Timer1_Timer);
+    // The bar's creep: the wave and table jobs run it around their block reads.
     Timer2_ = new QTimer(this);
     Timer2_->setInterval(1);
     connect(Timer2_, &QTimer::timeout, this, &frmPrgress::Timer2_Timer);

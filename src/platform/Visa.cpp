@@ -86,6 +86,44 @@ bool messageComplete(const ViByte* data, std::size_t size) {
     return data[size - 1] == '\n';
 }
 
+// How a device node's reads end.
+struct ReadRules {
+    bool (*complete)(const ViByte* data, std::size_t size); // the message has arrived
+    bool partialOnTimeout;    // a time-out after some bytes ends the message (usbtmc)
+    bool zeroReadEndsMessage; // a read of nothing is the end of the message, not a fault
+};
+
+bool endsWithLineFeed(const ViByte* data, std::size_t size) {
+    return size > 0 && data[size - 1] == '\n';
+}
+
+// Reads until the request is filled, the message is complete, or the time is up.
+ViStatus readDevice(int fd, ViByte* data, ViUInt32 count, ViUInt32 timeoutMs,
+                    const ReadRules& rules, ViUInt32* got) {
+    std::size_t have = 0;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    auto finish = [&](ViStatus status) {
+        if (got) *got = static_cast<ViUInt32>(have);
+        return status;
+    };
+    auto timedOut = [&] {
+        return finish(rules.partialOnTimeout && have > 0 ? VI_SUCCESS : VI_ERROR_TMO);
+    };
+    while (have < count) {
+        if (!waitReadable(fd, deadline)) return timedOut();
+        const ssize_t n = ::read(fd, data + have, count - have);
+        if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+        if (n < 0) return errno == ETIMEDOUT ? timedOut() : finish(VI_ERROR_IO);
+        if (n == 0) {
+            if (rules.zeroReadEndsMessage) break;
+            return finish(VI_ERROR_IO);
+        }
+        have += static_cast<std::size_t>(n);
+        if (rules.complete(data, have)) break;
+    }
+    return finish(have == count ? VI_SUCCESS_MAX_CNT : VI_SUCCESS);
+}
+
 // ---- the simulated instrument's USB face --------------------------------------------
 
 QString& simDirectory() {
@@ -235,25 +273,7 @@ public:
     // The driver returns one transfer a read: keep reading until the request
     // is filled or the message is complete.
     ViStatus read(ViByte* data, ViUInt32 count, ViUInt32* got) override {
-        std::size_t have = 0;
-        const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs_);
-        while (have < count) {
-            if (!waitReadable(fd_, deadline)) {
-                if (got) *got = static_cast<ViUInt32>(have);
-                return have > 0 ? VI_SUCCESS : VI_ERROR_TMO;
-            }
-            const ssize_t n = ::read(fd_, data + have, count - have);
-            if (n < 0) {
-                if (errno == EINTR || errno == EAGAIN) continue;
-                if (got) *got = static_cast<ViUInt32>(have);
-                return errno == ETIMEDOUT ? (have > 0 ? VI_SUCCESS : VI_ERROR_TMO) : VI_ERROR_IO;
-            }
-            if (n == 0) break; // end of message
-            have += static_cast<std::size_t>(n);
-            if (messageComplete(data, have)) break;
-        }
-        if (got) *got = static_cast<ViUInt32>(have);
-        return have == count ? VI_SUCCESS_MAX_CNT : VI_SUCCESS;
+        return readDevice(fd_, data, count, timeoutMs_, {messageComplete, true, true}, got);
     }
 
     ViStatus clear() override {
@@ -349,24 +369,7 @@ public:
     }
     // A serial read ends at the line feed, at the count, or at the time-out.
     ViStatus read(ViByte* data, ViUInt32 count, ViUInt32* got) override {
-        std::size_t have = 0;
-        const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs_);
-        while (have < count) {
-            if (!waitReadable(fd_, deadline)) {
-                if (got) *got = static_cast<ViUInt32>(have);
-                return VI_ERROR_TMO;
-            }
-            const ssize_t n = ::read(fd_, data + have, count - have);
-            if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-            if (n <= 0) {
-                if (got) *got = static_cast<ViUInt32>(have);
-                return VI_ERROR_IO;
-            }
-            have += static_cast<std::size_t>(n);
-            if (data[have - 1] == '\n') break;
-        }
-        if (got) *got = static_cast<ViUInt32>(have);
-        return have == count ? VI_SUCCESS_MAX_CNT : VI_SUCCESS;
+        return readDevice(fd_, data, count, timeoutMs_, {endsWithLineFeed, false, false}, got);
     }
     ViStatus clear() override {
         ::tcflush(fd_, TCIOFLUSH);
@@ -560,8 +563,19 @@ struct Registry {
                     seen << n;
                     found.append({n, b.get()});
                 }
+        lastFound = found;
         return found;
     }
+    // The backend of a name: from the last search, else from a new one (a
+    // name chosen in Options may be opened without searching first).
+    QPair<QString, VisaBackend*> backendOf(const QString& name) {
+        for (int pass = 0; pass < 2; ++pass) {
+            for (const auto& entry : pass == 0 ? lastFound : all())
+                if (entry.first.compare(name, Qt::CaseInsensitive) == 0) return entry;
+        }
+        return {QString(), nullptr};
+    }
+    QList<QPair<QString, VisaBackend*>> lastFound;
 };
 
 Registry& registry() {
@@ -673,17 +687,15 @@ ViStatus viFindNext(ViFindList list, char name[VI_FIND_BUFLEN]) {
 ViStatus viOpen(ViSession rm, const char* name, ViUInt32, ViUInt32, ViSession* session) {
     if (!registry().managers.count(rm)) return VI_ERROR_INV_OBJECT;
     const QString wanted = QString::fromLatin1(name ? name : "");
-    for (const auto& [n, backend] : registry().all()) {
-        if (n.compare(wanted, Qt::CaseInsensitive) != 0) continue;
-        ViStatus status = VI_ERROR_RSRC_NFOUND;
-        auto device = backend->open(n, &status);
-        if (!device) return status;
-        const ViSession s = registry().next++;
-        registry().devices[s] = std::move(device);
-        *session = s;
-        return VI_SUCCESS;
-    }
-    return VI_ERROR_RSRC_NFOUND;
+    const auto [found, backend] = registry().backendOf(wanted);
+    if (!backend) return VI_ERROR_RSRC_NFOUND;
+    ViStatus status = VI_ERROR_RSRC_NFOUND;
+    auto device = backend->open(found, &status);
+    if (!device) return status;
+    const ViSession s = registry().next++;
+    registry().devices[s] = std::move(device);
+    *session = s;
+    return VI_SUCCESS;
 }
 
 ViStatus viClose(ViObject object) {

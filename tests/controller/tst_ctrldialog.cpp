@@ -63,10 +63,7 @@ private:
 
 void TestCtrlDialog::init() {
     tp_ = std::make_unique<TestPlatform>();
-    ApplyLanguage(kLanguageEnglish);
-    CtrlData = CtrlDataDefaults();
-    ModelHasLa = true;
-    CtrlDirty = false;
+    ResetControllerState();
     link_ = std::make_unique<SimulatedLink>();
     QVERIFY(link_->connected());
 }

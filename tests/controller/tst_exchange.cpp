@@ -72,10 +72,7 @@ void TestExchange::initTestCase() {
 
 void TestExchange::init() {
     tp_ = std::make_unique<TestPlatform>();
-    ApplyLanguage(kLanguageEnglish);
-    CtrlData = CtrlDataDefaults();
-    ModelHasLa = true;
-    CtrlDirty = false;
+    ResetControllerState();
     link_ = std::make_unique<SimulatedLink>();
     QVERIFY(link_->connected());
     g_sleeps.clear();

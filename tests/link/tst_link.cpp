@@ -114,6 +114,8 @@ private:
     std::unique_ptr<sim::Simulator> sim_;
     QList<bool> lamps_;
     void startSimulator(sim::SimulatorOptions o = {});
+    // The simulator on its RS232 face only, connected through COM `port`.
+    void connectOverRs232(int port);
 };
 
 void TestLink::initTestCase() {
@@ -153,6 +155,19 @@ void TestLink::startSimulator(sim::SimulatorOptions o) {
     sim_ = std::make_unique<sim::Simulator>(o);
     std::string error;
     QVERIFY2(sim_->Start(&error), error.c_str());
+}
+
+void TestLink::connectOverRs232(int port) {
+    sim::SimulatorOptions o;
+    o.usb = false;
+    o.rs232 = true;
+    o.serialLink = dir_->filePath("ttySIM").toStdString();
+    startSimulator(o);
+    SoftwareSetting.ScopeIOType = kIoTypeRs232;
+    SoftwareSetting.COM_Port = port;
+    SetComPortOverride(port, QString::fromStdString(sim_->serialPath()));
+    ConnectToDevice();
+    QVERIFY(Connected);
 }
 
 void TestLink::connectOverUsbSendsTheSequence() {
@@ -388,16 +403,7 @@ void TestLink::droppedLinkSaysSoOnceAndStaysUsable() {
 }
 
 void TestLink::rs232ConnectOverThePseudoTerminal() {
-    sim::SimulatorOptions o;
-    o.usb = false;
-    o.rs232 = true;
-    o.serialLink = dir_->filePath("ttySIM").toStdString();
-    startSimulator(o);
-    SoftwareSetting.ScopeIOType = kIoTypeRs232;
-    SoftwareSetting.COM_Port = 2;
-    SetComPortOverride(2, QString::fromStdString(sim_->serialPath()));
-    ConnectToDevice();
-    QVERIFY(Connected);
+    connectOverRs232(2);
     QCOMPARE(commands(*sim_), (QStringList{":KEY:LOCK ENABLE", ":WAVeform:POINts:MODE NORmal",
                                            "*IDN?", ":MATH:DISPLAY?"}));
     // A serial reply comes without its line end.
@@ -459,15 +465,7 @@ void TestLink::rs232BinaryReplyByItsPrefix() {
 }
 
 void TestLink::rs232PortThatDisappearsFailsTheWrite() {
-    sim::SimulatorOptions o;
-    o.usb = false;
-    o.rs232 = true;
-    o.serialLink = dir_->filePath("ttySIM").toStdString();
-    startSimulator(o);
-    SoftwareSetting.ScopeIOType = kIoTypeRs232;
-    SetComPortOverride(1, QString::fromStdString(sim_->serialPath()));
-    ConnectToDevice();
-    QVERIFY(Connected);
+    connectOverRs232(1);
     sim_->Unplug();
     SetTickInterval(5);
     QElapsedTimer clock;

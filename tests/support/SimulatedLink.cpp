@@ -1,5 +1,8 @@
 #include "SimulatedLink.h"
 
+#include "app/LoadLanguage.h"
+#include "controller/CtrlData.h"
+#include "controller/CtrlState.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -43,4 +46,11 @@ void SimulatedLink::clearLog() {
 
 void SimulatedLink::sync() {
     CmdQuery("*IDN?");
+}
+
+void ResetControllerState() {
+    ApplyLanguage(kLanguageEnglish);
+    CtrlData = CtrlDataDefaults();
+    ModelHasLa = true;
+    CtrlDirty = false;
 }

@@ -7,6 +7,9 @@
 #include <QTemporaryDir>
 #include <memory>
 
+// The controller's record at its English defaults, LA presented, not dirty.
+void ResetControllerState();
+
 class SimulatedLink {
 public:
     // Starts the simulator and connects; connected() tells whether it worked.
