@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   g++ cmake make pkg-config
   qt6-base-dev qt6-serialport-dev libgl-dev
-  zlib1g-dev
+  zlib1g-dev libfftw3-dev qt6-svg-dev
   fonts-wqy-microhei   # CJK glyphs, so the Chinese texts render
   xvfb xauth           # a window on a headless box
 )

@@ -24,6 +24,8 @@ std::map<int, JobBody>& bodies() {
 double g_step = 0;
 double g_value = 0;
 std::function<void(double)> g_view;
+std::function<void(bool)> g_creepView;
+std::function<void(int)> g_percentView;
 } // namespace
 
 void SetJobBody(int kind, JobBody body) {
@@ -49,6 +51,30 @@ void AdvanceProgress() {
 
 double ProgressValue() {
     return g_value;
+}
+
+double ProgressStep() {
+    return g_step;
+}
+
+void StartProgressCreep() {
+    if (g_creepView) g_creepView(true);
+}
+
+void StopProgressCreep() {
+    if (g_creepView) g_creepView(false);
+}
+
+void SetCreepView(std::function<void(bool)> view) {
+    g_creepView = std::move(view);
+}
+
+void SetPercentView(std::function<void(int)> view) {
+    g_percentView = std::move(view);
+}
+
+void ShowPercent() {
+    if (g_percentView) g_percentView(PercentShown);
 }
 
 void SetProgressView(std::function<void(double)> view) {

@@ -26,6 +26,15 @@ void PerformJob();
 void SetProgressSteps(int steps);
 void AdvanceProgress(); // one step, repainted, events processed
 double ProgressValue();
+double ProgressStep(); // what one AdvanceProgress adds
+// The bar's creep around a blocking read (frmPrgress's Timer2): it adds
+// ProgressCreep every millisecond tick, and the wave job's percentage follows.
+void StartProgressCreep();
+void StopProgressCreep();
+void SetCreepView(std::function<void(bool running)> view);
+// The requesting window's percentage label (the wave job's PercentShown).
+void SetPercentView(std::function<void(int percent)> view);
+void ShowPercent();
 // The dialog registers how to show the bar.
 void SetProgressView(std::function<void(double value)> view);
 

@@ -58,6 +58,12 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
         ProgressBar1_->setValue(static_cast<int>(value));
         ProgressBar1_->repaint();
     });
+    SetCreepView([this](bool running) {
+        if (running)
+            Timer2_->start();
+        else
+            Timer2_->stop();
+    });
     Timer1_->start();
 }
 
@@ -71,6 +77,8 @@ void frmPrgress::Timer1_Timer() {
     JobDone = true;
     JobRunning = false;
     SetProgressView({});
+    SetCreepView({});
+    Timer2_->stop();
     platform::SaveSetting(kAppTitle, kSection, "ProgressLeft", QString::number(x()));
     platform::SaveSetting(kAppTitle, kSection, "ProgressTop", QString::number(y()));
     close();
@@ -81,6 +89,7 @@ void frmPrgress::Timer2_Timer() {
     if (JobKind == 6 && JobRunning)
         PercentShown =
             std::min(100, std::min(static_cast<int>(ProgressTarget), PercentShown + ProgressCreep));
+    ShowPercent();
 }
 
 void frmPrgress::closeEvent(QCloseEvent* event) {

@@ -18,19 +18,19 @@ void FillTraceColors() {
                   QColor(255, 0, 0)};
 }
 
-bool QueryUnload(const std::function<void()>& saveSheet, const std::function<void()>& saveCtrl) {
+bool QueryUnload(const std::function<bool()>& saveSheet, const std::function<bool()>& saveCtrl) {
     using namespace platform;
     if (SheetDirty) {
         const MsgResult answer =
             MsgBox(MsgSaveSheet + SheetPath, MsgButtons::YesNoCancel, MsgIcon::Question, kAppTitle);
         if (answer == MsgResult::Cancel) return false;
-        if (answer == MsgResult::Yes) saveSheet();
+        if (answer == MsgResult::Yes && !saveSheet()) return false;
     }
     if (CtrlDirty) {
         const MsgResult answer = MsgBox(MsgSaveCtrl + ControlFilePath, MsgButtons::YesNoCancel,
                                         MsgIcon::Question, kAppTitle);
         if (answer == MsgResult::Cancel) return false;
-        if (answer == MsgResult::Yes) saveCtrl();
+        if (answer == MsgResult::Yes && !saveCtrl()) return false;
     }
     return true;
 }

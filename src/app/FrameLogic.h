@@ -11,8 +11,9 @@ void FillTraceColors();
 
 // QueryUnload: asks about an unsaved data sheet, then an unsaved control
 // file (Yes saves, No goes on, Cancel stops). Returns true when closing may
-// go on; an answer given before a Cancel has already been carried out.
-bool QueryUnload(const std::function<void()>& saveSheet, const std::function<void()>& saveCtrl);
+// go on; an answer given before a Cancel has already been carried out. A Yes
+// whose save did not happen stops the closing too, so nothing is lost.
+bool QueryUnload(const std::function<bool()>& saveSheet, const std::function<bool()>& saveCtrl);
 
 // The end of the program after QueryUnload: the settings are saved by the
 // caller; this unlocks the instrument when connected and closes the link.

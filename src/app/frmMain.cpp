@@ -27,8 +27,11 @@
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
 #include "platform/Visa.h"
+#include "acquire/WaveJob.h"
 #include "sheet/DataSheet.h"
+#include "sheet/DocWindow.h"
 #include "sheet/frmDataSheetTree.h"
+#include "views/frmWave.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -92,6 +95,10 @@ frmMain::frmMain() {
     mdi_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     mdi_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(mdi_);
+    SetDocArea(mdi_);
+    connect(mdi_, &QMdiArea::subWindowActivated, this, [](QMdiSubWindow* sub) {
+        if (sub) DocWindowActivated(qobject_cast<DocWindow*>(sub->widget()));
+    });
     buildMenus();
     buildToolBar();
     buildStatusBar();
@@ -117,6 +124,8 @@ frmMain::~frmMain() {
     SetRecentSheetMenuView({});
     SetLampView({});
     SetStatusView({});
+    SetSheetPresenceView({});
+    SetDocArea(nullptr);
     platform::SetAsrlPortProvider({});
     if (fMainForm == this) fMainForm = nullptr;
 }
@@ -239,6 +248,19 @@ void frmMain::buildMenus() {
     });
 }
 
+namespace {
+// The toolbar's add buttons and what they add.
+void (*addHandlerFor(const char* key))() {
+    const QString k = QString::fromLatin1(key);
+    if (k == "AddNewWaveform") return AddNewWaveform;
+    if (k == "AddNewMeasure") return AddNewMeasure;
+    if (k == "AddNewData") return AddNewData;
+    if (k == "AddNewRecord") return AddNewRecord;
+    if (k == "AddNewMemoryWaveform") return AddNewMemoryWave;
+    return nullptr;
+}
+} // namespace
+
 void frmMain::buildToolBar() {
     tbToolBar_ = addToolBar("tbToolBar");
     tbToolBar_->setObjectName("tbToolBar");
@@ -271,7 +293,9 @@ void frmMain::buildToolBar() {
         QAction* a = tbToolBar_->addAction(GlyphIcon(b.glyph, b.color), b.key);
         a->setObjectName(QString("tb") + b.key);
         actions_.insert(a->objectName(), a);
-        if (b.mirrors) {
+        if (const auto add = addHandlerFor(b.key)) {
+            connect(a, &QAction::triggered, this, guarded("tbToolBar_ButtonClick", add));
+        } else if (b.mirrors) {
             // The buttons act as their menu items; the View items toggle, so
             // the button triggers the item to keep its check in step.
             QAction* item = action(b.mirrors);
@@ -347,6 +371,8 @@ void frmMain::Load() {
     RegisterCtrlDataForTranslation();
     RegisterSettingsJobs();
     RegisterMeasureJobs();
+    RegisterWaveJob();
+    RegisterWaveWindow();
     SheetDirty = false;
     setLamps(Connected);   // 6
     StartLinkTimers();     // 7
@@ -360,6 +386,12 @@ void frmMain::Load() {
     // 12: the measurement slots come with the measure window.
     Connecting = false; // 13
     buildPanes();       // 14
+    // The add buttons work only on a sheet.
+    SetSheetPresenceView([this](bool exists) {
+        for (const char* key : {"tbAddNewWaveform", "tbAddNewMeasure", "tbAddNewData",
+                                "tbAddNewRecord", "tbAddNewMemoryWaveform"})
+            action(key)->setEnabled(exists);
+    });
 }
 
 void frmMain::timerInit_Timer() {
@@ -544,7 +576,7 @@ QMenu* frmMain::menu(const QString& name) const {
 void frmMain::closeEvent(QCloseEvent* event) {
     bool mayClose = true;
     platform::RunHandler("Form_QueryUnload", [&mayClose] {
-        mayClose = QueryUnload([] { SaveDataSheet(); }, [] { SaveControlFile(); });
+        mayClose = QueryUnload([] { return SaveDataSheet(); }, [] { return SaveControlFile(); });
     });
     if (!mayClose) {
         event->ignore();

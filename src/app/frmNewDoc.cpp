@@ -3,6 +3,7 @@
 #include "app/LoadLanguage.h"
 #include "app/OptionsLogic.h"
 #include "controller/CtrlFile.h"
+#include "sheet/DataSheet.h"
 
 #include <QButtonGroup>
 #include <QDialogButtonBox>
@@ -45,14 +46,33 @@ int frmNewDoc::choice() const {
 
 void RunNewDocChoice(int choice) {
     switch (choice) {
+    case 1:
+        NewDataSheet();
+        break;
     case 2:
         mnuNewCtrl_Click();
         break;
+    case 3:
+        AddNewWaveform();
+        break;
+    case 4:
+        AddNewMeasure();
+        break;
+    case 5:
+        AddNewData();
+        break;
+    case 6:
+        AddNewRecord();
+        break;
+    case 7:
+        AddNewMemoryWave();
+        break;
     default:
-        break; // the data sheet and its windows come with the data sheet
+        break;
     }
 }
 
 void RunOpenDocChoice(int choice) {
+    if (choice == 1) OpenDataSheetWithDialog();
     if (choice == 2) mnuOpenCtrl_Click();
 }

@@ -32,14 +32,19 @@ StatusView g_statusView;
 QTimer* g_timeOutTimer = nullptr;
 int g_tickInterval = 100;
 
-// Waits while the reply is awaited and fewer than `limit` ticks have passed.
+bool linkUp() {
+    return Connected || Connecting;
+}
+
+// Waits while the reply is awaited and fewer than `limit` ticks have passed;
+// a link marked down meanwhile ends the wait at once, with nothing.
 bool waitForReply(int limit) {
     TickCount = 0;
-    while (RxBusy && TickCount < limit) {
+    while (RxBusy && TickCount < limit && linkUp()) {
         platform::DoEvents();
         if (RxBusy) QThread::usleep(500); // let the line bring more without spinning
     }
-    return TickCount < limit;
+    return TickCount < limit && linkUp();
 }
 } // namespace
 

@@ -1,0 +1,30 @@
+#include "sheet/DocWindow.h"
+
+#include "app/LoadLanguage.h"
+#include "platform/Faults.h"
+
+#include <QCloseEvent>
+#include <QLabel>
+#include <QVBoxLayout>
+
+DocWindow::DocWindow(DocKind kind, int slot, QWidget* parent)
+    : QWidget(parent), kind_(kind), tag_(slot) {}
+
+DocWindow::~DocWindow() = default;
+
+void DocWindow::closeEvent(QCloseEvent* event) {
+    if (!MayClose()) {
+        event->ignore(); // a job or a refresh of this window runs
+        return;
+    }
+    platform::RunHandler("Form_Unload", [this] { Unload(); });
+    event->accept(); // only hidden: the record and the window stay with the sheet
+}
+
+EmptyDocWindow::EmptyDocWindow(DocKind kind, int slot) : DocWindow(kind, slot) {
+    auto* layout = new QVBoxLayout(this);
+    auto* label = new QLabel;
+    label->setAlignment(Qt::AlignCenter);
+    layout->addWidget(label);
+    resize(480, 320);
+}

@@ -1,0 +1,38 @@
+#pragma once
+// The refresh of a document window, single or automatic, shared by the wave,
+// data and measure windows. One kind at a time refreshes automatically; the
+// automatic loop stays inside the click that started it and ends when its
+// flag is cleared (a second click), the link drops, a job runs, or the
+// window goes away.
+#include <QString>
+#include <functional>
+
+class QTimer;
+
+enum class RefreshKind { Wave = 0, Data = 1, Measure = 2 };
+
+bool AutoRefreshActive(RefreshKind kind);
+void SetAutoRefreshActive(RefreshKind kind, bool active);
+bool AnyOtherAutoRefresh(RefreshKind kind);
+extern bool StopRequested;
+extern int ActiveRefreshSlot; // the slot running the automatic refresh
+extern int RefreshTick;       // set by the windows' Timer2 to the interval it waited
+extern bool RefreshMark;      // a single refresh is loading
+
+// What the cycle needs of a window.
+struct RefreshWindow {
+    int slot = 0;
+    std::function<bool()> autoRunning;
+    std::function<void(bool)> setAutoRunning;
+    std::function<void()> loadData;
+    std::function<void(bool stopLook)> showStopLook; // the refresh button's two pictures
+    std::function<void(bool)> enableRefresh;
+    QTimer* timer2 = nullptr; // its tick sets RefreshTick to the interval
+};
+
+// cmdRefresh (or F5): the whole cycle.
+void RunRefreshCycle(RefreshKind kind, const RefreshWindow& window);
+// The end of the cycle's steps: the stop look off, flags cleared, timer off.
+void EndAutoRefresh(RefreshKind kind, const RefreshWindow& window);
+// F5 with no shift key refreshes.
+bool IsRefreshKey(int key, Qt::KeyboardModifiers modifiers);

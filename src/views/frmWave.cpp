@@ -1,0 +1,522 @@
+#include "views/frmWave.h"
+
+#include "acquire/Jobs.h"
+#include "acquire/WaveJob.h"
+#include "app/LoadLanguage.h"
+#include "app/SoftwareSetting.h"
+#include "app/StringRES.h"
+#include "controller/CtrlData.h"
+#include "controller/Picture.h"
+#include "link/LinkState.h"
+#include "platform/Faults.h"
+#include "platform/FileDialog.h"
+#include "platform/MsgBox.h"
+#include "platform/Printing.h"
+#include "platform/SafeFile.h"
+#include "sheet/SheetRecords.h"
+#include "views/ScreenRenderer.h"
+
+#include <QBuffer>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPointer>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+template <typename Fn> auto guarded(const char* name, Fn body) {
+    return [name, body](auto&&...) { platform::RunHandler(name, body); };
+}
+
+QString text(const char* control) {
+    return FormText("frmWave", control);
+}
+
+bool chinese() {
+    return CaptionLanguage() == kLanguageChinese;
+}
+
+// The four sources' display states, in ChkCH order.
+std::array<bool, 4> displayStates() {
+    return {CtrlData.Ch1Display == WordOn, CtrlData.Ch2Display == WordOn,
+            CtrlData.MathDisplay == WordOn, CtrlData.LaDisplay == WordOn};
+}
+
+QString exportFilter() {
+    return chinese() ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
+                     : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
+}
+
+} // namespace
+
+// ---- the picture --------------------------------------------------------------------
+
+void WavePicture::setImage(const QImage& image) {
+    image_ = image;
+    setFixedSize(image.size());
+    update();
+}
+
+void WavePicture::paintEvent(QPaintEvent*) {
+    QPainter p(this);
+    p.drawImage(0, 0, image_);
+}
+
+bool ParseZoomText(const QString& text, double* zoom) {
+    const QString t = text.trimmed();
+    if (!t.endsWith('%')) return false;
+    QString number = t.left(t.size() - 1).trimmed();
+    number.replace(MachineDecimalSign(), QLatin1Char('.'));
+    bool ok = false;
+    const double value = number.toDouble(&ok);
+    if (!ok) return false;
+    *zoom = std::max(0.01, value / 100);
+    return true;
+}
+
+QString ZoomText(double zoom) {
+    return FormatPicture(zoom, "0%", Precision::Double);
+}
+
+// ---- the window ---------------------------------------------------------------------
+
+frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
+    setObjectName("frmWave");
+    buildControls();
+    // Form load: the first paint waits for the first tick, the zoom list, 100 %.
+    zoom_ = 1.0;
+    firstPaint_ = true;
+    Timer1_ = new QTimer(this);
+    Timer1_->setInterval(1);
+    connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    Timer2_ = new QTimer(this);
+    connect(Timer2_, &QTimer::timeout, this,
+            [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
+    applyCaptions(CaptionLanguage());
+    resize(640, 460);
+    Timer1_->start();
+}
+
+frmWave::~frmWave() {
+    RemoveCaptionRoutine(captionRoutine_);
+    if (AutoRefreshActive(RefreshKind::Wave) && ActiveRefreshSlot == Tag() && record().AutoRunning)
+        SetAutoRefreshActive(RefreshKind::Wave, false);
+}
+
+WaveRecord& frmWave::record() const {
+    return WaveRecords[Tag()];
+}
+
+void frmWave::buildControls() {
+    auto* top = new QHBoxLayout;
+    top->setSpacing(6);
+
+    cmdRefresh_ = new QToolButton;
+    cmdRefresh_->setObjectName("cmdRefresh");
+    cmdRefresh_->setIcon(QIcon::fromTheme("view-refresh"));
+    cmdRefresh_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    cmdRefresh_->setMinimumHeight(40);
+    connect(cmdRefresh_, &QToolButton::clicked, this,
+            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+    top->addWidget(cmdRefresh_);
+
+    auto* display = new QGroupBox;
+    fraDisplay_ = display;
+    auto* dl = new QGridLayout(display);
+    const char* sources[4] = {"CH1", "CH2", "Math", "LA"};
+    for (int i = 0; i < 4; ++i) {
+        ChkCH_[i] = new QCheckBox(sources[i]);
+        ChkCH_[i]->setObjectName(QString("ChkCH%1").arg(i));
+        connect(ChkCH_[i], &QCheckBox::toggled, this, [this, i](bool on) {
+            platform::RunHandler("ChkCH_Click", [&] { ChkCH_Click(i, on); });
+        });
+        dl->addWidget(ChkCH_[i], 0, i);
+    }
+    labZoom_ = new QLabel;
+    ZoomCombo_ = new QComboBox;
+    ZoomCombo_->setObjectName("ZoomCombo");
+    ZoomCombo_->setEditable(true);
+    ZoomCombo_->addItems({"50%", "75%", "100%", "125%", "150%", "200%", "250%", "300%", "400%",
+                          "500%"});
+    ZoomCombo_->setCurrentText("100%");
+    connect(ZoomCombo_, &QComboBox::textActivated, this,
+            guarded("ZoomCombo_Click", [this] { ZoomCombo_Commit(); }));
+    BestFitChk_ = new QCheckBox;
+    connect(BestFitChk_, &QCheckBox::toggled, this, [this](bool on) {
+        platform::RunHandler("BestFitChk_Click", [&] { BestFitChk_Click(on); });
+    });
+    GridCheck_ = new QCheckBox;
+    connect(GridCheck_, &QCheckBox::toggled, this, [this](bool on) {
+        platform::RunHandler("GridCheck_Click", [&] { GridCheck_Click(on); });
+    });
+    auto* colours = new QButtonGroup(this);
+    for (int i = 0; i < 2; ++i) {
+        OptionColor_[i] = new QRadioButton;
+        colours->addButton(OptionColor_[i], i);
+    }
+    connect(colours, &QButtonGroup::idClicked, this, [this](int id) {
+        platform::RunHandler("OptionColor_Click", [&] { OptionColor_Click(id); });
+    });
+    dl->addWidget(labZoom_, 1, 0);
+    dl->addWidget(ZoomCombo_, 1, 1);
+    dl->addWidget(BestFitChk_, 1, 2, 1, 2);
+    dl->addWidget(GridCheck_, 2, 0);
+    dl->addWidget(OptionColor_[0], 2, 1);
+    dl->addWidget(OptionColor_[1], 2, 2);
+    ChkCursorX_ = new QCheckBox;
+    ChkCursorY_ = new QCheckBox;
+    connect(ChkCursorX_, &QCheckBox::toggled, this, [this](bool on) {
+        cursorX_ = on;
+        redraw();
+    });
+    connect(ChkCursorY_, &QCheckBox::toggled, this, [this](bool on) {
+        cursorY_ = on;
+        redraw();
+    });
+    dl->addWidget(ChkCursorX_, 2, 3);
+    dl->addWidget(ChkCursorY_, 2, 4);
+    top->addWidget(display);
+
+    auto* output = new QVBoxLayout;
+    auto makeButton = [this, output](QToolButton*& b, const char* name, const char* icon) {
+        b = new QToolButton;
+        b->setObjectName(name);
+        b->setIcon(QIcon::fromTheme(icon));
+        b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+        output->addWidget(b);
+    };
+    makeButton(cmdExport_, "cmdExport", "document-save-as");
+    makeButton(cmdPrint_, "cmdPrint", "document-print");
+    makeButton(cmdPreview_, "cmdPreview", "document-print-preview");
+    connect(cmdExport_, &QToolButton::clicked, this,
+            guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
+    connect(cmdPrint_, &QToolButton::clicked, this,
+            guarded("cmdPrint_Click", [this] { cmdPrint_Click(); }));
+    connect(cmdPreview_, &QToolButton::clicked, this,
+            guarded("cmdPreview_Click", [this] { cmdPreview_Click(); }));
+    top->addLayout(output);
+
+    picRefreshProgress_ = new QWidget;
+    auto* pl = new QHBoxLayout(picRefreshProgress_);
+    LblRefreshText_ = new QLabel;
+    LblRefreshValue_ = new QLabel;
+    pl->addWidget(LblRefreshText_);
+    pl->addWidget(LblRefreshValue_);
+    picRefreshProgress_->hide();
+    top->addWidget(picRefreshProgress_);
+    top->addStretch(1);
+
+    BackPic_ = new QScrollArea;
+    BackPic_->setObjectName("BackPic");
+    BackPic_->setWidgetResizable(false);
+    BackPic_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    BackPic_->setBackgroundRole(QPalette::Dark);
+    WavePic_ = new WavePicture;
+    WavePic_->setObjectName("WavePic");
+    BackPic_->setWidget(WavePic_);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(top);
+    layout->addWidget(BackPic_, 1);
+
+    auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
+    f5->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(f5, &QShortcut::activated, this,
+            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+}
+
+void frmWave::applyCaptions(int index) {
+    if (index != kLanguageChinese && index != kLanguageEnglish) return;
+    cmdRefresh_->setText(text(AutoRefreshActive(RefreshKind::Wave) && record().AutoRunning
+                                  ? "mnuRefresh"
+                                  : "cmdRefresh")
+                             .trimmed());
+    cmdRefresh_->setToolTip(text("cmdRefresh.tip"));
+    static_cast<QGroupBox*>(fraDisplay_)->setTitle(text("fraDisplay"));
+    labZoom_->setText(text("labZoom"));
+    BestFitChk_->setText(text("cmdBestFit"));
+    GridCheck_->setText(text("chkGrid"));
+    OptionColor_[0]->setText(text("optColor"));
+    OptionColor_[1]->setText(text("optBW").replace("&&", "&"));
+    ChkCursorX_->setText(text("optCursorX"));
+    ChkCursorY_->setText(text("optCursorY"));
+    cmdExport_->setText(text("cmdExport"));
+    cmdPrint_->setText(text("cmdPrint"));
+    cmdPreview_->setText(text("cmdPreview").trimmed());
+    cmdPreview_->setToolTip(text("cmdPreview.tip"));
+    LblRefreshText_->setText(text("labRefreshing"));
+}
+
+// ---- timers and record --------------------------------------------------------------
+
+void frmWave::Timer1_Timer() {
+    WaveRecord& r = record();
+    if (firstPaint_) {
+        Timer1_->setInterval(500);
+        const bool dirty = SheetDirty;
+        r.NeedsInit = true;
+        copyRecordToControls();
+        firstPaint_ = false;
+        Form_Resize();
+        SheetDirty = dirty; // setting up the controls is no change of the sheet
+    }
+    const std::array<bool, 4> on = displayStates();
+    if (on[0] && on[1] && on[2] && on[3]) {
+        for (QCheckBox* box : ChkCH_)
+            box->setEnabled(true);
+        return;
+    }
+    bool* sel[4] = {&r.SelCh1, &r.SelCh2, &r.SelMath, &r.SelLA};
+    settingUp_ = true;
+    for (std::size_t i = 0; i < 4; ++i) {
+        if (!on[i]) {
+            ChkCH_[i]->setChecked(false);
+            ChkCH_[i]->setEnabled(false);
+            *sel[i] = false;
+        } else {
+            ChkCH_[i]->setEnabled(true);
+        }
+    }
+    settingUp_ = false;
+}
+
+void frmWave::copyRecordToControls() {
+    const WaveRecord& r = record();
+    settingUp_ = true;
+    const bool sel[4] = {r.SelCh1, r.SelCh2, r.SelMath, r.SelLA};
+    for (std::size_t i = 0; i < 4; ++i)
+        ChkCH_[i]->setChecked(sel[i]);
+    ZoomCombo_->setEnabled(!r.BestFit);
+    BestFitChk_->setChecked(r.BestFit);
+    GridCheck_->setChecked(r.GridOn);
+    OptionColor_[r.ColorDisplay ? 0 : 1]->setChecked(true);
+    ChkCursorX_->setChecked(cursorX_);
+    ChkCursorY_->setChecked(cursorY_);
+    settingUp_ = false;
+}
+
+void frmWave::ShowRecord() {
+    setWindowTitle(DocCaption(DocKind::Wave, Tag()));
+    if (!firstPaint_) {
+        copyRecordToControls();
+        redraw();
+    }
+}
+
+void frmWave::markDirty() {
+    if (!settingUp_) SheetDirty = true;
+}
+
+// ---- refresh ------------------------------------------------------------------------
+
+RefreshWindow frmWave::refreshWindow() {
+    QPointer<frmWave> self(this);
+    RefreshWindow w;
+    w.slot = Tag();
+    w.autoRunning = [self] { return self && self->record().AutoRunning; };
+    w.setAutoRunning = [self](bool on) {
+        if (self) self->record().AutoRunning = on;
+    };
+    w.loadData = [self] {
+        if (self) self->LoadData();
+    };
+    w.showStopLook = [self](bool stop) {
+        if (!self) return;
+        self->cmdRefresh_->setIcon(
+            QIcon::fromTheme(stop ? "process-stop" : "view-refresh"));
+        self->cmdRefresh_->setText(text(stop ? "mnuRefresh" : "cmdRefresh").trimmed());
+        self->cmdRefresh_->setChecked(stop);
+    };
+    w.enableRefresh = [self](bool on) {
+        if (self) self->cmdRefresh_->setEnabled(on);
+    };
+    w.timer2 = Timer2_;
+    return w;
+}
+
+void frmWave::cmdRefresh_Click() {
+    RunRefreshCycle(RefreshKind::Wave, refreshWindow());
+}
+
+void frmWave::LoadData() {
+    const QString caption = chinese() ? QString::fromUtf8("波形数据数据下载中...")
+                                      : QStringLiteral("Waveform Data Loading...");
+    WaveRecord& r = record();
+    if (!r.SelCh1 && !r.SelCh2 && !r.SelMath && !r.SelLA) return;
+    QPointer<frmWave> self(this);
+    const int slot = Tag();
+    picRefreshProgress_->show();
+    PercentShown = 1;
+    LblRefreshValue_->setText("1%");
+    SetPercentView([self](int percent) {
+        if (self) self->LblRefreshValue_->setText(QString::number(percent) + "%");
+    });
+    RunJob(kJobWave, caption, slot);
+    SetPercentView({});
+    if (!self) return; // the window went while the job ran
+    picRefreshProgress_->hide();
+    record().Loaded = true;
+    SheetDirty = true;
+    cmdRefresh_->setFocus();
+    redraw();
+}
+
+// ---- display options ------------------------------------------------------------------
+
+void frmWave::ZoomCombo_Commit() {
+    double z = 0;
+    if (!ParseZoomText(ZoomCombo_->currentText(), &z)) {
+        platform::MsgBox(MsgBadZoom, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
+        ZoomCombo_->setEditText(ZoomText(zoom_));
+        return;
+    }
+    zoom_ = z;
+    ZoomCombo_->setEditText(ZoomText(zoom_));
+    Form_Resize();
+}
+
+void frmWave::BestFitChk_Click(bool checked) {
+    if (settingUp_) return;
+    record().BestFit = checked;
+    ZoomCombo_->setEnabled(!checked);
+    SheetDirty = true;
+    Form_Resize();
+}
+
+void frmWave::GridCheck_Click(bool checked) {
+    if (settingUp_) return;
+    record().GridOn = checked;
+    SheetDirty = true;
+    redraw();
+}
+
+void frmWave::OptionColor_Click(int index) {
+    if (settingUp_) return;
+    record().ColorDisplay = index == 0;
+    SheetDirty = true;
+    redraw();
+}
+
+void frmWave::ChkCH_Click(int index, bool checked) {
+    if (settingUp_) return;
+    WaveRecord& r = record();
+    bool* sel[4] = {&r.SelCh1, &r.SelCh2, &r.SelMath, &r.SelLA};
+    *sel[index] = checked;
+    SheetDirty = true;
+}
+
+QCheckBox* frmWave::sourceBox(int index) const {
+    return ChkCH_[static_cast<std::size_t>(index)];
+}
+
+// ---- layout and drawing ----------------------------------------------------------------
+
+void frmWave::resizeEvent(QResizeEvent* event) {
+    DocWindow::resizeEvent(event);
+    if (!firstPaint_) platform::RunHandler("Form_Resize", [this] { Form_Resize(); });
+}
+
+void frmWave::Form_Resize() {
+    if (firstPaint_) return;
+    const WaveRecord& r = record();
+    if (r.BestFit) {
+        const QSize area = BackPic_->maximumViewportSize();
+        zoom_ = std::max(0.01, std::min(area.width() / 350.0, area.height() / 250.0));
+        ZoomCombo_->setEditText(ZoomText(zoom_));
+        BackPic_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        BackPic_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    } else {
+        BackPic_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+        BackPic_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+        BackPic_->horizontalScrollBar()->setPageStep(100);
+        BackPic_->verticalScrollBar()->setPageStep(100);
+    }
+    // Only a picture of another size is drawn anew: a resize that keeps the
+    // zoom is a paint of the same image.
+    if (WavePic_->image().size() != ScreenPictureSize(zoom_)) redraw();
+}
+
+QImage frmWave::renderAt(double z) const {
+    return RenderScreen(record(), z, IsDigitalModel == 1);
+}
+
+void frmWave::redraw() {
+    if (firstPaint_) return;
+    WavePic_->setImage(renderAt(zoom_));
+}
+
+const QImage& frmWave::picture() const {
+    return WavePic_->image();
+}
+
+// ---- output ----------------------------------------------------------------------------
+
+void frmWave::cmdExport_Click() {
+    platform::FileDialogRequest request;
+    request.save = true;
+    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
+    request.filter = exportFilter();
+    request.fileMustExist = false;
+    request.overwritePrompt = true;
+    const std::optional<QString> path = platform::ShowFileDialog(request);
+    if (!path || path->isEmpty()) return;
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    const bool png = path->endsWith(".png", Qt::CaseInsensitive);
+    picture().save(&buffer, png ? "PNG" : "BMP");
+    const QString error = platform::WriteFileAtomically(*path, bytes);
+    if (!error.isEmpty())
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+}
+
+void frmWave::cmdPrint_Click() {
+    // Printed at 200 %: 700 x 500 pixels, whatever the window shows.
+    platform::PrintBitmap(renderAt(2.0), record().Name);
+    redraw();
+}
+
+void frmWave::cmdPreview_Click() {
+    platform::PrintPreviewBitmap(renderAt(2.0), record().Name);
+    redraw();
+}
+
+// ---- closing ----------------------------------------------------------------------------
+
+bool frmWave::MayClose() const {
+    return !JobRunning && !RefreshMark;
+}
+
+void frmWave::EndAuto() {
+    EndAutoRefresh(RefreshKind::Wave, refreshWindow());
+}
+
+void frmWave::Unload() {
+    record().NeedsInit = false;
+    if (AutoRefreshActive(RefreshKind::Wave)) {
+        DocWindow* running = nullptr;
+        if (ActiveRefreshSlot >= 0 && ActiveRefreshSlot < DocCount(DocKind::Wave))
+            running = DocForm(DocKind::Wave, ActiveRefreshSlot);
+        if (auto* wave = qobject_cast<frmWave*>(running))
+            wave->EndAuto();
+        else
+            SetAutoRefreshActive(RefreshKind::Wave, false);
+    }
+}
+
+void RegisterWaveWindow() {
+    SetDocWindowFactory(DocKind::Wave, [](int slot) -> DocWindow* { return new frmWave(slot); });
+}

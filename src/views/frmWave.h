@@ -1,0 +1,117 @@
+#pragma once
+// The waveform window: one WaveRecord drawn as the instrument's screen, with
+// refresh (single or automatic), source selection, zoom and best fit, grid,
+// colour, export, print and preview. It redraws from its record alone.
+#include "sheet/DocWindow.h"
+#include "views/RefreshCycle.h"
+
+#include <QImage>
+
+class QButtonGroup;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QRadioButton;
+class QScrollArea;
+class QTimer;
+class QToolButton;
+struct WaveRecord;
+
+// The screen picture: shows its backing image, nothing else.
+class WavePicture : public QWidget {
+    Q_OBJECT
+public:
+    using QWidget::QWidget;
+    void setImage(const QImage& image);
+    const QImage& image() const { return image_; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QImage image_;
+};
+
+// "150%" -> 1.5; nothing when the text is not a number followed by "%".
+// A factor below 0.01 is raised to 0.01.
+bool ParseZoomText(const QString& text, double* zoom);
+QString ZoomText(double zoom); // "0%" picture of the factor
+
+class frmWave : public DocWindow {
+    Q_OBJECT
+public:
+    explicit frmWave(int slot);
+    ~frmWave() override;
+
+    WaveRecord& record() const;
+    double ZoomFactor() const { return zoom_; }
+
+    // The handlers, callable from tests.
+    void cmdRefresh_Click();
+    void LoadData();
+    void Timer1_Timer();
+    void ZoomCombo_Commit(); // click or Enter in the zoom box
+    void BestFitChk_Click(bool checked);
+    void GridCheck_Click(bool checked);
+    void OptionColor_Click(int index);
+    void ChkCH_Click(int index, bool checked);
+    void cmdExport_Click();
+    void cmdPrint_Click();
+    void cmdPreview_Click();
+    void Form_Resize(); // lays out and redraws when the picture changes
+
+    // The picture as shown (for export, and for tests).
+    const QImage& picture() const;
+    QCheckBox* sourceBox(int index) const;
+    QComboBox* zoomCombo() const { return ZoomCombo_; }
+    QToolButton* refreshButton() const { return cmdRefresh_; }
+    QTimer* timer1() const { return Timer1_; }
+
+    void ShowRecord() override;
+    bool MayClose() const override;
+    void Unload() override;
+    // Ends an automatic refresh this window runs (its look and flags).
+    void EndAuto();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void buildControls();
+    void applyCaptions(int index);
+    void copyRecordToControls();
+    void redraw();               // the backing image anew from the record
+    QImage renderAt(double z) const;
+    RefreshWindow refreshWindow();
+    void markDirty();
+
+    QToolButton* cmdRefresh_ = nullptr;
+    std::array<QCheckBox*, 4> ChkCH_{};
+    QCheckBox* ChkCursorX_ = nullptr;
+    QCheckBox* ChkCursorY_ = nullptr;
+    QComboBox* ZoomCombo_ = nullptr;
+    QCheckBox* BestFitChk_ = nullptr;
+    QCheckBox* GridCheck_ = nullptr;
+    QRadioButton* OptionColor_[2] = {nullptr, nullptr};
+    QToolButton* cmdExport_ = nullptr;
+    QToolButton* cmdPrint_ = nullptr;
+    QToolButton* cmdPreview_ = nullptr;
+    QWidget* picRefreshProgress_ = nullptr;
+    QLabel* LblRefreshText_ = nullptr;
+    QLabel* LblRefreshValue_ = nullptr;
+    QScrollArea* BackPic_ = nullptr;
+    WavePicture* WavePic_ = nullptr;
+    QTimer* Timer1_ = nullptr;
+    QTimer* Timer2_ = nullptr;
+    QLabel* labZoom_ = nullptr;
+    QWidget* fraDisplay_ = nullptr;
+
+    double zoom_ = 1.0;
+    bool firstPaint_ = true;
+    bool settingUp_ = false; // control changes made by the program, not the user
+    bool cursorX_ = false, cursorY_ = false;
+    int captionRoutine_ = 0;
+};
+
+// Registers the wave window with the data sheet (the kind's factory).
+void RegisterWaveWindow();

@@ -1,0 +1,284 @@
+// The waveform window end to end: a sheet, a wave window, a refresh against
+// the simulated instrument, the picture, zoom, options, export and print, and
+// the automatic refresh with its ways to end.
+#include "SimulatedLink.h"
+#include "TestPlatform.h"
+
+#include "acquire/Jobs.h"
+#include "acquire/WaveJob.h"
+#include "app/LoadLanguage.h"
+#include "app/SoftwareSetting.h"
+#include "app/StringRES.h"
+#include "controller/CtrlData.h"
+#include "link/LinkState.h"
+#include "sheet/DataSheet.h"
+#include "sheet/SheetRecords.h"
+#include "views/RefreshCycle.h"
+#include "views/ScreenRenderer.h"
+#include "views/frmWave.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QTimer>
+#include <QToolButton>
+#include <QtTest>
+
+class TestWaveWindow : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void refreshFetchesAndDraws();
+    void firstTickSetsUpWithoutDirtying();
+    void windowWithoutSourcesDoesNothing();
+    void refreshWithoutConnectionSaysSo();
+    void zoomText_data();
+    void zoomText();
+    void zoomCommitRedraws();
+    void optionsMarkTheSheet();
+    void switchedOffSourceIsUncheckedAndDisabled();
+    void exportWritesTheChosenFormat_data();
+    void exportWritesTheChosenFormat();
+    void printAndPreviewAt200Percent();
+    void autoRefreshEndsWhenTheWindowCloses();
+    void autoRefreshEndsWhenTheLinkDrops();
+    void refreshKeyIsF5WithoutShift();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+    std::unique_ptr<SimulatedLink> link_;
+    frmWave* window_ = nullptr;
+    int fetches() const;
+};
+
+void TestWaveWindow::initTestCase() {
+    RegisterWaveJob();
+    RegisterWaveWindow();
+}
+
+void TestWaveWindow::init() {
+    tp_ = std::make_unique<TestPlatform>();
+    ResetControllerState();
+    SoftwareSetting = SoftwareSettingRecord();
+    ResetDataSheet();
+    link_ = std::make_unique<SimulatedLink>();
+    QVERIFY(link_->connected());
+    QVERIFY(NewDataSheet());
+    QCOMPARE(AddDocument(DocKind::Wave), 0);
+    window_ = qobject_cast<frmWave*>(DocForm(DocKind::Wave, 0));
+    QVERIFY(window_);
+    window_->Timer1_Timer(); // the first tick
+    link_->clearLog();
+}
+
+void TestWaveWindow::cleanup() {
+    ResetDataSheet();
+    window_ = nullptr;
+    link_.reset();
+    tp_.reset();
+}
+
+int TestWaveWindow::fetches() const {
+    return static_cast<int>(link_->log().filter(":WAVEFORM:DATA?").size());
+}
+
+void TestWaveWindow::refreshFetchesAndDraws() {
+    window_->sourceBox(0)->setChecked(true);
+    SheetDirty = false;
+    window_->cmdRefresh_Click();
+    QCOMPARE(fetches(), 1);
+    const WaveRecord& r = WaveRecords[0];
+    QVERIFY(r.Loaded);
+    QVERIFY(SheetDirty);
+    QVERIFY(window_->refreshButton()->isEnabled());
+    const QImage& picture = window_->picture();
+    QCOMPARE(picture.size(), ScreenPictureSize(window_->ZoomFactor()));
+    int yellow = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            if (picture.pixelColor(x, y) == ColorCh1) ++yellow;
+    QVERIFY2(yellow > 300, qPrintable(QString::number(yellow)));
+}
+
+void TestWaveWindow::firstTickSetsUpWithoutDirtying() {
+    ResetDataSheet();
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Wave);
+    auto* w = qobject_cast<frmWave*>(DocForm(DocKind::Wave, 0));
+    CtrlData.Ch2Display = WordOn;
+    WaveRecords[0].SelCh2 = true;
+    WaveRecords[0].GridOn = false;
+    SheetDirty = false;
+    w->Timer1_Timer();
+    QVERIFY(!SheetDirty);
+    QVERIFY(w->sourceBox(1)->isChecked());
+    QVERIFY(WaveRecords[0].NeedsInit);
+    QVERIFY(!w->zoomCombo()->isEnabled()); // best fit
+}
+
+void TestWaveWindow::windowWithoutSourcesDoesNothing() {
+    window_->cmdRefresh_Click();
+    QCOMPARE(fetches(), 0);
+    QVERIFY(link_->log().filter("TRIGGER:STATUS").isEmpty());
+    QVERIFY(!WaveRecords[0].Loaded);
+}
+
+void TestWaveWindow::refreshWithoutConnectionSaysSo() {
+    window_->sourceBox(0)->setChecked(true);
+    ResetLinkState();
+    window_->cmdRefresh_Click();
+    QCOMPARE(tp_->prompts(), QStringList{MsgConnectFirst});
+    QCOMPARE(fetches(), 0);
+}
+
+void TestWaveWindow::zoomText_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("ok");
+    QTest::addColumn<double>("zoom");
+    QTest::newRow("percent") << "150%" << true << 1.5;
+    QTest::newRow("no percent sign") << "150" << false << 0.0;
+    QTest::newRow("half a per cent") << "0.5%" << true << 0.01;
+    QTest::newRow("zero") << "0%" << true << 0.01;
+    QTest::newRow("words") << "big%" << false << 0.0;
+    QTest::newRow("blanks") << " 200 % " << true << 2.0;
+}
+
+void TestWaveWindow::zoomText() {
+    QFETCH(QString, text);
+    QFETCH(bool, ok);
+    QFETCH(double, zoom);
+    double z = 0;
+    QCOMPARE(ParseZoomText(text, &z), ok);
+    if (ok) QCOMPARE(z, zoom);
+}
+
+void TestWaveWindow::zoomCommitRedraws() {
+    window_->BestFitChk_Click(false);
+    window_->zoomCombo()->setEditText("150");
+    window_->ZoomCombo_Commit();
+    QCOMPARE(tp_->prompts(), QStringList{MsgBadZoom});
+    const double before = window_->ZoomFactor();
+    QCOMPARE(window_->zoomCombo()->currentText(), ZoomText(before));
+    window_->zoomCombo()->setEditText("0.5%");
+    window_->ZoomCombo_Commit();
+    QCOMPARE(window_->ZoomFactor(), 0.01);
+    QCOMPARE(window_->zoomCombo()->currentText(), QString("1%"));
+    window_->zoomCombo()->setEditText("200%");
+    window_->ZoomCombo_Commit();
+    QCOMPARE(window_->picture().size(), QSize(700, 500));
+}
+
+void TestWaveWindow::optionsMarkTheSheet() {
+    SheetDirty = false;
+    window_->GridCheck_Click(false);
+    QVERIFY(SheetDirty && !WaveRecords[0].GridOn);
+    SheetDirty = false;
+    window_->OptionColor_Click(1);
+    QVERIFY(SheetDirty && !WaveRecords[0].ColorDisplay);
+    QCOMPARE(window_->picture().pixelColor(0, 0), QColor(Qt::white));
+    SheetDirty = false;
+    window_->ChkCH_Click(3, true);
+    QVERIFY(SheetDirty && WaveRecords[0].SelLA);
+}
+
+void TestWaveWindow::switchedOffSourceIsUncheckedAndDisabled() {
+    CtrlData.Ch1Display = CtrlData.Ch2Display = CtrlData.MathDisplay = CtrlData.LaDisplay = WordOn;
+    window_->sourceBox(1)->setChecked(true);
+    CtrlData.Ch2Display = WordOff;
+    window_->Timer1_Timer();
+    QVERIFY(!window_->sourceBox(1)->isChecked());
+    QVERIFY(!window_->sourceBox(1)->isEnabled());
+    QVERIFY(!WaveRecords[0].SelCh2);
+    QVERIFY(window_->sourceBox(0)->isEnabled());
+}
+
+void TestWaveWindow::exportWritesTheChosenFormat_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("magic");
+    QTest::newRow("bitmap") << "screen.bmp" << QByteArray("BM");
+    QTest::newRow("png") << "screen.png" << QByteArray("\x89PNG");
+}
+
+void TestWaveWindow::exportWritesTheChosenFormat() {
+    QFETCH(QString, name);
+    QFETCH(QByteArray, magic);
+    const QString path = tp_->tempPath(name);
+    tp_->chosenPaths = {path};
+    window_->cmdExport_Click();
+    QCOMPARE(tp_->fileDialogs.size(), 1);
+    QCOMPARE(tp_->fileDialogs[0].title, QString("Export File"));
+    QVERIFY(tp_->fileDialogs[0].filter.startsWith("BitMap Files (*.bmp)|*.bmp|"));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QVERIFY(f.read(magic.size()) == magic);
+    QImage back(path);
+    QCOMPARE(back.size(), window_->picture().size());
+}
+
+void TestWaveWindow::printAndPreviewAt200Percent() {
+    window_->cmdPrint_Click();
+    window_->cmdPreview_Click();
+    QCOMPARE(tp_->prints.size(), 2);
+    QCOMPARE(tp_->prints[0].action, platform::PrintAction::Print);
+    QCOMPARE(tp_->prints[1].action, platform::PrintAction::Preview);
+    QCOMPARE(tp_->prints[0].image.size(), QSize(700, 500));
+    QCOMPARE(tp_->prints[0].title, QString("Wave0"));
+    // The window keeps its own zoom.
+    QCOMPARE(window_->picture().size(), ScreenPictureSize(window_->ZoomFactor()));
+}
+
+namespace {
+// The automatic loop stays inside the click: what ends it must come from the
+// event loop it runs, so a watcher timer acts once the condition holds.
+void whenTrue(std::function<bool()> condition, std::function<void()> action) {
+    auto* watcher = new QTimer;
+    QObject::connect(watcher, &QTimer::timeout, [watcher, condition, action] {
+        if (!condition()) return;
+        watcher->stop();
+        watcher->deleteLater();
+        action();
+    });
+    watcher->start(1);
+}
+} // namespace
+
+void TestWaveWindow::autoRefreshEndsWhenTheWindowCloses() {
+    SoftwareSetting.RefreshType = "Auto";
+    SoftwareSetting.RefreshInterval = 1000;
+    window_->sourceBox(0)->setChecked(true);
+    bool sawRunning = false, refusedDuringJob = false;
+    whenTrue([] { return JobRunning; }, [this, &refusedDuringJob] {
+        refusedDuringJob = !window_->close();
+    });
+    whenTrue([this] { return fetches() >= 3 && !JobRunning; }, [this, &sawRunning] {
+        sawRunning = AutoRefreshActive(RefreshKind::Wave) && WaveRecords[0].AutoRunning;
+        window_->close();
+    });
+    window_->cmdRefresh_Click(); // returns once the loop has ended
+    QVERIFY(sawRunning);
+    QVERIFY(refusedDuringJob);
+    QVERIFY(fetches() >= 3);
+    QVERIFY(!AutoRefreshActive(RefreshKind::Wave));
+    QVERIFY(!WaveRecords[0].AutoRunning);
+    QVERIFY(window_->refreshButton()->isEnabled());
+}
+
+void TestWaveWindow::autoRefreshEndsWhenTheLinkDrops() {
+    SoftwareSetting.RefreshType = "Auto";
+    window_->sourceBox(0)->setChecked(true);
+    whenTrue([this] { return fetches() >= 2; }, [] { ResetLinkState(); });
+    window_->cmdRefresh_Click();
+    QVERIFY(!AutoRefreshActive(RefreshKind::Wave));
+    QVERIFY(!WaveRecords[0].AutoRunning);
+}
+
+void TestWaveWindow::refreshKeyIsF5WithoutShift() {
+    QVERIFY(IsRefreshKey(Qt::Key_F5, Qt::NoModifier));
+    QVERIFY(!IsRefreshKey(Qt::Key_F5, Qt::ShiftModifier));
+    QVERIFY(!IsRefreshKey(Qt::Key_F4, Qt::NoModifier));
+}
+
+QTEST_MAIN(TestWaveWindow)
+#include "tst_wavewindow.moc"
