@@ -286,13 +286,9 @@ void drawLALabels(Surface& s, const WaveRecord& r, double z, bool colour) {
     const double base = laBase(r, z);
     auto label = [&](int n) {
         const double y = (d.LAPosition[static_cast<std::size_t>(n)] - 25) * z + base - 12;
-        if (n < 10) {
-            s.text(5, y, "D" + QString::number(n));
-        } else {
-            s.text(5, y, "D");
-            s.text(12, y, QString::number(n / 10));
-            s.text(17, y, QString::number(n % 10));
-        }
+        // One text: the screen font is wider than the instrument's, whose
+        // digits stood at 12 and 17.
+        s.text(5, y, "D" + QString::number(n));
     };
     s.setBold(false);
     s.setFore(colour ? ColorLA : Qt::black);
@@ -382,27 +378,48 @@ double triggerColumn(const QString& offsetText, const QString& scaleText) {
     return -ScreenTime(offsetText) / scale * 25 + 150;
 }
 
+// Where the time scale text goes: its own column, or behind the CH2 text
+// when that reaches further (the screen font is wider than the instrument's).
+double timeScaleColumn(Surface& s, const WaveRecord& r, double z, double column) {
+    double x = roundEven(column * z + kMargin);
+    if (r.ShowCh2) {
+        s.setBold(true);
+        x = std::max(x, roundEven(75 * z + kMargin) + s.textWidth("CH2 " + r.Ch2Scale) + 8);
+    }
+    s.setBold(false);
+    return x;
+}
+
 void drawTimeBaseText(Surface& s, const WaveRecord& r, double z, bool colour) {
     s.setFore(colour ? ColorMarker : Qt::black);
     drawTriggerFlags(s, triggerColumn(r.TimeOffset, r.TimeScale), z, kMargin);
     const double row = roundEven(203 * z + kMargin);
-    s.setBold(false);
-    s.text(roundEven(150 * z + kMargin), row, "Delay:" + r.TimeOffset);
-    s.text(roundEven(85 * z + kMargin), row, r.TimeScale);
+    const double scaleX = timeScaleColumn(s, r, z, 85);
+    s.text(std::max(roundEven(150 * z + kMargin), scaleX + s.textWidth(r.TimeScale) + 8), row,
+           "Delay:" + r.TimeOffset);
+    s.text(scaleX, row, r.TimeScale);
 }
 
 void drawAltTimeBaseText(Surface& s, const WaveRecord& r, double z, bool colour) {
     const double row = roundEven(203 * z + kMargin);
-    s.setBold(false);
+    // Each text at its column, or behind the one before when that reaches further.
+    const double scale1X = timeScaleColumn(s, r, z, 85);
+    const QString delay1 = "Delay1: " + r.AltTimeOffset1;
+    const double delay1X =
+        std::max(roundEven(150 * z + kMargin), scale1X + s.textWidth(r.AltTimeScale1) + 8);
+    const double scale2X =
+        std::max(roundEven(185 * z + kMargin), delay1X + s.textWidth(delay1) + 8);
+    const double delay2X =
+        std::max(roundEven(230 * z + kMargin), scale2X + s.textWidth(r.AltTimeScale2) + 8);
     s.setFore(colour ? ColorCh1 : Qt::black);
     drawTriggerFlags(s, triggerColumn(r.AltTimeOffset1, r.AltTimeScale1), z, kMargin);
-    s.text(roundEven(150 * z + kMargin), row, "Delay1: " + r.AltTimeOffset1);
-    s.text(roundEven(85 * z + kMargin), row, r.AltTimeScale1);
+    s.text(scale1X, row, r.AltTimeScale1);
+    s.text(delay1X, row, delay1);
     s.setFore(colour ? ColorCh2 : Qt::black);
     drawTriggerFlags(s, triggerColumn(r.AltTimeOffset2, r.AltTimeScale2), z,
                      kMargin + 100 * z);
-    s.text(roundEven(230 * z + kMargin), row, "Delay2: " + r.AltTimeOffset2);
-    s.text(roundEven(185 * z + kMargin), row, r.AltTimeScale2);
+    s.text(scale2X, row, r.AltTimeScale2);
+    s.text(delay2X, row, "Delay2: " + r.AltTimeOffset2);
 }
 
 void drawXY(Surface& s, const WaveRecord& r, double z, bool colour) {
@@ -467,6 +484,10 @@ void Surface::pset(double x, double y) {
     p_.drawPoint(QPointF(x, y));
     cx_ = x;
     cy_ = y;
+}
+
+int Surface::textWidth(const QString& text) const {
+    return QFontMetrics(p_.font()).horizontalAdvance(text);
 }
 
 void Surface::text(double x, double y, const QString& text) {

@@ -38,6 +38,7 @@ public:
     void lineTo(double x, double y);                       // from the current point
     void pset(double x, double y);
     void text(double x, double y, const QString& text); // top-left at (x, y)
+    int textWidth(const QString& text) const;
     QPainter& painter() { return p_; }
 
 private:
