@@ -32,12 +32,21 @@ bool fftShares(const WaveRecord& r) {
     return isOn(r.FFTDisplay) && r.SysData.FFTFullScreen == 0;
 }
 
-QFont screenFont(bool bold) {
-    QFont f(QStringLiteral("DejaVu Sans Mono"));
-    f.setStyleHint(QFont::Monospace);
-    f.setPixelSize(11);
-    f.setBold(bold);
-    return f;
+const QFont& screenFont(bool bold) {
+    static const QFont fonts[2] = {[] {
+                                       QFont f(QStringLiteral("DejaVu Sans Mono"));
+                                       f.setStyleHint(QFont::Monospace);
+                                       f.setPixelSize(11);
+                                       return f;
+                                   }(),
+                                   [] {
+                                       QFont f(QStringLiteral("DejaVu Sans Mono"));
+                                       f.setStyleHint(QFont::Monospace);
+                                       f.setPixelSize(11);
+                                       f.setBold(true);
+                                       return f;
+                                   }()};
+    return fonts[bold ? 1 : 0];
 }
 
 // ---- the grid -----------------------------------------------------------------------
@@ -428,6 +437,7 @@ void drawXY(Surface& s, const WaveRecord& r, double z, bool colour) {
     std::vector<QPointF> points;
     for (int i = 1; i <= r.PointCount && i <= SampleArray::upper(); ++i)
         points.emplace_back((250 - r.Ch1Samples[i]) * z + kMargin, r.Ch2Samples[i] * z + kMargin);
+    s.flush();
     s.painter().drawPoints(points.data(), static_cast<int>(points.size()));
     s.setWidth(1);
     s.setBold(true);
@@ -449,7 +459,18 @@ Surface::Surface(QPainter& painter) : p_(painter) {
     applyPen();
 }
 
+Surface::~Surface() {
+    flush();
+}
+
+// Lines that continue from the current point are drawn as one polyline.
+void Surface::flush() {
+    if (path_.size() >= 2) p_.drawPolyline(path_.data(), static_cast<int>(path_.size()));
+    path_.clear();
+}
+
 void Surface::applyPen() {
+    flush();
     QPen pen(fore_);
     pen.setWidth(width_);
     pen.setCapStyle(Qt::SquareCap);
@@ -471,7 +492,11 @@ void Surface::setBold(bool bold) {
 }
 
 void Surface::line(double x1, double y1, double x2, double y2) {
-    p_.drawLine(QPointF(x1, y1), QPointF(x2, y2));
+    if (path_.empty() || x1 != cx_ || y1 != cy_) {
+        flush();
+        path_.emplace_back(x1, y1);
+    }
+    path_.emplace_back(x2, y2);
     cx_ = x2;
     cy_ = y2;
 }
@@ -481,18 +506,19 @@ void Surface::lineTo(double x, double y) {
 }
 
 void Surface::pset(double x, double y) {
+    flush();
     p_.drawPoint(QPointF(x, y));
     cx_ = x;
     cy_ = y;
 }
 
 int Surface::textWidth(const QString& text) const {
-    return QFontMetrics(p_.font()).horizontalAdvance(text);
+    return p_.fontMetrics().horizontalAdvance(text);
 }
 
 void Surface::text(double x, double y, const QString& text) {
-    const QFontMetrics fm(p_.font());
-    p_.drawText(QPointF(roundEven(x), roundEven(y) + fm.ascent()), text);
+    flush();
+    p_.drawText(QPointF(roundEven(x), roundEven(y) + p_.fontMetrics().ascent()), text);
 }
 
 // ---- shared helpers ----------------------------------------------------------------------
@@ -548,6 +574,7 @@ void DrawScrGrid(QPainter& painter, const WaveRecord& rec, double z, QSize size)
     s.setWidth(1);
     s.line(25, 25 + 100 * z, 25 + W, 25 + 100 * z);
     s.line(25 + 150 * z, 25, 25 + 150 * z, 25 + H);
+    s.flush();
     std::vector<QPointF> dots;
     dots.reserve(static_cast<std::size_t>(4000 * z * z + 4000));
     drawTicks(dots, z, rec.SplitScreen);

@@ -8,7 +8,9 @@
 
 #include <QColor>
 #include <QImage>
+#include <QPointF>
 #include <QString>
+#include <vector>
 
 class QPainter;
 
@@ -30,6 +32,9 @@ QSize ScreenPictureSize(double z);
 class Surface {
 public:
     explicit Surface(QPainter& painter);
+    ~Surface();
+    Surface(const Surface&) = delete;
+    Surface& operator=(const Surface&) = delete;
     void setFore(const QColor& color);
     QColor fore() const { return fore_; }
     void setWidth(int width);
@@ -40,9 +45,11 @@ public:
     void text(double x, double y, const QString& text); // top-left at (x, y)
     int textWidth(const QString& text) const;
     QPainter& painter() { return p_; }
+    void flush(); // draws the lines gathered so far
 
 private:
     void applyPen();
+    std::vector<QPointF> path_;
     QPainter& p_;
     QColor fore_ = Qt::black;
     int width_ = 1;
