@@ -32,6 +32,7 @@
 #include "sheet/DocWindow.h"
 #include "sheet/frmDataSheetTree.h"
 #include "views/frmWave.h"
+#include "views/frmWaveSetting.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -293,7 +294,12 @@ void frmMain::buildToolBar() {
         QAction* a = tbToolBar_->addAction(GlyphIcon(b.glyph, b.color), b.key);
         a->setObjectName(QString("tb") + b.key);
         actions_.insert(a->objectName(), a);
-        if (const auto add = addHandlerFor(b.key)) {
+        if (QString(b.key) == "FFT") {
+            connect(a, &QAction::triggered, this, guarded("tbToolBar_ButtonClick", [this] {
+                        frmWaveSetting dialog(this);
+                        dialog.exec();
+                    }));
+        } else if (const auto add = addHandlerFor(b.key)) {
             connect(a, &QAction::triggered, this, guarded("tbToolBar_ButtonClick", add));
         } else if (b.mirrors) {
             // The buttons act as their menu items; the View items toggle, so

@@ -68,6 +68,12 @@ struct WaveRecord {
     SystemData SysData;
     bool ShowXY = false;
     QString MathDisplay, FFTDisplay;
+    // The spectrum computed on the PC (the FFT setting dialog), not saved.
+    std::vector<double> Spectrum;
+    int SpectrumCount = 0;
+    QString SpectrumSource;
+    int SpectrumWindow = 0, SpectrumScale = 0;
+    bool LocalFFT = false; // drawn over the screen
     QTreeWidgetItem* TreeNode = nullptr;
 };
 

@@ -558,6 +558,41 @@ std::vector<WalkPoint> TraceWalk(int first, int last, double z, double dx, int s
     return points;
 }
 
+namespace {
+// The spectrum computed on the PC: the loudest bin of each column, 10 dB a
+// division from +20 dBVrms at the top (or linear up to the largest value).
+void drawLocalSpectrum(Surface& s, const WaveRecord& r, double z, bool colour) {
+    const std::vector<double>& v = r.Spectrum;
+    if (v.empty()) return;
+    const bool decibels = r.SpectrumScale == 0;
+    double top = 0;
+    if (!decibels)
+        for (double x : v)
+            top = std::max(top, x);
+    auto row = [&](double value) {
+        const double rows = decibels ? (20 - value) * 25 / 10 : 200 - (top > 0 ? value / top : 0) * 200;
+        return std::clamp(rows, 0.0, 200.0) * z + kMargin;
+    };
+    s.setFore(colour ? ColorMath : Qt::black);
+    const std::size_t n = v.size();
+    for (int c = 0; c < 300; ++c) {
+        const std::size_t from = n * static_cast<std::size_t>(c) / 300;
+        const std::size_t to = std::max(from + 1, n * static_cast<std::size_t>(c + 1) / 300);
+        double peak = v[from];
+        for (std::size_t k = from; k < to && k < n; ++k)
+            peak = std::max(peak, v[k]);
+        const double x = c * z + kMargin;
+        if (c == 0)
+            s.line(x, row(peak), x, row(peak));
+        else
+            s.lineTo(x, row(peak));
+    }
+    s.setBold(false);
+    s.text(roundEven(175 * z + kMargin), roundEven(214 * z + kMargin),
+           "FFT " + r.SpectrumSource + (decibels ? " 10dB/div" : " Vrms"));
+}
+} // namespace
+
 // ---- the entry points -------------------------------------------------------------------
 
 void DrawScrGrid(QPainter& painter, const WaveRecord& rec, double z, QSize size) {
@@ -624,6 +659,7 @@ void DrawOSC(QPainter& painter, const WaveRecord& r, double z, bool digitalModel
         drawAltTimeBaseText(s, r, z, colour);
     else
         drawTimeBaseText(s, r, z, colour);
+    if (r.LocalFFT) drawLocalSpectrum(s, r, z, colour);
 }
 
 QImage RenderScreen(const WaveRecord& rec, double z, bool digitalModel) {

@@ -24,6 +24,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
 #include <QRadioButton>
@@ -62,6 +63,20 @@ QString exportFilter() {
 } // namespace
 
 // ---- the picture --------------------------------------------------------------------
+
+WavePicture::WavePicture(QWidget* parent) : QWidget(parent) {
+    setMouseTracking(true);
+}
+
+void WavePicture::mousePressEvent(QMouseEvent* e) {
+    if (onMouse) onMouse(QEvent::MouseButtonPress, e->position(), e->buttons() | e->button());
+}
+void WavePicture::mouseMoveEvent(QMouseEvent* e) {
+    if (onMouse) onMouse(QEvent::MouseMove, e->position(), e->buttons());
+}
+void WavePicture::mouseReleaseEvent(QMouseEvent* e) {
+    if (onMouse) onMouse(QEvent::MouseButtonRelease, e->position(), e->buttons());
+}
 
 void WavePicture::setImage(const QImage& image) {
     image_ = image;
@@ -179,12 +194,10 @@ void frmWave::buildControls() {
     ChkCursorX_ = new QCheckBox;
     ChkCursorY_ = new QCheckBox;
     connect(ChkCursorX_, &QCheckBox::toggled, this, [this](bool on) {
-        cursorX_ = on;
-        redraw();
+        platform::RunHandler("ChkCursorX_Click", [&] { ChkCursor_Click(true, on); });
     });
     connect(ChkCursorY_, &QCheckBox::toggled, this, [this](bool on) {
-        cursorY_ = on;
-        redraw();
+        platform::RunHandler("ChkCursorY_Click", [&] { ChkCursor_Click(false, on); });
     });
     dl->addWidget(ChkCursorX_, 2, 3);
     dl->addWidget(ChkCursorY_, 2, 4);
@@ -226,6 +239,9 @@ void frmWave::buildControls() {
     BackPic_->setBackgroundRole(QPalette::Dark);
     WavePic_ = new WavePicture;
     WavePic_->setObjectName("WavePic");
+    WavePic_->onMouse = [this](QEvent::Type type, QPointF at, Qt::MouseButtons buttons) {
+        platform::RunHandler("WavePic_Mouse", [&] { WavePic_Mouse(type, at, buttons); });
+    };
     BackPic_->setWidget(WavePic_);
 
     auto* layout = new QVBoxLayout(this);
@@ -303,8 +319,8 @@ void frmWave::copyRecordToControls() {
     BestFitChk_->setChecked(r.BestFit);
     GridCheck_->setChecked(r.GridOn);
     OptionColor_[r.ColorDisplay ? 0 : 1]->setChecked(true);
-    ChkCursorX_->setChecked(cursorX_);
-    ChkCursorY_->setChecked(cursorY_);
+    ChkCursorX_->setChecked(cursors_.CursorXOn);
+    ChkCursorY_->setChecked(cursors_.CursorYOn);
     settingUp_ = false;
 }
 
@@ -383,6 +399,7 @@ void frmWave::ZoomCombo_Commit() {
         ZoomCombo_->setEditText(ZoomText(zoom_));
         return;
     }
+    RescaleCursors(cursors_, zoom_, z);
     zoom_ = z;
     ZoomCombo_->setEditText(ZoomText(zoom_));
     Form_Resize();
@@ -434,7 +451,9 @@ void frmWave::Form_Resize() {
     const WaveRecord& r = record();
     if (r.BestFit) {
         const QSize area = BackPic_->maximumViewportSize();
-        zoom_ = std::max(0.01, std::min(area.width() / 350.0, area.height() / 250.0));
+        const double fit = std::max(0.01, std::min(area.width() / 350.0, area.height() / 250.0));
+        RescaleCursors(cursors_, zoom_, fit);
+        zoom_ = fit;
         ZoomCombo_->setEditText(ZoomText(zoom_));
         BackPic_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         BackPic_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -455,7 +474,57 @@ QImage frmWave::renderAt(double z) const {
 
 void frmWave::redraw() {
     if (firstPaint_) return;
-    WavePic_->setImage(renderAt(zoom_));
+    screen_ = renderAt(zoom_);
+    redrawCursors();
+}
+
+void frmWave::redrawCursors() {
+    if (firstPaint_ || screen_.isNull()) return;
+    if (!cursors_.CursorXOn && !cursors_.CursorYOn) {
+        WavePic_->setImage(screen_);
+        return;
+    }
+    QImage picture = screen_;
+    QPainter painter(&picture);
+    DisplayCursorM(painter, record(), cursors_, zoom_);
+    painter.end();
+    WavePic_->setImage(picture);
+}
+
+void frmWave::ChkCursor_Click(bool x, bool on) {
+    (x ? cursors_.CursorXOn : cursors_.CursorYOn) = on;
+    redrawCursors();
+}
+
+void frmWave::WavePic_Mouse(QEvent::Type type, QPointF at, Qt::MouseButtons buttons) {
+    const bool split = record().SplitScreen;
+    switch (type) {
+    case QEvent::MouseButtonPress:
+        if (buttons & Qt::LeftButton) cursors_.dragging = CursorAt(cursors_, at, zoom_, split);
+        break;
+    case QEvent::MouseMove:
+        if (cursors_.dragging != CursorId::None) {
+            DragCursor(cursors_, cursors_.dragging, at, zoom_);
+            if (!firstPaint_) redrawCursors(); // only the cursors: the screen stays
+            return;
+        }
+        break;
+    case QEvent::MouseButtonRelease:
+        cursors_.dragging = CursorId::None;
+        break;
+    default:
+        break;
+    }
+    // The pointer shows what a press would grab.
+    const CursorId under = cursors_.dragging != CursorId::None
+                               ? cursors_.dragging
+                               : CursorAt(cursors_, at, zoom_, split);
+    if (under == CursorId::None)
+        WavePic_->unsetCursor();
+    else if (under <= CursorId::AltX2)
+        WavePic_->setCursor(Qt::SizeHorCursor);
+    else
+        WavePic_->setCursor(Qt::SizeVerCursor);
 }
 
 const QImage& frmWave::picture() const {

@@ -3,9 +3,12 @@
 // refresh (single or automatic), source selection, zoom and best fit, grid,
 // colour, export, print and preview. It redraws from its record alone.
 #include "sheet/DocWindow.h"
+#include "views/Cursors.h"
 #include "views/RefreshCycle.h"
 
+#include <QEvent>
 #include <QImage>
+#include <functional>
 
 class QButtonGroup;
 class QCheckBox;
@@ -21,12 +24,17 @@ struct WaveRecord;
 class WavePicture : public QWidget {
     Q_OBJECT
 public:
-    using QWidget::QWidget;
+    explicit WavePicture(QWidget* parent = nullptr);
     void setImage(const QImage& image);
     const QImage& image() const { return image_; }
+    // The mouse over the picture: press, move and release, with the position.
+    std::function<void(QEvent::Type, QPointF, Qt::MouseButtons)> onMouse;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     QImage image_;
@@ -59,6 +67,10 @@ public:
     void cmdPrint_Click();
     void cmdPreview_Click();
     void Form_Resize(); // lays out and redraws when the picture changes
+    // The mouse on the picture: the cursors' pointer shapes and drags.
+    void WavePic_Mouse(QEvent::Type type, QPointF at, Qt::MouseButtons buttons);
+    void ChkCursor_Click(bool x, bool on);
+    CursorSet& cursors() { return cursors_; }
 
     // The picture as shown (for export, and for tests).
     const QImage& picture() const;
@@ -80,7 +92,8 @@ private:
     void buildControls();
     void applyCaptions(int index);
     void copyRecordToControls();
-    void redraw();               // the backing image anew from the record
+    void redraw();        // the screen anew from the record, then the cursors
+    void redrawCursors(); // the cursors over the screen drawn before
     QImage renderAt(double z) const;
     RefreshWindow refreshWindow();
     void markDirty();
@@ -109,7 +122,8 @@ private:
     double zoom_ = 1.0;
     bool firstPaint_ = true;
     bool settingUp_ = false; // control changes made by the program, not the user
-    bool cursorX_ = false, cursorY_ = false;
+    CursorSet cursors_;
+    QImage screen_; // grid and traces; the cursors go over a copy
     int captionRoutine_ = 0;
 };
 
