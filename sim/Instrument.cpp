@@ -777,6 +777,12 @@ std::vector<std::uint8_t> Instrument::digitalTrace() {
     return out;
 }
 
+void Instrument::SetDrawRange(int first, int last) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    drawStart_ = first;
+    drawEnd_ = last;
+}
+
 std::vector<std::uint8_t> Instrument::ScreenTrace(int channel) {
     std::lock_guard<std::mutex> lock(mutex_);
     return trace(channel);
@@ -814,8 +820,8 @@ std::vector<std::uint8_t> Instrument::systemData() {
         b[at + 1] = static_cast<std::uint8_t>((v >> 8) & 0xFF);
     };
     auto putFloat = [&b](std::size_t at, float v) { std::memcpy(&b[at], &v, 4); };
-    put16(0, 0);
-    put16(2, 299);
+    put16(0, drawStart_);
+    put16(2, drawEnd_);
     put16(4, 0);
     put16(6, 299);
     put16(8, 0);

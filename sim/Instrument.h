@@ -71,6 +71,9 @@ public:
     Identity identity() const;
     void SetIdentity(const Identity& identity);
     void SetGenerator(int channel, const Generator& g);
+    // The screen columns the traces cover (system data DrawStart, DrawEnd):
+    // a delayed or zoomed screen leaves columns at its edges empty.
+    void SetDrawRange(int first, int last);
 
     // Samples as the screen shows them now (raw = row + 25), for files and tests.
     std::vector<std::uint8_t> ScreenTrace(int channel);
@@ -115,6 +118,7 @@ private:
     bool running_ = true;
     double frozenAt_ = 0; // acquisition time while stopped
     int altSource_ = 1;
+    int drawStart_ = 0, drawEnd_ = 299;
     int activeChannel_ = 1;
     int laActive_ = 0;
     int commandCount_ = 0;

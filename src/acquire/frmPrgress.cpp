@@ -37,6 +37,7 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     layout->addWidget(ProgressBar1_);
     Timer1_ = new QTimer(this);
     Timer1_->setSingleShot(true);
+    Timer1_->setTimerType(Qt::PreciseTimer); // the job starts 100 ms on, not up to 5 ms later
     Timer1_->setInterval(platform::ScaledMs(100));
     connect(Timer1_, &QTimer::timeout, this, &frmPrgress::Timer1_Timer);
     // The bar's creep: the wave and table jobs run it around their block reads.
@@ -45,8 +46,9 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     connect(Timer2_, &QTimer::timeout, this, &frmPrgress::Timer2_Timer);
 
     // Load: the remembered place, the flags, the first timer.
-    const QPoint stored(platform::GetSettingInt(kAppTitle, kSection, "ProgressLeft", 500),
-                        platform::GetSettingInt(kAppTitle, kSection, "ProgressTop", 800));
+    stored_ = QPoint(platform::GetSettingInt(kAppTitle, kSection, "ProgressLeft", 500),
+                     platform::GetSettingInt(kAppTitle, kSection, "ProgressTop", 800));
+    const QPoint stored = stored_;
     const QSize frame = fMainForm ? fMainForm->size() : QSize(1024, 768);
     adjustSize();
     move(PlaceFor(stored, frame, size()));
@@ -79,8 +81,11 @@ void frmPrgress::Timer1_Timer() {
     SetProgressView({});
     SetCreepView({});
     Timer2_->stop();
-    platform::SaveSetting(kAppTitle, kSection, "ProgressLeft", QString::number(x()));
-    platform::SaveSetting(kAppTitle, kSection, "ProgressTop", QString::number(y()));
+    // The place goes back to the store when it changed: a write costs a file.
+    if (x() != stored_.x())
+        platform::SaveSetting(kAppTitle, kSection, "ProgressLeft", QString::number(x()));
+    if (y() != stored_.y())
+        platform::SaveSetting(kAppTitle, kSection, "ProgressTop", QString::number(y()));
     close();
 }
 

@@ -24,4 +24,5 @@ private:
     QProgressBar* ProgressBar1_;
     QTimer* Timer1_;
     QTimer* Timer2_;
+    QPoint stored_; // the place read at load
 };

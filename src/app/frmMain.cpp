@@ -27,7 +27,10 @@
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
 #include "platform/Visa.h"
+#include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
+#include "measure/frmMeasure.h"
+#include "views/frmData.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/frmDataSheetTree.h"
@@ -378,7 +381,10 @@ void frmMain::Load() {
     RegisterSettingsJobs();
     RegisterMeasureJobs();
     RegisterWaveJob();
+    RegisterTableJobs();
     RegisterWaveWindow();
+    RegisterDataWindow();
+    RegisterMeasureWindow();
     SheetDirty = false;
     setLamps(Connected);   // 6
     StartLinkTimers();     // 7

@@ -1,0 +1,318 @@
+#include "measure/frmMeasure.h"
+
+#include "acquire/Jobs.h"
+#include "app/LoadLanguage.h"
+#include "app/SoftwareSetting.h"
+#include "app/StringRES.h"
+#include "controller/CtrlData.h"
+#include "measure/MeasureTable.h"
+#include "measure/frmPassFailed.h"
+#include "platform/Faults.h"
+#include "platform/FileDialog.h"
+#include "platform/MsgBox.h"
+#include "platform/SafeFile.h"
+#include "sheet/SheetRecords.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPainter>
+#include <QPointer>
+#include <QRadioButton>
+#include <QShortcut>
+#include <QTimer>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace {
+template <typename Fn> auto guarded(const char* name, Fn body) {
+    return [name, body](auto&&...) { platform::RunHandler(name, body); };
+}
+QString text(const char* control) {
+    return FormText("frmMeasure", control);
+}
+bool chinese() {
+    return CaptionLanguage() == kLanguageChinese;
+}
+
+QColor familyColour(MeasureFamily family) {
+    switch (family) {
+    case MeasureFamily::Volt:
+        return QColor(200, 150, 20);
+    case MeasureFamily::Frequency:
+        return QColor(40, 120, 200);
+    case MeasureFamily::Time:
+        return QColor(60, 150, 90);
+    case MeasureFamily::Percent:
+        break;
+    }
+    return QColor(150, 80, 160);
+}
+
+QIcon verdictMarker(bool pass) {
+    QPixmap pixmap(12, 12);
+    pixmap.fill(Qt::transparent);
+    QPainter p(&pixmap);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setBrush(pass ? QColor(40, 170, 60) : QColor(210, 40, 40));
+    p.setPen(Qt::NoPen);
+    p.drawEllipse(1, 1, 10, 10);
+    return QIcon(pixmap);
+}
+} // namespace
+
+QIcon MeasureIcon(int number) {
+    MeasureFamily family = MeasureFamily::Volt;
+    for (const MeasureRow& row : MeasureRows())
+        if (row.icon == number) family = row.family;
+    QPixmap pixmap(16, 16);
+    pixmap.fill(Qt::transparent);
+    QPainter p(&pixmap);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setBrush(familyColour(family));
+    p.setPen(Qt::NoPen);
+    p.drawRoundedRect(0, 0, 16, 16, 3, 3);
+    p.setPen(Qt::white);
+    QFont f = p.font();
+    f.setPixelSize(9);
+    f.setBold(true);
+    p.setFont(f);
+    p.drawText(QRect(0, 0, 16, 16), Qt::AlignCenter, QString::number(number));
+    return QIcon(pixmap);
+}
+
+frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
+    setObjectName("frmMeasure");
+    auto* top = new QHBoxLayout;
+    auto button = [this, top](QToolButton*& b, const char* icon) {
+        b = new QToolButton;
+        b->setIcon(QIcon::fromTheme(icon));
+        b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+        b->setMinimumHeight(34);
+        top->addWidget(b);
+    };
+    button(cmdRefresh_, "view-refresh");
+    for (int i = 0; i < 2; ++i) {
+        OptionCH_[i] = new QRadioButton(i == 0 ? "CH1" : "CH2");
+        OptionCH_[i]->setAutoExclusive(false);
+        connect(OptionCH_[i], &QRadioButton::clicked, this, [this, i] { select(i); });
+        top->addWidget(OptionCH_[i]);
+    }
+    button(cmdPassFailed_, "dialog-ok-apply");
+    button(cmdExport_, "document-save-as");
+    top->addStretch(1);
+    connect(cmdRefresh_, &QToolButton::clicked, this,
+            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+    connect(cmdExport_, &QToolButton::clicked, this,
+            guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
+    connect(cmdPassFailed_, &QToolButton::clicked, this,
+            guarded("cmdPassFailed_Click", [this] { cmdPassFailed_Click(); }));
+    SettingLabel_ = new QLabel;
+    SettingLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    MeasureView_ = new QTreeWidget;
+    MeasureView_->setRootIsDecorated(false);
+    MeasureView_->setColumnCount(5);
+    MeasureView_->setUniformRowHeights(true);
+    MeasureView_->header()->setSectionResizeMode(QHeaderView::Stretch);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(top);
+    layout->addWidget(SettingLabel_);
+    layout->addWidget(MeasureView_, 1);
+    auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
+    f5->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(f5, &QShortcut::activated, this,
+            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+    Timer1_ = new QTimer(this);
+    Timer1_->setInterval(1);
+    connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    Timer2_ = new QTimer(this);
+    connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
+    applyCaptions(CaptionLanguage());
+    resize(620, 520);
+    Timer1_->start();
+}
+
+frmMeasure::~frmMeasure() {
+    RemoveCaptionRoutine(captionRoutine_);
+    if (AutoRefreshActive(RefreshKind::Measure) && ActiveRefreshSlot == Tag() &&
+        record().AutoRunning)
+        SetAutoRefreshActive(RefreshKind::Measure, false);
+}
+
+MeasureRecord& frmMeasure::record() const {
+    return MeasureRecords[Tag()];
+}
+
+void frmMeasure::applyCaptions(int index) {
+    if (index != kLanguageChinese && index != kLanguageEnglish) return;
+    cmdRefresh_->setText(text("cmdRefresh").trimmed());
+    cmdRefresh_->setToolTip(text("cmdRefresh.tip"));
+    cmdExport_->setText(text("cmdExport"));
+    cmdPassFailed_->setText(text("cmdPassFail").trimmed());
+    MeasureView_->setHeaderLabels({text("colType"), text("colValue"), text("colUnder"),
+                                   text("colOver"), text("colPassFail")});
+    if (!firstTick_) ShowRecord();
+}
+
+void frmMeasure::select(int index) {
+    for (int i = 0; i < 2; ++i)
+        OptionCH_[i]->setChecked(i == index);
+}
+
+void frmMeasure::Timer1_Timer() {
+    const bool ch1 = CtrlData.Ch1Display == WordOn, ch2 = CtrlData.Ch2Display == WordOn;
+    if (!ch1 || !ch2) {
+        OptionCH_[0]->setEnabled(ch1);
+        if (!ch1) OptionCH_[0]->setChecked(false);
+        if (ch1) OptionCH_[0]->setChecked(true);
+        OptionCH_[1]->setEnabled(ch2);
+        if (!ch2) OptionCH_[1]->setChecked(false);
+        if (ch2 && !OptionCH_[0]->isChecked()) OptionCH_[1]->setChecked(true);
+    } else {
+        OptionCH_[0]->setEnabled(true);
+        OptionCH_[1]->setEnabled(true);
+        if (!OptionCH_[0]->isChecked() && !OptionCH_[1]->isChecked()) select(0);
+    }
+    if (firstTick_) {
+        firstTick_ = false;
+        Timer1_->setInterval(500);
+        record().Used = true;
+        ShowRecord();
+    }
+}
+
+void frmMeasure::ShowRecord() {
+    setWindowTitle(DocCaption(DocKind::Measure, Tag()));
+    if (record().Loaded)
+        DispMeasure();
+    else
+        StartDispMeasure();
+}
+
+void frmMeasure::StartDispMeasure() {
+    MeasureView_->clear();
+    SettingLabel_->clear();
+    for (const MeasureRow& row : MeasureRows()) {
+        auto* item = new QTreeWidgetItem(MeasureView_, QStringList(MeasureRowName(row)));
+        item->setIcon(0, MeasureIcon(row.icon));
+    }
+}
+
+void frmMeasure::DispMeasure() {
+    MeasureRecord& r = record();
+    SettingLabel_->setText(r.SettingText);
+    MeasureView_->clear();
+    for (const MeasureRow& row : MeasureRows()) {
+        MeasureItem& m = r.Items[static_cast<std::size_t>(row.slot)];
+        const MeasureCells cells = CellsFor(r, row);
+        auto* item = new QTreeWidgetItem(
+            MeasureView_, {MeasureRowName(row), cells.value, cells.under, cells.over, cells.verdict});
+        item->setIcon(0, MeasureIcon(row.icon));
+        m.Verdict = cells.verdict;
+        if (!cells.verdict.isEmpty()) {
+            // A failure is seen at a glance; the text stays what it is.
+            const bool pass = VerdictPasses(cells.verdict);
+            item->setIcon(4, verdictMarker(pass));
+            item->setForeground(4, pass ? QColor(30, 140, 50) : QColor(200, 30, 30));
+        }
+    }
+}
+
+RefreshWindow frmMeasure::refreshWindow() {
+    QPointer<frmMeasure> self(this);
+    RefreshWindow w;
+    w.slot = Tag();
+    w.autoRunning = [self] { return self && self->record().AutoRunning; };
+    w.setAutoRunning = [self](bool on) {
+        if (self) self->record().AutoRunning = on;
+    };
+    w.loadData = [self] {
+        if (!self) return;
+        self->loading_ = true;
+        self->LoadMeasure();
+        if (self) self->loading_ = false;
+    };
+    w.showStopLook = [self](bool stop) {
+        if (self)
+            self->cmdRefresh_->setIcon(QIcon::fromTheme(stop ? "process-stop" : "view-refresh"));
+    };
+    w.enableRefresh = [self](bool on) {
+        if (self) self->cmdRefresh_->setEnabled(on);
+    };
+    w.timer2 = Timer2_;
+    return w;
+}
+
+void frmMeasure::cmdRefresh_Click() {
+    RunRefreshCycle(RefreshKind::Measure, refreshWindow());
+}
+
+void frmMeasure::LoadMeasure() {
+    const QString caption = chinese() ? QString::fromUtf8("测量数据下载中...")
+                                      : QStringLiteral("Measure Data Loading...");
+    int kind = 0;
+    if (OptionCH_[0]->isChecked())
+        kind = 1;
+    else if (OptionCH_[1]->isChecked())
+        kind = 2;
+    if (!OptionCH_[0]->isEnabled() && !OptionCH_[1]->isEnabled()) return;
+    if (kind == 0) return;
+    QPointer<frmMeasure> self(this);
+    RunJob(kind, caption, Tag());
+    if (!self) return;
+    TakeCurrentMeasure(record());
+    SheetDirty = true;
+    DispMeasure();
+}
+
+void frmMeasure::cmdExport_Click() {
+    platform::FileDialogRequest request;
+    request.save = true;
+    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
+    request.filter = (chinese() ? QString::fromUtf8("微软Excel表格文件 ")
+                                : QStringLiteral("Microsoft Excel Files ")) +
+                     "(*.xls)|*.xls|Text Files (*.txt)|*.txt|All Files (*.*)|*.*";
+    request.fileMustExist = false;
+    const std::optional<QString> path = platform::ShowFileDialog(request);
+    if (!path || path->isEmpty()) return;
+    const QString error = platform::WriteFileAtomically(*path, MeasureExportBytes(record()));
+    if (!error.isEmpty())
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+}
+
+void frmMeasure::cmdPassFailed_Click() {
+    frmPassFailed dialog(Tag(), windowTitle(), this);
+    dialog.exec();
+    if (!LimitsChanged) return;
+    if (!record().Loaded)
+        StartDispMeasure();
+    else
+        DispMeasure();
+}
+
+bool frmMeasure::MayClose() const {
+    return !JobRunning && !loading_;
+}
+
+void frmMeasure::EndAuto() {
+    EndAutoRefresh(RefreshKind::Measure, refreshWindow());
+}
+
+void frmMeasure::Unload() {
+    record().Used = false;
+    if (!AutoRefreshActive(RefreshKind::Measure)) return;
+    DocWindow* running = nullptr;
+    if (ActiveRefreshSlot >= 0 && ActiveRefreshSlot < DocCount(DocKind::Measure))
+        running = DocForm(DocKind::Measure, ActiveRefreshSlot);
+    if (auto* m = qobject_cast<frmMeasure*>(running))
+        m->EndAuto();
+    else
+        SetAutoRefreshActive(RefreshKind::Measure, false);
+}
+
+void RegisterMeasureWindow() {
+    SetDocWindowFactory(DocKind::Measure,
+                        [](int slot) -> DocWindow* { return new frmMeasure(slot); });
+}

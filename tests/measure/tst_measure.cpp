@@ -1,0 +1,308 @@
+// Measures and limits: the verdict rule, the limit texts, the pass and fail
+// dialog's logic, the export bytes, and the measure window against the
+// simulated instrument.
+#include "SimulatedLink.h"
+#include "TestPlatform.h"
+
+#include "acquire/MeasureJob.h"
+#include "app/AppIdentity.h"
+#include "app/LoadLanguage.h"
+#include "app/SoftwareSetting.h"
+#include "app/StringRES.h"
+#include "controller/CtrlData.h"
+#include "controller/ValueText.h"
+#include "measure/MeasureTable.h"
+#include "measure/PassFail.h"
+#include "measure/frmMeasure.h"
+#include "measure/frmPassFailed.h"
+#include "sheet/DataSheet.h"
+#include "sheet/SheetRecords.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <QTreeWidget>
+#include <QtTest>
+
+class TestMeasure : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void rowsSlotsAndIcons();
+    void verdicts_data();
+    void verdicts();
+    void limitTexts_data();
+    void limitTexts();
+    void numericCheck_data();
+    void numericCheck();
+    void editorTypesAndKeepsLimits();
+    void okChecksOnlyVpp();
+    void dialogCancelLeavesTheLimits();
+    void exportBytes();
+    void windowFetchesShowsAndJudges();
+    void channel2SelectedWhenChannel1IsOff();
+    void bothChannelsOffRefreshDoesNothing();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+};
+
+void TestMeasure::initTestCase() {
+    RegisterMeasureJobs();
+    RegisterMeasureWindow();
+}
+
+void TestMeasure::init() {
+    tp_ = std::make_unique<TestPlatform>();
+    ResetControllerState();
+    SoftwareSetting = SoftwareSettingRecord();
+    ResetDataSheet();
+    MakerName = "Vexor Technologies,Inc.";
+}
+
+void TestMeasure::cleanup() {
+    ResetDataSheet();
+    tp_.reset();
+}
+
+void TestMeasure::rowsSlotsAndIcons() {
+    // Row order and icon order differ on purpose: Period has icon 12 in row 14.
+    const auto& rows = MeasureRows();
+    QCOMPARE(QString(rows[4].english), QString("Vamp"));
+    QCOMPARE(rows[4].slot, 15);
+    QCOMPARE(QString(rows[13].english), QString("Period"));
+    QCOMPARE(rows[13].icon, 12);
+    QCOMPARE(rows[11].icon, 13);
+    QSet<int> slotSet, icons, names;
+    for (const MeasureRow& r : rows) {
+        slotSet << r.slot;
+        icons << r.icon;
+        names << r.nameIndex;
+        QCOMPARE(MeasureRowName(r), QString(r.english));
+    }
+    QCOMPARE(slotSet.size(), 18);
+    QCOMPARE(icons.size(), 18);
+    QCOMPARE(names.size(), 18);
+}
+
+void TestMeasure::verdicts_data() {
+    QTest::addColumn<int>("family");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<double>("under");
+    QTest::addColumn<double>("over");
+    QTest::addColumn<QString>("verdict");
+    const int v = int(MeasureFamily::Volt), f = int(MeasureFamily::Frequency);
+    const int t = int(MeasureFamily::Time), p = int(MeasureFamily::Percent);
+    QTest::newRow("inside") << v << "1.50V" << 1.0 << 2.0 << "Pass";
+    QTest::newRow("on the under limit") << v << "1.00V" << 1.0 << 2.0 << "Pass";
+    QTest::newRow("on the over limit") << v << "2.00V" << 1.0 << 2.0 << "Pass";
+    QTest::newRow("below") << v << "500mV" << 1.0 << 2.0 << "Fail [Under Limit]";
+    QTest::newRow("above") << t << "10.0us" << 0.0 << 5e-6 << "Fail [Over Limit]";
+    QTest::newRow("unmeasured") << v << "*****" << 0.0 << 1.0 << "Fail";
+    QTest::newRow("frequency") << f << "1.000kHz" << 999.0 << 1001.0 << "Pass";
+    QTest::newRow("percent") << p << "50.0%" << 0.4 << 0.6 << "Pass";
+    QTest::newRow("over below under fails all") << v << "1.50V" << 2.0 << 1.0
+                                                << "Fail [Under Limit]";
+    QTest::newRow("comma made text") << v << "1,50V" << 1.4 << 1.6 << "Pass";
+}
+
+void TestMeasure::verdicts() {
+    QFETCH(int, family);
+    QFETCH(QString, text);
+    QFETCH(double, under);
+    QFETCH(double, over);
+    QFETCH(QString, verdict);
+    MeasureItem item;
+    item.Text = text;
+    item.LimitEnabled = true;
+    item.UnderLimit = under;
+    item.OverLimit = over;
+    QCOMPARE(Verdict(item, static_cast<MeasureFamily>(family)), verdict);
+    item.LimitEnabled = false;
+    QCOMPARE(Verdict(item, static_cast<MeasureFamily>(family)), QString());
+}
+
+void TestMeasure::limitTexts_data() {
+    QTest::addColumn<int>("family");
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("joined");
+    QTest::newRow("volt zero") << int(MeasureFamily::Volt) << 0.0 << "0.000uV";
+    QTest::newRow("frequency zero") << int(MeasureFamily::Frequency) << 0.0 << "0.000mHz";
+    QTest::newRow("time zero") << int(MeasureFamily::Time) << 0.0 << "0.000ps";
+    QTest::newRow("percent zero") << int(MeasureFamily::Percent) << 0.0 << "0.00%";
+    QTest::newRow("negative volt") << int(MeasureFamily::Volt) << -1.0 << "-1.000V";
+}
+
+void TestMeasure::limitTexts() {
+    QFETCH(int, family);
+    QFETCH(double, value);
+    QFETCH(QString, joined);
+    QCOMPARE(FormatLimit(static_cast<MeasureFamily>(family), value).joined, joined);
+}
+
+void TestMeasure::numericCheck_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("numeric");
+    QTest::newRow("exponent") << "1e3" << true;
+    QTest::newRow("negative") << "-2.5" << true;
+    QTest::newRow("blanks") << " 7 " << true;
+    QTest::newRow("letters") << "abc" << false;
+    QTest::newRow("empty") << "" << false;
+}
+
+void TestMeasure::numericCheck() {
+    QFETCH(QString, text);
+    QFETCH(bool, numeric);
+    QCOMPARE(IsNumericText(text), numeric);
+}
+
+void TestMeasure::editorTypesAndKeepsLimits() {
+    std::array<MeasureItem, 18> items;
+    PassFailEditor e(items);
+    QCOMPARE(e.selectedSlot, 0); // Vpp first
+    e.SetEnabled(true);
+    QCOMPARE(e.units, kVoltUnits);
+    e.ChangeUnit(true, 3); // mV
+    QVERIFY(e.EditNumber(true, "-"));  // a lone minus waits for more
+    QVERIFY(e.EditNumber(true, "-5")); // -5 mV
+    QCOMPARE(e.items[0].UnderLimit, -0.005);
+    QVERIFY(!e.EditNumber(false, "x1"));
+    QVERIFY(e.overNum.isEmpty());
+    e.ChangeUnit(false, 2); // V
+    QVERIFY(e.EditNumber(false, "1e3"));
+    QCOMPARE(e.items[0].OverLimit, 1000.0);
+    // The combo's order is the language's: entry 11 is Period.
+    e.SelectByNameIndex(11);
+    QCOMPARE(e.selectedSlot, 10);
+    QCOMPARE(e.units, kTimeUnits);
+    QVERIFY(!e.enabled);
+}
+
+void TestMeasure::okChecksOnlyVpp() {
+    std::array<MeasureItem, 18> items;
+    items[1].UnderLimit = 2; // Vmax over below under: not checked
+    items[1].OverLimit = 1;
+    PassFailEditor vmax(items);
+    QVERIFY(vmax.Accept());
+    items[0].UnderLimit = 2; // Vpp over below under: the dialog stays
+    items[0].OverLimit = 1;
+    PassFailEditor vpp(items);
+    vpp.SelectByNameIndex(0);
+    QVERIFY(!vpp.Accept());
+    QCOMPARE(vpp.items[0].OverLimit, 2.0); // raised to the under limit
+    QVERIFY(vpp.Accept());
+}
+
+void TestMeasure::dialogCancelLeavesTheLimits() {
+    MeasureRecords[0].Items[0].UnderLimit = 0.5;
+    MeasureRecords[0].Items[0].OverLimit = 1;
+    {
+        frmPassFailed dialog(0, "Measure0");
+        QCOMPARE(dialog.windowTitle(), QString("Pass & Fail Setting [Measure0]"));
+        dialog.editor().SetEnabled(true);
+        dialog.editor().EditNumber(true, "3");
+        dialog.reject();
+    }
+    QVERIFY(!LimitsChanged);
+    QCOMPARE(MeasureRecords[0].Items[0].UnderLimit, 0.5);
+    QVERIFY(!MeasureRecords[0].Items[0].LimitEnabled);
+    frmPassFailed dialog(0, "Measure0");
+    dialog.enabledChk()->click();
+    QVERIFY(dialog.underNum()->isEnabled());
+    dialog.underNum()->setText("x");
+    emit dialog.underNum()->textEdited("x");
+    QCOMPARE(tp_->prompts(), QStringList{MsgBadNumber});
+    QVERIFY(dialog.underNum()->text().isEmpty());
+    dialog.OKButton_Click();
+    QVERIFY(LimitsChanged);
+    QVERIFY(MeasureRecords[0].Items[0].LimitEnabled);
+}
+
+void TestMeasure::exportBytes() {
+    MeasureRecord r;
+    r.SettingText = "CH1 1.00V  1.00ms 1.000MSa [Date:1/2/26] ";
+    r.Items[0].Text = "2.00V";
+    r.Items[0].LimitEnabled = true;
+    r.Items[0].UnderLimit = 1;
+    r.Items[0].OverLimit = 3;
+    r.Items[0].Verdict = "Pass";
+    r.Items[7].Text = "*****";
+    const QByteArray bytes = MeasureExportBytes(r);
+    const QList<QByteArray> lines = bytes.split('\n');
+    QVERIFY(bytes.contains("\r\n"));
+    QCOMPARE(lines[0], QByteArray("Vexor Technologies,Inc. -[Measure]\r"));
+    for (int i = 1; i <= 4; ++i)
+        QCOMPARE(lines[i], QByteArray("\r"));
+    QCOMPARE(lines[5], r.SettingText.toUtf8() + "\r");
+    QCOMPARE(lines[6], QByteArray("\r"));
+    QCOMPARE(lines[7], QString::fromUtf8("  类型\t   值\t  下限\t  上限\t通过&失败\r").toUtf8());
+    QCOMPARE(lines[8], QByteArray("Vpp\t2.00V\t1.000V\t3.000V\tPass\r"));
+    QCOMPARE(lines[9], QByteArray("Vmax\t\t\t\t\r"));
+    QCOMPARE(lines[18], QByteArray("Frequency\t*****\t\t\t\r"));
+    QCOMPARE(lines.size(), 8 + 18 + 1);
+}
+
+void TestMeasure::windowFetchesShowsAndJudges() {
+    SimulatedLink link;
+    QVERIFY(link.connected());
+    CtrlData.Ch1Display = CtrlData.Ch2Display = WordOn;
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Measure);
+    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
+    w->Timer1_Timer();
+    QVERIFY(w->option(0)->isChecked());
+    QCOMPARE(w->view()->topLevelItemCount(), 18);
+    QVERIFY(w->view()->topLevelItem(0)->text(1).isEmpty());
+    MeasureRecords[0].Items[7].LimitEnabled = true; // Frequency: 1 kHz within 900..1100
+    MeasureRecords[0].Items[7].UnderLimit = 900;
+    MeasureRecords[0].Items[7].OverLimit = 1100;
+    link.clearLog();
+    w->cmdRefresh_Click();
+    QVERIFY(link.log().contains(":MEASURE:SOURCE CHANNEL1"));
+    QVERIFY(MeasureRecords[0].Loaded);
+    QVERIFY(MeasureRecords[0].SettingText.startsWith("CH1 "));
+    QTreeWidgetItem* frequency = w->view()->topLevelItem(10);
+    QCOMPARE(frequency->text(0), QString("Frequency"));
+    QVERIFY(!frequency->text(1).isEmpty());
+    QCOMPARE(frequency->text(4), QString("Pass"));
+    QVERIFY(frequency->text(2).endsWith("Hz"));
+    QCOMPARE(MeasureRecords[0].Items[7].Verdict, QString("Pass"));
+    // The export writes what the list shows.
+    const QString path = tp_->tempPath("m.xls");
+    tp_->chosenPaths = {path};
+    w->cmdExport_Click();
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll(), MeasureExportBytes(MeasureRecords[0]));
+}
+
+void TestMeasure::channel2SelectedWhenChannel1IsOff() {
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Measure);
+    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
+    CtrlData.Ch1Display = WordOff;
+    CtrlData.Ch2Display = WordOn;
+    w->Timer1_Timer();
+    QVERIFY(!w->option(0)->isEnabled() && !w->option(0)->isChecked());
+    QVERIFY(w->option(1)->isEnabled() && w->option(1)->isChecked());
+}
+
+void TestMeasure::bothChannelsOffRefreshDoesNothing() {
+    SimulatedLink link;
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Measure);
+    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
+    CtrlData.Ch1Display = CtrlData.Ch2Display = WordOff;
+    w->Timer1_Timer();
+    link.clearLog();
+    w->cmdRefresh_Click();
+    QVERIFY(tp_->boxes.isEmpty());
+    QVERIFY(link.log().isEmpty());
+    QVERIFY(!MeasureRecords[0].Loaded);
+}
+
+QTEST_MAIN(TestMeasure)
+#include "tst_measure.moc"
