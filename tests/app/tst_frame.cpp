@@ -186,7 +186,15 @@ void TestFrame::yesThenNoSavesTheSheetAndCloses() {
     startFrame();
     SheetDirty = true;
     CtrlDirty = true;
-    tp_->answers = {platform::MsgResult::Yes, platform::MsgResult::No};
+    // A Yes whose save does not happen (the save dialog cancelled) keeps the
+    // program open: closing would lose the changes.
+    tp_->answers = {platform::MsgResult::Yes};
+    tp_->chosenPaths = {std::nullopt};
+    QVERIFY(!frame_->close());
+    QCOMPARE(tp_->boxes.size(), 1);
+    QVERIFY(SheetDirty);
+    tp_->boxes.clear();
+    tp_->answers = {platform::MsgResult::No, platform::MsgResult::No};
     QVERIFY(frame_->close());
     QCOMPARE(tp_->boxes.size(), 2);
 }
