@@ -30,6 +30,7 @@
 #include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
 #include "measure/frmMeasure.h"
+#include "replay/frmRecordPlay.h"
 #include "views/frmData.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
@@ -385,6 +386,7 @@ void frmMain::Load() {
     RegisterWaveWindow();
     RegisterDataWindow();
     RegisterMeasureWindow();
+    RegisterRecordWindow();
     SheetDirty = false;
     setLamps(Connected);   // 6
     StartLinkTimers();     // 7

@@ -596,7 +596,11 @@ void drawLocalSpectrum(Surface& s, const WaveRecord& r, double z, bool colour) {
 // ---- the entry points -------------------------------------------------------------------
 
 void DrawScrGrid(QPainter& painter, const WaveRecord& rec, double z, QSize size) {
-    const bool colour = rec.ColorDisplay;
+    DrawScreenGrid(painter, ScreenStyle{rec.ColorDisplay, rec.GridOn, rec.SplitScreen}, z, size);
+}
+
+void DrawScreenGrid(QPainter& painter, const ScreenStyle& style, double z, QSize size) {
+    const bool colour = style.colour;
     painter.fillRect(QRect(QPoint(0, 0), size), colour ? Qt::black : Qt::white);
     Surface s(painter);
     s.setFore(colour ? ColorGridLight : Qt::black);
@@ -612,8 +616,8 @@ void DrawScrGrid(QPainter& painter, const WaveRecord& rec, double z, QSize size)
     s.flush();
     std::vector<QPointF> dots;
     dots.reserve(static_cast<std::size_t>(4000 * z * z + 4000));
-    drawTicks(dots, z, rec.SplitScreen);
-    if (rec.GridOn) drawGridDots(dots, z, rec.SplitScreen);
+    drawTicks(dots, z, style.split);
+    if (style.grid) drawGridDots(dots, z, style.split);
     painter.drawPoints(dots.data(), static_cast<int>(dots.size()));
     s.setFore(colour ? ColorMarker : Qt::black);
     s.setBold(true);

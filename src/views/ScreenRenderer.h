@@ -60,6 +60,14 @@ private:
 double ScreenVolt(const QString& text);
 double ScreenTime(const QString& text);
 
+// How a screen looks: colour or black on white, grid dots, two areas.
+struct ScreenStyle {
+    bool colour = true;
+    bool grid = true;
+    bool split = false;
+};
+void DrawScreenGrid(QPainter& painter, const ScreenStyle& style, double z, QSize size);
+
 // Background, frame, ticks, grid and logo. `split` and the colours come from
 // the record; the whole picture of `size` is cleared.
 void DrawScrGrid(QPainter& painter, const WaveRecord& rec, double z, QSize size);

@@ -79,9 +79,9 @@ void WavePicture::mouseReleaseEvent(QMouseEvent* e) {
 }
 
 void WavePicture::setImage(const QImage& image) {
+    if (image.size() != image_.size()) setFixedSize(image.size());
     image_ = image;
-    setFixedSize(image.size());
-    update();
+    update(); // repaints coalesce: many images a second cost one paint a frame
 }
 
 void WavePicture::paintEvent(QPaintEvent*) {

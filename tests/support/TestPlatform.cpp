@@ -3,7 +3,14 @@
 #include "platform/Pacing.h"
 #include "platform/Settings.h"
 
+namespace {
+// The stand-ins in force: a new set replaces the old before the old one goes,
+// so only the newest may take the hooks away.
+TestPlatform* g_current = nullptr;
+} // namespace
+
 TestPlatform::TestPlatform() {
+    g_current = this;
     platform::SetSettingsDirectory(dir_.path() + "/config");
     platform::SetPacingScale(0);
     platform::SetMsgBoxHook([this](const platform::MsgBoxRequest& r) {
@@ -25,6 +32,8 @@ TestPlatform::TestPlatform() {
 }
 
 TestPlatform::~TestPlatform() {
+    if (g_current != this) return;
+    g_current = nullptr;
     platform::SetMsgBoxHook({});
     platform::SetFileDialogHook({});
     platform::SetPrintHook({});

@@ -1,0 +1,380 @@
+// Record files and their replay: the reader's failure table on real and
+// broken files, the corrected samples, the frame clamp, the interval ladder,
+// and the window on a file the simulator wrote.
+#include "TestPlatform.h"
+
+#include "Files.h"
+#include "app/LoadLanguage.h"
+#include "app/StringRES.h"
+#include "replay/RecordFile.h"
+#include "replay/Replay.h"
+#include "replay/frmRecordPlay.h"
+#include "sheet/DataSheet.h"
+#include "sheet/SheetRecords.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QSlider>
+#include <QToolButton>
+#include <QtTest>
+#include <zlib.h>
+
+namespace {
+
+QByteArray head(int source, int selected, int first, int last, bool ch1Valid, bool ch2Valid) {
+    QByteArray h(kRecordHeadSize, '\0');
+    auto put = [&h](int at, qint64 v, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            h[at + i] = static_cast<char>((v >> (8 * i)) & 0xFF);
+    };
+    put(0, 0xBABA, 2);
+    put(8, source, 4);
+    put(12, selected, 4);
+    put(16, first, 2);
+    put(18, last, 2);
+    h[20] = ch1Valid ? 1 : 0;
+    put(24, 500000, 4); // 0.5 V a division
+    put(28, 25, 2);     // one division up
+    h[30] = ch2Valid ? 1 : 0;
+    put(32, 2000000, 4);
+    put(40, 1000000000LL, 8); // 1 ms a division
+    return h;
+}
+
+QByteArray compressed(const QByteArray& frames) {
+    uLongf length = compressBound(static_cast<uLong>(frames.size()));
+    QByteArray out(static_cast<qsizetype>(length), '\0');
+    compress(reinterpret_cast<Bytef*>(out.data()), &length,
+             reinterpret_cast<const Bytef*>(frames.constData()), static_cast<uLong>(frames.size()));
+    out.resize(static_cast<qsizetype>(length));
+    return out;
+}
+
+QByteArray frames(int count, unsigned char fill) {
+    return QByteArray(count * kFrameBytes, static_cast<char>(fill));
+}
+
+QString simulatorRecord(const QString& path, int frames, int channel) {
+    sim::RecordSpec spec;
+    spec.frames = frames;
+    spec.channel = channel;
+    std::string error;
+    return sim::WriteRecordFile(path.toStdString(), spec, &error) ? path : QString();
+}
+
+} // namespace
+
+class TestReplay : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void failures_data();
+    void failures();
+    void sourceAndSelected_data();
+    void sourceAndSelected();
+    void invalidChannelKeepsTheOtherFields();
+    void samplesClampedToTheScreen();
+    void simulatorFileLoads();
+    void mutatedFilesNeverCrash();
+    void clamp_data();
+    void clamp();
+    void intervalLadder_data();
+    void intervalLadder();
+    void holdAcceleratesFromTheSixthTick();
+    void loopWrapsAndSingleRestsInPause();
+    void stepBackFromTheFirstFrame();
+    void windowPlaysAFile();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+};
+
+void TestReplay::initTestCase() {
+    RegisterRecordWindow();
+}
+
+void TestReplay::init() {
+    tp_.reset(); // the old stand-ins go before the new ones come
+    tp_ = std::make_unique<TestPlatform>();
+    ApplyLanguage(kLanguageEnglish);
+    RecordRecords[0] = RecordRecord();
+}
+
+void TestReplay::failures_data() {
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<int>("result");
+    const QByteArray good = head(0, 0, 1, 2, true, false);
+    QTest::newRow("empty") << QByteArray() << int(RecordLoad::FormatError);
+    QTest::newRow("one byte") << QByteArray(1, '\xBA') << int(RecordLoad::FormatError);
+    QTest::newRow("wrong magic") << QByteArray(100, 'x') << int(RecordLoad::FormatError);
+    QTest::newRow("head only, 56 bytes") << good << int(RecordLoad::UtilityFail);
+    QTest::newRow("short head") << good.left(20) << int(RecordLoad::UtilityFail);
+    QTest::newRow("not zlib") << good + QByteArray(50, 'z') << int(RecordLoad::UtilityFail);
+    const QByteArray block = compressed(frames(2, 100));
+    QTest::newRow("cut block") << good + block.left(block.size() / 2)
+                               << int(RecordLoad::UtilityFail);
+    // More than the capacity unpacks: fails at the real capacity, no crash.
+    QTest::newRow("bomb") << good + compressed(QByteArray(kRecordCapacity + 4096, '\x40'))
+                          << int(RecordLoad::UtilityFail);
+    QTest::newRow("more samples than kept")
+        << good + compressed(frames(2060, 100)) << int(RecordLoad::UtilityFail);
+    QTest::newRow("good") << good + block << int(RecordLoad::Ok);
+}
+
+void TestReplay::failures() {
+    QFETCH(QByteArray, file);
+    QFETCH(int, result);
+    RecordRecord rec;
+    rec.VoltDiv = "before";
+    QCOMPARE(int(LoadRecordBytes(file, rec)), result);
+    if (result != int(RecordLoad::Ok)) {
+        QCOMPARE(rec.VoltDiv, QString("before"));
+        QVERIFY(!rec.Loaded);
+    }
+}
+
+void TestReplay::sourceAndSelected_data() {
+    QTest::addColumn<int>("source");
+    QTest::addColumn<int>("selected");
+    QTest::addColumn<QString>("channel");
+    QTest::newRow("0 is CH1") << 0 << 1 << "CH1";
+    QTest::newRow("1 is CH2") << 1 << 0 << "CH2";
+    QTest::newRow("2 with 1 is CH2") << 2 << 1 << "CH2";
+    QTest::newRow("2 with 0 is CH1") << 2 << 0 << "CH1";
+}
+
+void TestReplay::sourceAndSelected() {
+    QFETCH(int, source);
+    QFETCH(int, selected);
+    QFETCH(QString, channel);
+    RecordRecord rec;
+    const QByteArray file = head(source, selected, 3, 7, true, true) + compressed(frames(5, 100));
+    QCOMPARE(LoadRecordBytes(file, rec), RecordLoad::Ok);
+    QCOMPARE(rec.Source, channel);
+    QCOMPARE(rec.FrameCount, std::int16_t(5));
+    QCOMPARE(rec.FirstFrame, std::int16_t(1));
+    QCOMPARE(rec.CurrentFrame, std::int16_t(1));
+    QCOMPARE(rec.VoltDiv, channel == "CH1" ? QString("500mV") : QString("2.00V"));
+    QCOMPARE(rec.TimeDiv, QString("1.000ms"));
+}
+
+void TestReplay::invalidChannelKeepsTheOtherFields() {
+    RecordRecord rec;
+    rec.VoltDiv = "kept";
+    rec.FrameCount = 9;
+    const QByteArray file = head(1, 0, 1, 2, true, false) + compressed(frames(2, 30));
+    QCOMPARE(LoadRecordBytes(file, rec), RecordLoad::ChannelInvalid);
+    QCOMPARE(RecordLoadMessage(RecordLoad::ChannelInvalid), MsgBadChannelData);
+    QCOMPARE(rec.Source, QString("CH2"));
+    QCOMPARE(int(rec.Samples.size()), 2 * kFrameBytes);
+    QCOMPARE(rec.VoltDiv, QString("kept"));
+    QCOMPARE(rec.FrameCount, std::int16_t(9));
+    QVERIFY(!rec.Loaded);
+}
+
+void TestReplay::samplesClampedToTheScreen() {
+    QByteArray f = frames(1, 100);
+    f[kFrameSampleAt] = 3;             // above the screen: the top line
+    f[kFrameSampleAt + 1] = char(250); // below: the bottom line
+    RecordRecord rec;
+    QCOMPARE(LoadRecordBytes(head(0, 0, 1, 1, true, false) + compressed(f), rec), RecordLoad::Ok);
+    QCOMPARE(FrameSample(rec, 1, 0), 0);
+    QCOMPARE(FrameSample(rec, 1, 1), 199);
+    QCOMPARE(FrameSample(rec, 1, 2), 75);
+    QCOMPARE(FrameSample(rec, 2, 0), -1); // a frame the record does not hold
+}
+
+void TestReplay::simulatorFileLoads() {
+    const QString path = simulatorRecord(tp_->tempPath("sim.rcd"), 200, 2);
+    QVERIFY(!path.isEmpty());
+    RecordRecord rec;
+    QString error;
+    QCOMPARE(LoadRecordFile(path, rec, &error), RecordLoad::Ok);
+    QCOMPARE(rec.FrameCount, std::int16_t(200));
+    QCOMPARE(rec.Source, QString("CH2"));
+    QCOMPARE(rec.FilePath, path);
+    for (int k = 0; k < kFrameSamples; ++k) {
+        const int s = FrameSample(rec, 200, k);
+        QVERIFY(s >= 0 && s <= 199);
+    }
+}
+
+void TestReplay::mutatedFilesNeverCrash() {
+    const QString path = simulatorRecord(tp_->tempPath("seed.rcd"), 20, 1);
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray seed = f.readAll();
+    QRandomGenerator random(12345);
+    int loaded = 0;
+    for (int round = 0; round < 3000; ++round) {
+        QByteArray file = seed;
+        const int edits = 1 + random.bounded(8);
+        for (int e = 0; e < edits; ++e) {
+            const int at = random.bounded(static_cast<int>(file.size()));
+            switch (random.bounded(3)) {
+            case 0:
+                file[at] = static_cast<char>(random.bounded(256));
+                break;
+            case 1:
+                file.truncate(at);
+                break;
+            default:
+                file.insert(at, QByteArray(random.bounded(64), static_cast<char>(random.bounded(256))));
+                break;
+            }
+            if (file.isEmpty()) break;
+        }
+        RecordRecord rec;
+        if (LoadRecordBytes(file, rec) == RecordLoad::Ok) {
+            ++loaded;
+            // Every frame the head promises reads inside the samples or not at all.
+            for (int frame = 1; frame <= std::max<int>(1, rec.FrameCount); frame += 7)
+                for (int k = 0; k < kFrameSamples; k += 50)
+                    QVERIFY(FrameSample(rec, frame, k) <= 199);
+        }
+    }
+    QVERIFY(loaded > 0);
+}
+
+void TestReplay::clamp_data() {
+    QTest::addColumn<int>("wanted");
+    QTest::addColumn<bool>("loop");
+    QTest::addColumn<int>("frame");
+    QTest::newRow("below, loop") << 0 << true << 1;
+    QTest::newRow("below, single") << -3 << false << 1;
+    QTest::newRow("inside") << 5 << false << 5;
+    QTest::newRow("above, loop") << 11 << true << 1;
+    QTest::newRow("above, single") << 11 << false << 10;
+}
+
+void TestReplay::clamp() {
+    QFETCH(int, wanted);
+    QFETCH(bool, loop);
+    QFETCH(int, frame);
+    QCOMPARE(ClampFrame(wanted, 10, loop), frame);
+}
+
+void TestReplay::intervalLadder_data() {
+    QTest::addColumn<double>("interval");
+    QTest::addColumn<bool>("up");
+    QTest::addColumn<double>("next");
+    QTest::newRow("0.999 up is 1.0") << 0.999 << true << 1.0;
+    QTest::newRow("1.0 up is 1.001") << 1.0 << true << 1.001;
+    QTest::newRow("1.001 up is 1.011") << 1.001 << true << 1.011;
+    QTest::newRow("1 ms down stays") << 0.001 << false << 0.001;
+    QTest::newRow("60 s up stays") << 60.0 << true << 60.0;
+    QTest::newRow("default down") << 0.05 << false << 0.049;
+}
+
+void TestReplay::intervalLadder() {
+    QFETCH(double, interval);
+    QFETCH(bool, up);
+    QFETCH(double, next);
+    QCOMPARE(StepInterval(interval, up, 1), next);
+}
+
+void TestReplay::holdAcceleratesFromTheSixthTick() {
+    RecordRecord rec;
+    ReplayController c([&rec]() -> RecordRecord& { return rec; });
+    c.SpeedPress(true);
+    QCOMPARE(rec.IntervalSeconds, 0.051);
+    for (int tick = 1; tick <= 5; ++tick)
+        c.SpeedTick();
+    QCOMPARE(rec.IntervalSeconds, 0.051); // five ticks change nothing
+    c.SpeedTick();
+    QCOMPARE(rec.IntervalSeconds, 0.053); // the sixth: twice the step
+    for (int tick = 7; tick <= 11; ++tick)
+        c.SpeedTick();
+    QCOMPARE(rec.IntervalSeconds, 0.053 + 4 * 0.002 + 0.005);
+    c.DefaultInterval();
+    QCOMPARE(rec.IntervalSeconds, 0.05);
+}
+
+void TestReplay::loopWrapsAndSingleRestsInPause() {
+    RecordRecord rec;
+    rec.Loaded = rec.HasSamples = true;
+    rec.FrameCount = 3;
+    int draws = 0;
+    ReplayController c([&rec]() -> RecordRecord& { return rec; });
+    c.setSlider = [&c](int v) { c.SliderChanged(v); };
+    c.drawFrame = [&draws] { ++draws; };
+    rec.Loop = true;
+    c.Start();
+    QCOMPARE(c.status(), ReplayStatus::Replaying);
+    c.Tick();
+    c.Tick();
+    QCOMPARE(rec.CurrentFrame, std::int16_t(3));
+    c.Tick();
+    QCOMPARE(rec.CurrentFrame, std::int16_t(1)); // the loop wraps
+    QCOMPARE(c.status(), ReplayStatus::Replaying);
+    rec.Loop = false;
+    c.Tick();
+    c.Tick();
+    QCOMPARE(rec.CurrentFrame, std::int16_t(3));
+    QCOMPARE(c.status(), ReplayStatus::Pause); // a single replay rests on its last frame
+    c.Start();
+    QCOMPARE(rec.CurrentFrame, std::int16_t(1)); // and starts again from the first
+    QVERIFY(draws >= 5);
+    // A one-frame record: Start runs and ends at once in Pause.
+    rec.FrameCount = 1;
+    rec.CurrentFrame = 1;
+    c.Start();
+    QCOMPARE(c.status(), ReplayStatus::Pause);
+}
+
+void TestReplay::stepBackFromTheFirstFrame() {
+    for (bool loop : {false, true}) {
+        RecordRecord rec;
+        rec.Loaded = true;
+        rec.FrameCount = 4;
+        rec.Loop = loop;
+        ReplayController c([&rec]() -> RecordRecord& { return rec; });
+        c.setSlider = [&c](int v) { c.SliderChanged(v); };
+        c.Step(-1);
+        QCOMPARE(rec.CurrentFrame, std::int16_t(1));
+    }
+}
+
+void TestReplay::windowPlaysAFile() {
+    ResetDataSheet();
+    QVERIFY(NewDataSheet());
+    QCOMPARE(AddDocument(DocKind::Record), 0);
+    auto* w = qobject_cast<frmRecordPlay*>(DocForm(DocKind::Record, 0));
+    QVERIFY(w);
+    w->Timer1_Timer();
+    QCOMPARE(w->StatusLine(), QString("Please open the waveform record file."));
+    QVERIFY(!w->playButton(0)->isEnabled());
+    const QString path = simulatorRecord(tp_->tempPath("play.rcd"), 30, 1);
+    tp_->chosenPaths = {path};
+    w->OpenRecordFile();
+    QCOMPARE(tp_->fileDialogs[0].title, QString("Open Record Files"));
+    QCOMPARE(tp_->fileDialogs[0].filter, QString("Record Files (*.rcd)|*.rcd"));
+    QVERIFY(RecordRecords[0].Loaded);
+    QVERIFY(w->windowTitle().endsWith("(" + path + ")"));
+    QCOMPARE(w->controller().status(), ReplayStatus::Replaying);
+    QVERIFY(w->slider()->isEnabled());
+    QCOMPARE(w->slider()->maximum(), 30);
+    w->controller().Step(1);
+    QCOMPARE(RecordRecords[0].CurrentFrame, std::int16_t(2));
+    QCOMPARE(w->controller().status(), ReplayStatus::Pause);
+    QCOMPARE(w->StatusLine(), QString("Pause 2/30"));
+    QCOMPARE(w->slider()->value(), 2);
+    // The trace is drawn in the channel's colour.
+    int yellow = 0;
+    const QImage& picture = w->picture();
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 30; x < picture.width() - 30; ++x)
+            if (picture.pixelColor(x, y) == QColor(255, 255, 0)) ++yellow;
+    QVERIFY(yellow > 100);
+    w->SetColour(false);
+    QCOMPARE(w->picture().pixelColor(2, 2), QColor(Qt::white));
+    const QString bmp = tp_->tempPath("frame.bmp");
+    tp_->chosenPaths = {bmp};
+    w->SaveBitmap();
+    QCOMPARE(QImage(bmp).size(), w->picture().size());
+    ResetDataSheet();
+}
+
+QTEST_MAIN(TestReplay)
+#include "tst_replay.moc"
