@@ -117,7 +117,8 @@ bool WriteWaveformFile(const std::string& path, const WaveformSpec& s, std::stri
     const float rate =
         s.sampleRate > 0 ? s.sampleRate : static_cast<float>(s.points / (12 * s.secondsPerDiv));
     putFloat(h, 100, rate);
-    put(h, 112, static_cast<std::uint64_t>(picoseconds(-s.secondsPerDiv * 6)), 8);
+    // The time origin is the time of the middle sample, the one at t = 0 below.
+    put(h, 112, 0, 8);
     const bool digital = s.digital && !s.olderHead;
     h[120] = digital ? 1 : 0;
     put(h, 122, s.digitalMask, 2);
@@ -128,7 +129,7 @@ bool WriteWaveformFile(const std::string& path, const WaveformSpec& s, std::stri
     put(h, 236, static_cast<std::uint64_t>(picoseconds(s.secondsPerDiv2)), 8);
     put(h, 244, static_cast<std::uint64_t>(picoseconds(s.delaySeconds)), 8);
     putFloat(h, 252, static_cast<float>(points2 / (12 * s.secondsPerDiv2)));
-    put(h, 264, static_cast<std::uint64_t>(picoseconds(-s.secondsPerDiv2 * 6)), 8);
+    put(h, 264, 0, 8);
 
     std::vector<std::uint8_t> file;
     if (s.olderHead) {

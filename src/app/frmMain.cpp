@@ -30,6 +30,7 @@
 #include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
 #include "measure/frmMeasure.h"
+#include "memwave/frmOpenWaveform.h"
 #include "replay/frmRecordPlay.h"
 #include "views/frmData.h"
 #include "sheet/DataSheet.h"
@@ -387,6 +388,7 @@ void frmMain::Load() {
     RegisterDataWindow();
     RegisterMeasureWindow();
     RegisterRecordWindow();
+    RegisterMemoryWaveWindow();
     SheetDirty = false;
     setLamps(Connected);   // 6
     StartLinkTimers();     // 7

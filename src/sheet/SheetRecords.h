@@ -120,6 +120,29 @@ struct RecordRecord {
 struct MemoryRecord {
     QString Name, FilePath;
     bool Loaded = false, Used = false, AutoRunning = false;
+    QString TriggerMode; // "ALTERNATION" or "EDGE"
+    std::vector<std::int16_t> Ch1Data, Ch2Data; // screen rows + 25, indexes 0..n
+    std::vector<std::uint8_t> LAData;          // the digital section as it came
+    bool Ch1Valid = false, Ch2Valid = false, LAValid = false;
+    std::uint8_t Ch1On = 0, Ch2On = 0, LAOn = 0;
+    std::int32_t PointsMain = 0, Points1 = 0, Points2 = 0;
+    float SampleRateMain = 0, SampleRate1 = 0, SampleRate2 = 0;
+    double TimeDiv = 0, Delay = 0, TimeDiv1 = 0, Delay1 = 0, TimeDiv2 = 0, Delay2 = 0;
+    double TimeOriginMain = 0, TimeOrigin1 = 0, TimeOrigin2 = 0;
+    float OffsetVolt1 = 0, OffsetVolt2 = 0, VoltDiv1 = 0, VoltDiv2 = 0;
+    float Ch1ScaleStored = 0, Ch2ScaleStored = 0; // volts a division at capture
+    float CaptureOffset1 = 0, CaptureOffset2 = 0; // volts at capture
+    std::int16_t Ch1Extra = 0, Ch2Extra = 0;
+    double TimeExtra = 0;
+    std::uint16_t LAEnableMask = 0;
+    std::array<std::int16_t, 16> LAPositionRow{};
+    std::uint8_t LASetting1 = 0, LASetting2 = 0, LASetting3 = 0;
+    std::int32_t ScreenPoints = 0;
+    bool Alternate = false;
+    // The viewer's choices.
+    bool ColorDisplay = true, GridOn = true;
+    std::int32_t SourceStart = 0, SourceStop = 0;
+    std::int16_t ScreenStart = 0, ScreenStop = 0;
     QTreeWidgetItem* TreeNode = nullptr;
 };
 

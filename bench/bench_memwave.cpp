@@ -1,0 +1,91 @@
+// The memory waveform viewer on a 2,000,000-point capture (both channels and
+// digital data): open to the first picture, one zoom or scroll step through
+// the pipeline (and the same on a 10,000-point capture), the CSV export, and
+// the peak memory above the program's idle size.
+#include "Files.h"
+#include "app/LoadLanguage.h"
+#include "memwave/CsvExport.h"
+#include "memwave/MemoryView.h"
+#include "memwave/WaveformFile.h"
+#include "views/ScreenRenderer.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+// The peak resident size starts again from the present one (Linux: clear_refs 5).
+void resetPeak() {
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+long peakKiB() {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
+    return 0;
+}
+
+double stepMedian(MemoryRecord& rec, MemoryView& view) {
+    std::vector<double> times;
+    const double timeDiv = rec.TimeDiv;
+    for (int i = 0; i < 200; ++i) {
+        rec.TimeDiv = timeDiv * (i % 2 ? 0.5 : 1.0); // zoom in and out
+        rec.Delay = (i % 7) * timeDiv / 10;            // and scroll
+        QElapsedTimer clock;
+        clock.start();
+        view.pipeline(rec, PipelinePart::All);
+        times.push_back(clock.nsecsElapsed() / 1e6);
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    ApplyLanguage(kLanguageEnglish);
+    QTemporaryDir dir;
+    for (int points : {10000, 2000000}) {
+        const QString path = dir.filePath(QString("w%1.wfm").arg(points));
+        sim::WaveformSpec spec;
+        spec.points = points;
+        std::string error;
+        if (!sim::WriteWaveformFile(path.toStdString(), spec, &error)) return 1;
+        resetPeak();
+        const long idle = peakKiB();
+        QElapsedTimer clock;
+        clock.start();
+        MemoryRecord rec;
+        QString message;
+        LoadWaveformFile(path, rec, &message);
+        MemoryView view;
+        view.attach(rec);
+        view.pipeline(rec, PipelinePart::All);
+        const QImage first = RenderScreen(view.screen(), 1.0, true);
+        const double open = clock.nsecsElapsed() / 1e6;
+        const double fileMiB = QFileInfo(path).size() / 1048576.0;
+        std::printf("%7d points: open to first picture %.1f ms (target at most 50 ms)\n", points,
+                    open);
+        std::printf("%7d points: zoom or scroll step median %.3f ms (target at most 2 ms)\n",
+                    points, stepMedian(rec, view));
+        if (points == 2000000) {
+            std::printf("peak memory above idle: %.1f MiB for a %.1f MiB file (target at most %.1f)\n",
+                        (peakKiB() - idle) / 1024.0, fileMiB, 3 * fileMiB);
+            clock.restart();
+            const QString csv = dir.filePath("w.csv");
+            ExportCsv(csv, rec, {});
+            std::printf("CSV export of 2,000,000 rows: %.0f ms, %.1f MiB (target at most 1000 ms)\n",
+                        clock.nsecsElapsed() / 1e6, QFileInfo(csv).size() / 1048576.0);
+        }
+    }
+    return 0;
+}
