@@ -5,7 +5,10 @@
 #include "app/StringRES.h"
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
+#include "app/FileFunc.h"
+#include "platform/FileDialog.h"
 #include "sheet/DocWindow.h"
+#include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
 
 #include <QMdiArea>
@@ -468,4 +471,110 @@ void ResetDataSheet() {
     SheetDirty = false;
     g_sorted = false;
     updatePresence();
+}
+
+void SetDocCounts(const std::array<int, kDocKindCount>& counts) {
+    g_counts = counts;
+}
+
+// ---- the sheet's file --------------------------------------------------------------------
+
+namespace {
+
+bool chinese() {
+    return CaptionLanguage() == kLanguageChinese;
+}
+
+std::optional<QString> sheetDialog(bool save, const QString& title) {
+    platform::FileDialogRequest request;
+    request.save = save;
+    request.title = title;
+    request.filter = (chinese() ? QString::fromUtf8("数据浏览器文件 ") : QStringLiteral("Data Sheet Files ")) +
+                     "(*.ult)|*.ult";
+    request.fileMustExist = !save;
+    request.overwritePrompt = save;
+    return platform::ShowFileDialog(request);
+}
+
+bool saveTo(const QString& path) {
+    if (!SaveSheet(path)) return false; // the old file stays, the sheet stays dirty
+    SheetPath = path;
+    SheetDirty = false;
+    AddRecentSheet(path);
+    return true;
+}
+
+} // namespace
+
+bool SaveDataSheet() {
+    if (!SheetExists()) return false;
+    if (!SheetPath.isEmpty()) return saveTo(SheetPath);
+    return SaveDataSheetAs(chinese() ? QString::fromUtf8("保存") : QStringLiteral("Save"));
+}
+
+bool SaveDataSheetAs() {
+    return SaveDataSheetAs(chinese() ? QString::fromUtf8("另存为") : QStringLiteral("Save As"));
+}
+
+bool SaveDataSheetAs(const QString& title) {
+    if (!SheetExists()) return false;
+    const std::optional<QString> path = sheetDialog(true, title);
+    if (!path || path->isEmpty()) return false;
+    return saveTo(*path);
+}
+
+void RestoreWindows() {
+    addSheetRoot();
+    for (const DocKindInfo& info : kKinds) {
+        for (int slot = 0; slot < DocCount(info.kind); ++slot) {
+            QPointer<DocWindow>& form = formSlot(info.kind, slot);
+            if (!form) {
+                const DocWindowFactory& make = g_factories[static_cast<std::size_t>(index(info.kind))];
+                form = make ? make(slot) : new EmptyDocWindow(info.kind, slot);
+            }
+            form->SetTag(slot);
+            DocNode(info.kind, slot) = addDocNode(DocName(info.kind, slot));
+            if (info.kind == DocKind::Wave) {
+                WaveRecords[slot].NeedsInit = true;
+                WaveRecords[slot].AutoRunning = false;
+            } else if (info.kind == DocKind::Measure) {
+                MeasureRecords[slot].AutoRunning = false;
+            } else if (info.kind == DocKind::Data) {
+                DataRecords[slot].AutoRunning = false;
+            } else if (info.kind == DocKind::Record) {
+                RecordRecords[slot].Status = 1; // a replay comes back paused
+            }
+            form->setWindowTitle(DocCaption(info.kind, slot));
+            ShowDocWindow(form);
+            form->ShowRecord();
+        }
+    }
+    HolderNode()->setExpanded(true);
+    updatePresence();
+}
+
+void OpenDataSheet(const QString& path) {
+    if (!AskToSaveSheetChanges()) return;
+    closeSheet();
+    SheetPath = path;
+    SheetName.clear();
+    const SheetRead result = ReadSheet(path);
+    if (result == SheetRead::BadSignature) {
+        clearAllRecords(); // a refused file leaves the sheet empty
+        SheetPath.clear();
+        updatePresence();
+        return;
+    }
+    if (result == SheetRead::Ok) AddRecentSheet(path);
+    RestoreWindows();
+    SheetDirty = false;
+}
+
+void OpenDataSheetWithDialog() {
+    if (!AskToSaveSheetChanges()) return;
+    const std::optional<QString> path =
+        sheetDialog(false, chinese() ? QString::fromUtf8("打开") : QStringLiteral("Open"));
+    if (!path || path->isEmpty()) return;
+    SheetDirty = false; // asked already
+    OpenDataSheet(*path);
 }

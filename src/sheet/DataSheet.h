@@ -4,6 +4,7 @@
 // operations of the tree's menu: new, open, save, add, rename, remove, sort.
 // Windows are views; the records of sheet/SheetRecords.h hold the data.
 #include <QString>
+#include <array>
 #include <functional>
 
 class QMdiArea;
@@ -83,10 +84,11 @@ bool ChangeFormName(const QString& newName);
 // The window caption of a document: its name, and for the file kinds the file.
 QString DocCaption(DocKind kind, int slot);
 
-// The sheet's files (the file format comes with its own module; until then
-// a sheet lives in memory). SaveDataSheet is false when nothing was saved.
+// The sheet's files (sheet/SheetFile.h): Save, Save As and Open with their
+// dialogs, the changes prompt and the recent list. False when nothing was saved.
 bool SaveDataSheet();
 bool SaveDataSheetAs();
+bool SaveDataSheetAs(const QString& dialogTitle);
 void OpenDataSheet(const QString& path);
 void OpenDataSheetWithDialog();
 
@@ -96,3 +98,5 @@ void SetSheetPresenceView(SheetPresenceView view);
 
 // Back to no sheet and empty records (start-up state; tests).
 void ResetDataSheet();
+// The file's counts become the sheet's (the file reader).
+void SetDocCounts(const std::array<int, kDocKindCount>& counts);

@@ -1,0 +1,343 @@
+// The data sheet file: exact lines, a round trip of every kind, the language
+// quirk of the math block, refused and cut files, the save that keeps the
+// old file, mutated files, and reopening with windows.
+#include "TestPlatform.h"
+
+#include "app/AppIdentity.h"
+#include "app/LoadLanguage.h"
+#include "app/StringRES.h"
+#include "sheet/DataSheet.h"
+#include "sheet/DocWindow.h"
+#include "sheet/SheetFile.h"
+#include "sheet/SheetRecords.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QStringEncoder>
+#include <QTreeWidgetItem>
+#include <QtTest>
+#include <csignal>
+#include <sys/resource.h>
+
+namespace {
+
+// A sheet holding every kind of document, with data.
+void fillEverything() {
+    QVERIFY(NewDataSheet());
+    SheetName = "Bench";
+    for (DocKind k : {DocKind::Wave, DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record,
+                      DocKind::MemoryWave})
+        AddDocument(k);
+    WaveRecord& w = WaveRecords[0];
+    w.Loaded = w.ShowYT = w.ShowCh1 = w.ShowCh2 = w.ShowLA = w.ShowMath = true;
+    w.TriggerMode = "EDGE";
+    w.PointCount = 600;
+    w.Ch1Scale = "1.00V";
+    w.TimeScale = "1.00ms";
+    w.Date = "23/11/2026";
+    w.ActiveChannel = 2;
+    w.MathDisplay = WordOn;
+    w.FFTDisplay = WordOff;
+    w.SysData.DrawEnd = 299;
+    w.SysData.SysFloat20 = 0.25f;
+    w.SysData.SysFloat56 = 1234.5f;
+    w.SysData.LAEnableMask = -1;
+    w.SysData.LAPosition[15] = 42;
+    for (int i = 1; i <= 1024; ++i) {
+        w.Ch1Samples[i] = i % 200;
+        w.Ch2Samples[i] = (i * 7) % 200;
+        w.MathSamples[i] = (i * 3) % 200;
+    }
+    for (int i = 1; i <= 2048; ++i)
+        w.LASamples[i] = i % 256;
+    WaveRecords[1].ShowCh1 = true; // a wave never fetched: no samples
+    MeasureRecord& m = MeasureRecords[0];
+    m.Loaded = true;
+    m.SettingText = "CH1 1.00V  1.00ms 1.000MSa [Date:1] ";
+    m.Items[0] = {"2.00V", true, 3.0, 1.0, ""};
+    m.Items[7] = {"*****", true, 1100.5, 900.25, ""};
+    DataRecord& d = DataRecords[0];
+    d.Loaded = true;
+    d.Source = "CH1";
+    d.Title = "CH1 1.00V  1.00ms";
+    d.RowCount = 3;
+    d.VoltText = {"", "1.00E+00", "-5.00E-01", "2.00E-02"};
+    d.TimeText = {"", "-6.00E-03", "-5.98E-03", "-5.96E-03", "-5.94E-03"};
+    RecordRecord& r = RecordRecords[0];
+    r.HasSamples = r.Loaded = true;
+    r.FilePath = "/data/x.rcd";
+    r.Source = "CH2";
+    r.FirstFrame = 1;
+    r.FrameCount = 2;
+    r.CurrentFrame = 2;
+    r.Loop = true;
+    r.VoltDiv = "500mV";
+    r.IntervalSeconds = 0.123;
+    r.Samples.assign(2048, 0);
+    for (std::size_t i = 0; i < r.Samples.size(); ++i)
+        r.Samples[i] = static_cast<std::int16_t>(i % 200);
+    MemoryRecord& mem = MemoryRecords[0];
+    mem.Loaded = mem.Ch1Valid = mem.LAValid = true;
+    mem.Ch1On = mem.LAOn = 1;
+    mem.FilePath = "/data/deep.wfm";
+    mem.TriggerMode = "EDGE";
+    mem.PointsMain = 5;
+    mem.SampleRateMain = 1e6f;
+    mem.TimeDiv = 1e-3;
+    mem.Delay = -2.5e-4;
+    mem.VoltDiv1 = 0.5f;
+    mem.LAEnableMask = 0xFF00;
+    mem.LAPositionRow[3] = 186;
+    mem.Ch1Data = {25, 100, 125, 224, 0, 0};
+    mem.LAData = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+}
+
+} // namespace
+
+class TestSheetFile : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void emptySheetIsSevenLines();
+    void everyFieldComesBack();
+    void channelsInterleavedOrSingle();
+    void englishFftBlockReadsAsMathInChinese();
+    void otherModelIsRefused();
+    void cutFileKeepsWhatWasRead();
+    void mutatedFilesNeverCrash();
+    void fullDiskKeepsTheOldFile();
+    void gbkTextIsRead();
+    void reopenBringsWindowsBackClean();
+
+private:
+    std::unique_ptr<TestPlatform> tp_;
+};
+
+void TestSheetFile::init() {
+    tp_.reset();
+    tp_ = std::make_unique<TestPlatform>();
+    ApplyLanguage(kLanguageEnglish);
+    MakerName = "Vexor Technologies,Inc.";
+    ProductName = "NQ4000L";
+    ResetDataSheet();
+}
+
+void TestSheetFile::cleanup() {
+    ApplyLanguage(kLanguageEnglish);
+    ResetDataSheet();
+}
+
+void TestSheetFile::emptySheetIsSevenLines() {
+    QVERIFY(NewDataSheet());
+    QCOMPARE(SheetBytes(), QByteArray("\"Vexor Technologies,Inc. NQ4000L Data Sheet\"\r\n"
+                                      "\"Untitle\"\r\n0\r\n0\r\n0\r\n0\r\n0\r\n"));
+}
+
+void TestSheetFile::everyFieldComesBack() {
+    fillEverything();
+    const QByteArray saved = SheetBytes();
+    const WaveRecord w = WaveRecords[0];
+    const MeasureRecord m = MeasureRecords[0];
+    const DataRecord d = DataRecords[0];
+    const RecordRecord r = RecordRecords[0];
+    const MemoryRecord mem = MemoryRecords[0];
+    ResetDataSheet();
+    QString error;
+    QCOMPARE(ParseSheet(saved, &error), SheetRead::Ok);
+    QCOMPARE(SheetName, QString("Bench"));
+    QCOMPARE(DocCount(DocKind::Wave), 2);
+    const WaveRecord& w2 = WaveRecords[0];
+    QCOMPARE(w2.Name, w.Name);
+    QCOMPARE(w2.Date, w.Date);
+    QCOMPARE(w2.ActiveChannel, 2);
+    QVERIFY(w2.SysData == w.SysData);
+    QVERIFY(w2.Ch1Samples == w.Ch1Samples);
+    QVERIFY(w2.Ch2Samples == w.Ch2Samples);
+    QVERIFY(w2.LASamples == w.LASamples);
+    QVERIFY(w2.MathSamples == w.MathSamples);
+    QCOMPARE(w2.MathDisplay, WordOn);
+    QVERIFY(!WaveRecords[1].Loaded);
+    const MeasureRecord& m2 = MeasureRecords[0];
+    QCOMPARE(m2.SettingText, m.SettingText);
+    QCOMPARE(m2.Items[7].Text, QString("*****"));
+    QCOMPARE(m2.Items[7].OverLimit, 1100.5);
+    QCOMPARE(m2.Items[7].UnderLimit, 900.25);
+    QVERIFY(m2.Items[7].LimitEnabled);
+    const DataRecord& d2 = DataRecords[0];
+    QCOMPARE(d2.RowCount, 3);
+    QCOMPARE(d2.VoltText[3], QString("2.00E-02"));
+    QCOMPARE(d2.TimeText[1], QString("-6.00E-03"));
+    const RecordRecord& r2 = RecordRecords[0];
+    QCOMPARE(r2.FilePath, r.FilePath);
+    QCOMPARE(r2.Source, QString("CH2"));
+    QCOMPARE(r2.CurrentFrame, std::int16_t(2));
+    QVERIFY(r2.Loop);
+    QCOMPARE(r2.IntervalSeconds, 0.123);
+    QVERIFY(r2.Samples == r.Samples);
+    const MemoryRecord& mem2 = MemoryRecords[0];
+    QCOMPARE(mem2.FilePath, mem.FilePath);
+    QCOMPARE(mem2.PointsMain, 5);
+    QCOMPARE(mem2.SampleRateMain, 1e6f);
+    QCOMPARE(mem2.Delay, -2.5e-4);
+    QCOMPARE(mem2.LAEnableMask, std::uint16_t(0xFF00));
+    QCOMPARE(mem2.LAPositionRow[3], std::int16_t(186));
+    QVERIFY(mem2.Ch1Data == mem.Ch1Data);
+    QVERIFY(mem2.LAData == mem.LAData);
+    QVERIFY(mem2.LAValid && !mem2.Ch2Valid);
+    // And the same bytes again.
+    QCOMPARE(SheetBytes(), saved);
+}
+
+void TestSheetFile::channelsInterleavedOrSingle() {
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Wave);
+    WaveRecord& w = WaveRecords[0];
+    w.Loaded = w.ShowCh1 = w.ShowCh2 = true;
+    w.Ch1Samples[1] = 11;
+    w.Ch2Samples[1] = 22;
+    w.Ch1Samples[2] = 33;
+    const QList<QByteArray> both = SheetBytes().split('\n');
+    // 7 head lines and 87 fields; then CH1[1], CH2[1], CH1[2].
+    QCOMPARE(both[7 + 87], QByteArray("11\r"));
+    QCOMPARE(both[7 + 88], QByteArray("22\r"));
+    QCOMPARE(both[7 + 89], QByteArray("33\r"));
+    QCOMPARE(both.size(), 7 + 87 + 2048 + 1);
+    w.ShowCh2 = false;
+    const QList<QByteArray> one = SheetBytes().split('\n');
+    QCOMPARE(one[7 + 88], QByteArray("33\r"));
+    QCOMPARE(one.size(), 7 + 87 + 1024 + 1);
+}
+
+void TestSheetFile::englishFftBlockReadsAsMathInChinese() {
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Wave);
+    WaveRecord& w = WaveRecords[0];
+    w.Loaded = w.ShowMath = true;
+    w.FFTDisplay = WordOn; // "ON": the FFT block is written
+    w.FFTSamples[5] = 77;
+    const QByteArray saved = SheetBytes();
+    ApplyLanguage(kLanguageChinese);
+    QString error;
+    QCOMPARE(ParseSheet(saved, &error), SheetRead::Ok);
+    QCOMPARE(WaveRecords[0].MathSamples[5], 77); // "ON" is not the Chinese ON word
+    QCOMPARE(WaveRecords[0].FFTSamples[5], 0);
+}
+
+void TestSheetFile::otherModelIsRefused() {
+    const QString path = tp_->tempPath("other.ult");
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write("\"Vexor Technologies,Inc. NQ3000 Data Sheet\"\r\n\"x\"\r\n1\r\n0\r\n0\r\n0\r\n0\r\n");
+    f.close();
+    OpenDataSheet(path);
+    QCOMPARE(tp_->prompts(), QStringList{MsgBadSheetFile});
+    QCOMPARE(tp_->boxes[0].icon, platform::MsgIcon::Critical);
+    QVERIFY(!SheetExists());
+    QCOMPARE(DocCount(DocKind::Wave), 0);
+}
+
+void TestSheetFile::cutFileKeepsWhatWasRead() {
+    fillEverything();
+    const QByteArray saved = SheetBytes();
+    ResetDataSheet();
+    // Cut inside the first wave's samples.
+    QString error;
+    QCOMPARE(ParseSheet(saved.left(saved.indexOf("\r\n", 4000)), &error), SheetRead::Stopped);
+    QCOMPARE(error, QString("Input past end of file"));
+    QCOMPARE(DocCount(DocKind::Wave), 1);
+    QCOMPARE(DocCount(DocKind::Measure), 0);
+    QCOMPARE(WaveRecords[0].TriggerMode, QString("EDGE"));
+    // A wrong value where a number stands.
+    QByteArray wrong = saved;
+    wrong.replace("\r\n600\r\n", "\r\nsix\r\n");
+    QCOMPARE(ParseSheet(wrong, &error), SheetRead::Stopped);
+    QCOMPARE(error, QString("Type mismatch"));
+}
+
+void TestSheetFile::mutatedFilesNeverCrash() {
+    fillEverything();
+    const QByteArray seed = SheetBytes();
+    QRandomGenerator random(4242);
+    for (int round = 0; round < 1500; ++round) {
+        QByteArray file = seed;
+        for (int e = 0; e < 1 + random.bounded(5); ++e) {
+            const int at = random.bounded(static_cast<int>(file.size()));
+            switch (random.bounded(3)) {
+            case 0:
+                file[at] = "0123456789\",-#\r\nE."[random.bounded(18)];
+                break;
+            case 1:
+                file.truncate(at);
+                break;
+            default:
+                file.remove(at, random.bounded(40));
+                break;
+            }
+            if (file.isEmpty()) break;
+        }
+        QString error;
+        ParseSheet(file, &error);
+        for (int k = 0; k < kDocKindCount; ++k)
+            QVERIFY(DocCount(static_cast<DocKind>(k)) <= KindInfo(static_cast<DocKind>(k)).maxDocs);
+    }
+}
+
+void TestSheetFile::fullDiskKeepsTheOldFile() {
+    const QString path = tp_->tempPath("kept.ult");
+    fillEverything();
+    QVERIFY(SaveSheet(path));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray before = f.readAll();
+    f.close();
+    // A disk that fills after 4 KiB: the write fails, the old file stays.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    rlimit small = old;
+    small.rlim_cur = 4096;
+    setrlimit(RLIMIT_FSIZE, &small);
+    SheetName = "changed";
+    const bool saved = SaveSheet(path);
+    setrlimit(RLIMIT_FSIZE, &old);
+    QVERIFY(!saved);
+    QCOMPARE(tp_->boxes.size(), 1);
+    QCOMPARE(tp_->boxes[0].icon, platform::MsgIcon::Critical);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll(), before);
+    // And no temporary file is left beside it.
+    QCOMPARE(QDir(tp_->tempPath("")).entryList(QDir::Files | QDir::Hidden).filter("kept").size(), 1);
+}
+
+void TestSheetFile::gbkTextIsRead() {
+    QStringEncoder gbk("GB18030");
+    if (!gbk.isValid()) QSKIP("no GB18030 converter in this Qt");
+    const QByteArray bytes = gbk(QString::fromUtf8("波形0"));
+    QCOMPARE(DecodeSheetText(bytes), QString::fromUtf8("波形0"));
+    QCOMPARE(DecodeSheetText(QString::fromUtf8("波形0").toUtf8()), QString::fromUtf8("波形0"));
+}
+
+void TestSheetFile::reopenBringsWindowsBackClean() {
+    fillEverything();
+    const QString path = tp_->tempPath("bench.ult");
+    SheetPath.clear();
+    tp_->chosenPaths = {path};
+    QVERIFY(SaveDataSheet());
+    QVERIFY(!SheetDirty);
+    QCOMPARE(SheetPath, path);
+    ResetDataSheet();
+    OpenDataSheet(path);
+    QVERIFY(tp_->prompts().isEmpty());
+    QCOMPARE(SheetName, QString("Bench"));
+    QCOMPARE(DocCount(DocKind::Wave), 2);
+    QCOMPARE(SheetRootNode()->childCount(), 6);
+    for (DocKind k : {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record,
+                      DocKind::MemoryWave})
+        QVERIFY(DocForm(k, 0) != nullptr);
+    QVERIFY(!SheetDirty);
+    QCOMPARE(SheetPath, path);
+}
+
+QTEST_MAIN(TestSheetFile)
+#include "tst_sheetfile.moc"
