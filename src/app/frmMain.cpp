@@ -31,6 +31,8 @@
 #include "acquire/WaveJob.h"
 #include "measure/frmMeasure.h"
 #include "memwave/frmOpenWaveform.h"
+#include "panel/frmV_Panel.h"
+#include "controller/PraseCtrlList.h"
 #include "replay/frmRecordPlay.h"
 #include "views/frmData.h"
 #include "sheet/DataSheet.h"
@@ -102,6 +104,12 @@ frmMain::frmMain() {
     mdi_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(mdi_);
     SetDocArea(mdi_);
+    SetVirtualPanelOpener([this] {
+        QWidget* window = OpenVirtualPanel();
+        QMdiSubWindow* sub = mdi_->addSubWindow(window);
+        sub->setAttribute(Qt::WA_DeleteOnClose);
+        sub->show();
+    });
     connect(mdi_, &QMdiArea::subWindowActivated, this, [](QMdiSubWindow* sub) {
         if (sub) DocWindowActivated(qobject_cast<DocWindow*>(sub->widget()));
     });
@@ -132,6 +140,7 @@ frmMain::~frmMain() {
     SetStatusView({});
     SetSheetPresenceView({});
     SetDocArea(nullptr);
+    SetVirtualPanelOpener({});
     platform::SetAsrlPortProvider({});
     if (fMainForm == this) fMainForm = nullptr;
 }

@@ -78,6 +78,17 @@ CtrlRowMatch MatchCtrlPath(const CtrlPathParts& parts) {
     return m;
 }
 
+namespace {
+std::function<void()>& virtualPanelOpener() {
+    static std::function<void()> opener;
+    return opener;
+}
+} // namespace
+
+void SetVirtualPanelOpener(std::function<void()> opener) {
+    virtualPanelOpener() = std::move(opener);
+}
+
 void PraseCtrlList(const QString& path) {
     CtrlDialogKey = " ";
     const CtrlRowMatch row = MatchCtrlPath(SplitCtrlPath(path));
@@ -98,7 +109,8 @@ void PraseCtrlList(const QString& path) {
     case CtrlRowAction::LaReset:
         return RunLaReset();
     case CtrlRowAction::VirtualPanel:
-        return; // the panel window comes with the virtual panel
+        if (virtualPanelOpener()) virtualPanelOpener()();
+        return;
     case CtrlRowAction::Dialog:
         CtrlDialogKey = row.key;
         ShowCtrlDialog(row);

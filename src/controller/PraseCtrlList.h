@@ -5,6 +5,7 @@
 #include "controller/CtrlTree.h"
 
 #include <QString>
+#include <functional>
 #include <QStringList>
 
 struct CtrlPathParts {
@@ -43,3 +44,6 @@ void RunSetTrigTo50();
 void RunForceTrigger();
 void RunDisplayClear();
 void RunLaReset();
+
+// The "Virtual Panel" row opens what the frame registers (the panel window).
+void SetVirtualPanelOpener(std::function<void()> opener);

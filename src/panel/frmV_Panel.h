@@ -1,0 +1,75 @@
+#pragma once
+// The virtual panel: the instrument's screen refreshed live beside its front
+// panel (frmV_Panel, USB only), or the front panel alone (frmV_Key).
+#include <QWidget>
+#include <cstdint>
+#include <vector>
+
+class FrontPanel;
+class QLabel;
+class QToolButton;
+
+extern bool PanelRunning; // the picture is being refreshed
+extern bool PanelOpen;    // the panel window exists
+extern bool PanelWindowOpen, KeyWindowOpen;
+
+class frmV_Panel : public QWidget {
+    Q_OBJECT
+public:
+    explicit frmV_Panel(QWidget* parent = nullptr);
+    ~frmV_Panel() override;
+
+    void DrawBulkWave();     // one refresh
+    void cmdRun_Click();     // the picture runs
+    void cmdStop_Click();    // the picture stands
+    void cmdZoom_Click();    // normal or double size, from the next refresh
+    void cmdExport_Click();
+    void Print(bool preview);
+    const QImage& picture() const { return picture_; }
+    FrontPanel* panel() const { return panel_; }
+    int ZoomState = 0;
+    int refreshes() const { return refreshes_; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void refreshLoop(); // one round of tDrawBmp's loop, then the next
+    void closeWindow(); // the window, or the child window holding it
+    void applyCaptions(int index);
+    std::vector<std::uint8_t> RawImage;
+    std::vector<std::uint32_t> PixelColor;
+    QImage picture_;
+    QLabel* PanelWavePic_;
+    QToolButton* cmdRun_;
+    QToolButton* cmdStop_;
+    QToolButton* cmdZoom_;
+    QToolButton* cmdExport_;
+    QToolButton* cmdPrint_;
+    QToolButton* cmdPreview_;
+    FrontPanel* panel_;
+    int refreshes_ = 0;
+    int captionRoutine_ = 0;
+};
+
+class frmV_Key : public QWidget {
+    Q_OBJECT
+public:
+    explicit frmV_Key(QWidget* parent = nullptr);
+    ~frmV_Key() override;
+    FrontPanel* panel() const { return panel_; }
+    // The force key called from code sends the key word, unlike its control.
+    void VK_Trig_Force();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    FrontPanel* panel_;
+};
+
+// Which window the "Virtual Panel" node opens: the screen needs USB.
+bool PanelHasScreen(int visaBusType);
+// Opens the right window for the link (the controller's node calls it).
+QWidget* OpenVirtualPanel(QWidget* parent = nullptr);
