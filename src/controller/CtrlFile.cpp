@@ -8,9 +8,10 @@
 #include "controller/CtrlState.h"
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
+#include "platform/SafeFile.h"
+#include "platform/TextCodec.h"
 
 #include <QFile>
-#include <QSaveFile>
 #include <QStringDecoder>
 
 namespace {
@@ -28,13 +29,13 @@ QByteArray quoted(QString text) {
 
 // The text between the first and the last quote of the line; the whole line
 // without its end when it has no two quotes. Quotes inside stay.
-QString unquoted(QByteArray line) {
+QByteArray unquoted(QByteArray line) {
     while (line.endsWith('\n') || line.endsWith('\r'))
         line.chop(1);
     const qsizetype first = line.indexOf('"');
     const qsizetype last = line.lastIndexOf('"');
     if (first >= 0 && last > first) line = line.mid(first + 1, last - first - 1);
-    return QString::fromUtf8(line);
+    return line;
 }
 
 QString fileFilter(bool saveAs) {
@@ -58,18 +59,21 @@ bool promptToSave() {
     case platform::MsgResult::Cancel:
         return false;
     case platform::MsgResult::Yes:
-        mnuSaveCtrl_Click();
-        return true;
+        return SaveControlFile(); // a save that did not happen keeps everything as it is
     default:
         return true;
     }
 }
 
 void openPath(const QString& path) {
-    ControlFilePath = path;
-    ReadControlFile(path);
-    CtrlDirty = false;
-    AddRecentCtrl(path);
+    // A file that is refused or cannot be read does not become the current
+    // one: a later Save must not overwrite it.
+    const CtrlFileRead result = ReadControlFileChecked(path);
+    if (result != CtrlFileRead::Refused) {
+        ControlFilePath = path;
+        CtrlDirty = false;
+        AddRecentCtrl(path);
+    }
     CtrlTreeChanged(CtrlTreeChange::Shape);
 }
 
@@ -86,40 +90,48 @@ QString ControlFileIdentification() {
     return MakerName + " " + ProductName + " Controller";
 }
 
-bool ReadControlFile(const QString& path) {
+CtrlFileRead ReadControlFileChecked(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         critical(file.errorString());
-        return false;
+        return CtrlFileRead::Refused;
     }
-    if (unquoted(file.readLine()) != ControlFileIdentification()) {
+    // UTF-8 as written here, or GBK from a Chinese Windows machine: the whole
+    // file tells which, so one odd byte can not turn a line's text to noise.
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    const bool utf8 = platform::IsValidUtf8(lines.join('\n'));
+    auto text = [utf8](const QByteArray& line) {
+        const QByteArray bytes = unquoted(line);
+        return utf8 ? QString::fromUtf8(bytes) : platform::DecodeText(bytes);
+    };
+    if (lines.isEmpty() || text(lines[0]) != ControlFileIdentification()) {
         critical(MsgBadFile); // the record keeps its earlier values
-        return false;
+        return CtrlFileRead::Refused;
     }
+    qsizetype next = 1;
     for (QString* field : ControlFileFields(CtrlData)) {
-        if (file.atEnd()) {
+        // The last piece after the final line end is no line.
+        if (next >= lines.size() || (next == lines.size() - 1 && lines[next].isEmpty())) {
             critical("Input past end of file"); // what was read stays read
-            return false;
+            return CtrlFileRead::CutShort;
         }
-        *field = unquoted(file.readLine());
+        *field = text(lines[next++]);
     }
-    return true;
+    return CtrlFileRead::Whole;
+}
+
+bool ReadControlFile(const QString& path) {
+    return ReadControlFileChecked(path) == CtrlFileRead::Whole;
 }
 
 bool WriteControlFile(const QString& path) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        critical(file.errorString());
-        return false;
-    }
-    file.write(quoted(ControlFileIdentification()));
+    QByteArray bytes = quoted(ControlFileIdentification());
     for (QString* field : ControlFileFields(CtrlData))
-        file.write(quoted(*field));
-    if (!file.commit()) {
-        critical(file.errorString());
-        return false;
-    }
-    return true;
+        bytes += quoted(*field);
+    const QString error = platform::WriteFileAtomically(path, bytes);
+    if (error.isEmpty()) return true;
+    critical(error); // the old file stays, and the record stays unsaved
+    return false;
 }
 
 void mnuNewCtrl_Click() {

@@ -9,7 +9,9 @@ QString ControlFileIdentification();
 // The reads and writes of the file. A wrong first line leaves the record as
 // it was and says "File Format is Invaild !"; a short file reads as far as it
 // can and shows its error's text. Both return false when they said something.
-bool ReadControlFile(const QString& path);
+bool ReadControlFile(const QString& path); // true when the whole file was read
+enum class CtrlFileRead { Whole, CutShort, Refused };
+CtrlFileRead ReadControlFileChecked(const QString& path);
 bool WriteControlFile(const QString& path); // a temporary file renamed into place
 
 // The controller window's file commands.

@@ -9,6 +9,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/SafeFile.h"
+#include "platform/TextCodec.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetRecords.h"
@@ -361,12 +362,7 @@ QString SheetSignature() {
 }
 
 QString DecodeSheetText(const QByteArray& bytes) {
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = utf8(bytes);
-    if (!utf8.hasError()) return text;
-    QStringDecoder gbk("GB18030");
-    if (gbk.isValid()) return gbk(bytes);
-    return QString::fromLatin1(bytes);
+    return platform::DecodeText(bytes);
 }
 
 QByteArray SheetBytes(const std::function<void(int)>& progress) {
@@ -428,9 +424,7 @@ QByteArray SheetBytes(const std::function<void(int)>& progress) {
 }
 
 SheetRead ParseSheet(const QByteArray& file, QString* error, const std::function<void(int)>& progress) {
-    QStringDecoder check(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    (void)check(file);
-    SheetReader r(file, !check.hasError());
+    SheetReader r(file, platform::IsValidUtf8(file));
     Read io{r};
     std::array<int, kDocKindCount> begun{};
     try {

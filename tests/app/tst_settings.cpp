@@ -8,6 +8,7 @@
 #include "link/LinkState.h"
 #include "platform/Settings.h"
 
+#include <QFile>
 #include <QtTest>
 
 using platform::GetSetting;
@@ -18,6 +19,7 @@ class TestSettings : public QObject {
 private slots:
     void init() { SoftwareSetting = SoftwareSettingRecord(); }
     void emptyStoreGivesTheDefaults();
+    void fileShowsSectionsAndKeysAsNamed();
     void everyFieldRoundTrips();
     void rs232DoesNotSurviveARestart();
     void unreadableValuesFallBackWithoutStopping();
@@ -186,6 +188,25 @@ void TestSettings::comPortMapOverridesAndSurvives() {
     SetComPortOverride(3, QString());
     const QStringList system = SystemSerialDevices();
     QCOMPARE(ComPortDevice(1), system.value(0));
+}
+
+void TestSettings::fileShowsSectionsAndKeysAsNamed() {
+    TestPlatform tp;
+    platform::SaveSetting(kAppTitle, "IO Settings_NQ4000L", "BaudRate", "9600");
+    platform::SaveSetting(kAppTitle, "Refresh_NQ4000L", "Refresh Interval", "2000");
+    QFile f(platform::SettingsFilePath(kAppTitle));
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray text = f.readAll();
+    QVERIFY(text.contains("[IO Settings_NQ4000L]\nBaudRate=9600\n"));
+    QVERIFY(text.contains("Refresh Interval=2000"));
+    QVERIFY(!text.contains('%'));
+    // A file of an earlier version, percent-encoded, still reads.
+    f.close();
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write("[Refresh_NQ4000L]\nRefresh%20Interval=5000\n");
+    f.close();
+    platform::SetSettingsDirectory(tp.settingsDir() + "/config");
+    QCOMPARE(platform::GetSetting(kAppTitle, "Refresh_NQ4000L", "Refresh Interval"), QString("5000"));
 }
 
 QTEST_GUILESS_MAIN(TestSettings)

@@ -2,14 +2,21 @@
 // short and damaged files, and the New / Open / Save flows.
 #include "TestPlatform.h"
 
+#include "app/AppIdentity.h"
 #include "app/FileFunc.h"
+#include "app/StringRES.h"
+#include "platform/Settings.h"
 #include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/CtrlState.h"
 
+#include <QDir>
 #include <QFile>
+#include <QStringEncoder>
 #include <QtTest>
+#include <csignal>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -51,6 +58,8 @@ private slots:
     void shortFileReadsAsFarAsItCan();
     void quotesInsideAFieldCannotBreakTheReader();
     void failedSaveKeepsTheOldFile();
+    void refusedFileDoesNotBecomeCurrent();
+    void gbkFileFromChineseWindowsIsRead();
     void chineseFileOpensInEnglishWithItsWords();
     void newAsksAboutUnsavedChanges();
     void openCancelledAtThePromptChangesNothing();
@@ -145,18 +154,67 @@ void TestCtrlFile::quotesInsideAFieldCannotBreakTheReader() {
 void TestCtrlFile::failedSaveKeepsTheOldFile() {
     TestPlatform tp;
     const QString path = tp.tempPath("f.rmt");
+    ControlFilePath = path;
     QVERIFY(WriteControlFile(path));
     const QByteArray old = bytesOf(path);
-    QFile::setPermissions(tp.tempPath(""),
-                          QFile::ReadOwner | QFile::ExeOwner); // no new file can be made
+    // A disk that is full after 1 KiB: the save fails at a write, says so,
+    // keeps the old file and leaves the controller unsaved.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    rlimit full = before;
+    full.rlim_cur = 1024;
+    setrlimit(RLIMIT_FSIZE, &full);
     CtrlData.RunStop = "STOP";
-    const bool written = WriteControlFile(path);
-    QFile::setPermissions(tp.tempPath(""), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    if (::geteuid() != 0) { // root writes anywhere; the rest must see the refusal
-        QVERIFY(!written);
-        QCOMPARE(tp.boxes.size(), 1);
-    }
-    if (!written) QCOMPARE(bytesOf(path), old);
+    CtrlDirty = true;
+    const bool saved = SaveControlFile();
+    setrlimit(RLIMIT_FSIZE, &before);
+    QVERIFY(!saved);
+    QVERIFY(CtrlDirty);
+    QCOMPARE(tp.boxes.size(), 1);
+    QCOMPARE(tp.boxes[0].icon, platform::MsgIcon::Critical);
+    QCOMPARE(bytesOf(path), old);
+    QCOMPARE(QDir(tp.tempPath("")).entryList(QDir::Files | QDir::Hidden).filter("f.rmt").size(), 1);
+}
+
+void TestCtrlFile::refusedFileDoesNotBecomeCurrent() {
+    TestPlatform tp;
+    const QString good = tp.tempPath("good.rmt");
+    QVERIFY(WriteControlFile(good));
+    OpenCtrl(good);
+    QCOMPARE(ControlFilePath, good);
+    const QString other = tp.tempPath("other.rmt");
+    QFile f(other);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write("\"Someone Else,Inc. X1 Controller\"\r\n");
+    f.close();
+    OpenCtrl(other);
+    QCOMPARE(tp.prompts(), QStringList{MsgBadFile});
+    QCOMPARE(ControlFilePath, good); // a later Save writes the good file, not the refused one
+    QVERIFY(!platform::GetAllSettings(kAppTitle, "Recent Ctrl_NQ4000L").contains({"RecentFile1", other}));
+    QCOMPARE(bytesOf(other), QByteArray("\"Someone Else,Inc. X1 Controller\"\r\n"));
+}
+
+void TestCtrlFile::gbkFileFromChineseWindowsIsRead() {
+    TestPlatform tp;
+    ApplyLanguage(kLanguageChinese);
+    CtrlData = CtrlDataDefaults();
+    const QString path = tp.tempPath("gbk.rmt");
+    QVERIFY(WriteControlFile(path));
+    // The same file as a Chinese Windows machine writes it.
+    QStringEncoder gbk("GB18030");
+    if (!gbk.isValid()) QSKIP("no GB18030 converter in this Qt");
+    const QByteArray encoded = gbk(QString::fromUtf8(bytesOf(path)));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(encoded);
+    f.close();
+    QVERIFY(encoded != bytesOf(tp.tempPath("none")));
+    CtrlData = CtrlDataDefaults();
+    CtrlData.TrigMethod.clear();
+    QVERIFY(ReadControlFile(path));
+    QCOMPARE(CtrlData.TrigMethod, QString::fromUtf8("边沿触发"));
+    ApplyLanguage(kLanguageEnglish);
 }
 
 void TestCtrlFile::chineseFileOpensInEnglishWithItsWords() {
