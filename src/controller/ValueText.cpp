@@ -603,15 +603,21 @@ void PatternReplyToLevels(const QString& reply, PatternLevels& levels) {
         if (i >= count) platform::ThrowBounds("pattern field", i, 0, count - 1);
         return fields[i];
     };
-    const auto value = static_cast<quint32>(static_cast<qint64>(Val(field(1))));
+    // A number the instrument should never send is the handler's overflow,
+    // not a conversion whose result the language leaves undefined.
+    auto whole = [](double v) -> qint64 {
+        if (!(v > -2147483649.0 && v < 4294967296.0)) throw platform::ArithmeticFault("overflow");
+        return static_cast<qint64>(v);
+    };
+    const auto value = static_cast<quint32>(whole(Val(field(1))));
     for (int i = 1; i <= 16; ++i)
         levels[i] = (value >> (16 - i)) & 1 ? "H" : "L";
-    const auto mask = static_cast<quint32>(static_cast<qint64>(Val(field(2))));
+    const auto mask = static_cast<quint32>(whole(Val(field(2))));
     for (int i = 1; i <= 16; ++i)
         if (!((mask >> (16 - i)) & 1)) levels[i] = "X";
     if (count < 4) return;
     if (field(3) == QLatin1String("None")) return;
-    const int channel = static_cast<int>(Val(field(3).mid(1)));
+    const int channel = static_cast<int>(whole(Val(field(3).mid(1))));
     const QString polarity = count > 4 ? field(4).trimmed() : QString();
     if (polarity == QLatin1String("Positive"))
         levels[16 - channel] = WordRising;

@@ -226,6 +226,9 @@ void TestWordMap::patternReplyTooShortIsABoundsFault() {
     QVERIFY_THROWS_EXCEPTION(platform::BoundsFault, PatternReplyToLevels("PATTERN,5", levels));
     QVERIFY_THROWS_EXCEPTION(platform::BoundsFault,
                              PatternReplyToLevels("P,1,1,D17,Positive", levels));
+    // Numbers no 32-bit conversion holds are the handler's overflow.
+    for (const char* reply : {"P,1e21,1", "P,1,-1e30", "P,1,1,D1e300,Positive"})
+        QVERIFY_THROWS_EXCEPTION(platform::ArithmeticFault, PatternReplyToLevels(reply, levels));
 }
 
 void TestWordMap::hexAndPicoseconds() {
