@@ -2,6 +2,7 @@
 #include "app/LoadLanguage.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
+#include "platform/EndSignals.h"
 
 #include <QApplication>
 
@@ -23,5 +24,14 @@ int Main(int argc, char** argv) {
     splash->close();
     delete splash;
     fMainForm->show();
-    return QApplication::exec();
+    // Asked to end by a signal: the same end as File > Exit, without questions
+    // (no one may be there to answer them): settings saved, keys unlocked,
+    // link closed.
+    platform::InstallEndSignals([](int) {
+        if (fMainForm) fMainForm->EndWithoutQuestions();
+        QApplication::quit();
+    });
+    const int result = QApplication::exec();
+    platform::RemoveEndSignals();
+    return result;
 }

@@ -611,6 +611,10 @@ void frmMain::closeEvent(QCloseEvent* event) {
     event->accept();
 }
 
+void frmMain::EndWithoutQuestions() {
+    unload();
+}
+
 void frmMain::unload() {
     if (unloaded_) return;
     unloaded_ = true;

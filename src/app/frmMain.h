@@ -56,6 +56,9 @@ public:
     QTimer* timerInit() const { return timerInit_; }
 
     void ApplyCaptions(int index);
+    // The end of the program without the questions about unsaved files (a
+    // signal asked for it): settings saved, instrument unlocked, link closed.
+    void EndWithoutQuestions();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

@@ -42,6 +42,7 @@ private slots:
     void cancelAtEitherQuestionKeepsTheProgram();
     void yesThenNoSavesTheSheetAndCloses();
     void unloadSavesSettingsAndUnlocksWhenConnected();
+    void aSignalEndsWithoutQuestionsAndUnlocks();
     void helpOpensThePageOfTheLanguage();
     void helpFailureShowsTheErrorText();
     void systemInfoUnavailableIsSaid();
@@ -209,6 +210,19 @@ void TestFrame::unloadSavesSettingsAndUnlocksWhenConnected() {
     QCOMPARE(platform::GetSetting(kAppTitle, "IO Settings_NQ4000L", "BaudRate"), QString("2400"));
     QVERIFY(!platform::GetSetting(kAppTitle, "Settings_NQ4000L", "MainWidth").isEmpty());
     Connected = false;
+}
+
+void TestFrame::aSignalEndsWithoutQuestionsAndUnlocks() {
+    startFrame();
+    RecordingTransport link;
+    Connected = true;
+    SheetDirty = true; // no one may be there to answer: no question is asked
+    frame_->EndWithoutQuestions();
+    QVERIFY(tp_->boxes.isEmpty());
+    QCOMPARE(link.log, QStringList{":KEY:LOCK DISABLE"});
+    QVERIFY(!platform::GetSetting(kAppTitle, "Settings_NQ4000L", "MainWidth").isEmpty());
+    Connected = false;
+    SheetDirty = false;
 }
 
 void TestFrame::helpOpensThePageOfTheLanguage() {

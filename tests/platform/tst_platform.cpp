@@ -2,18 +2,21 @@
 // filter form, the fault guard, and the pacing scale.
 #include "TestPlatform.h"
 
+#include "platform/EndSignals.h"
 #include "platform/Faults.h"
 #include "platform/Pacing.h"
 #include "platform/Settings.h"
 
 #include <QFile>
 #include <QtTest>
+#include <csignal>
 
 using namespace platform;
 
 class TestPlatformSeams : public QObject {
     Q_OBJECT
 private slots:
+    void endSignalsReachTheEventLoop();
     void settingsRoundTripThroughTheRealFile();
     void settingsSectionsAndKeysWithBlanks();
     void typedReadsFallBackToDefaults_data();
@@ -169,6 +172,15 @@ void TestPlatformSeams::sleepKeepsOrderButNotTimeAtScaleZero() {
     QCOMPARE(ScaledMs(100), 50);
     SetPacingScale(1);
     QCOMPARE(ScaledMs(100), 100);
+}
+
+void TestPlatformSeams::endSignalsReachTheEventLoop() {
+    QList<int> received;
+    platform::InstallEndSignals([&received](int signal) { received << signal; });
+    for (int s : {SIGTERM, SIGINT, SIGHUP})
+        ::raise(s); // the process goes on: the handler only notes it
+    QTRY_COMPARE(received, (QList<int>{SIGTERM, SIGINT, SIGHUP}));
+    platform::RemoveEndSignals();
 }
 
 QTEST_GUILESS_MAIN(TestPlatformSeams)
