@@ -16,15 +16,21 @@ double CaptureTiming::columnOf(double sample) const {
 
 VisibleRange VisibleRangeFor(const CaptureTiming& t) {
     VisibleRange r;
-    if (t.points <= 0 || t.sampleRate <= 0 || t.timeDiv <= 0) return r;
+    if (t.points <= 0 || !(t.sampleRate > 0) || !(t.timeDiv > 0) || !std::isfinite(t.sampleRate) ||
+        !std::isfinite(t.timeDiv) || !std::isfinite(t.delay) || !std::isfinite(t.origin))
+        return r;
     const double first = std::ceil(t.sampleAt(0) - 1e-9);
     const double last = std::floor(t.sampleAt(300) + 1e-9);
     const double from = std::max(0.0, first), to = std::min<double>(t.points - 1, last);
     if (from > to) return r;
     r.sourceStart = static_cast<std::int32_t>(from);
     r.sourceStop = static_cast<std::int32_t>(to);
-    r.screenStart = static_cast<std::int16_t>(std::clamp(std::floor(t.columnOf(from)), 0.0, 299.0));
-    r.screenStop = static_cast<std::int16_t>(std::clamp(std::floor(t.columnOf(to)), 0.0, 299.0));
+    auto column = [&t](double sample) {
+        const double c = std::floor(t.columnOf(sample));
+        return static_cast<std::int16_t>(std::isfinite(c) ? std::clamp(c, 0.0, 299.0) : 0.0);
+    };
+    r.screenStart = column(from);
+    r.screenStop = column(to);
     return r;
 }
 
@@ -158,6 +164,14 @@ bool DigitalPyramid::range(const std::vector<std::uint8_t>& section, std::int64_
 // ---- the zooms -------------------------------------------------------------------------
 
 namespace {
+// A fractional sample place as a whole index held to [-1, points]: a head's
+// numbers may make it huge or no number at all.
+std::int64_t wholeSample(double place, std::int32_t points) {
+    if (!(place > -1)) return -1; // below, or not a number
+    if (place > points) return points;
+    return static_cast<std::int64_t>(place);
+}
+
 void put(ScreenColumns& dest, int index, int value) {
     if (index >= 1 && index < static_cast<int>(dest.size())) dest[static_cast<std::size_t>(index)] = value;
 }
@@ -178,8 +192,8 @@ void WaveZoom(ScreenColumns& dest, const std::vector<std::int16_t>& source,
             int value;
             if (perColumn > 1) {
                 // Decimation: the half column's samples, their extreme by half.
-                const auto from = static_cast<std::int64_t>(std::ceil(t.sampleAt(u) - 1e-9));
-                const auto to = static_cast<std::int64_t>(std::ceil(t.sampleAt(u + 0.5) - 1e-9)) - 1;
+                const auto from = wholeSample(std::ceil(t.sampleAt(u) - 1e-9), t.points);
+                const auto to = wholeSample(std::ceil(t.sampleAt(u + 0.5) - 1e-9), t.points) - 1;
                 int low, high;
                 if (!pyramid.range(source, std::max<std::int64_t>(from, r.sourceStart),
                                    std::min<std::int64_t>(std::max(to, from), r.sourceStop), &low, &high))
@@ -188,7 +202,9 @@ void WaveZoom(ScreenColumns& dest, const std::vector<std::int16_t>& source,
                 value = h == 0 ? rowOf(low) : rowOf(high);
             } else {
                 // Expansion: the value at the half column's true time, between two samples.
-                const double s = std::clamp<double>(t.sampleAt(u), r.sourceStart, r.sourceStop);
+                const double at = t.sampleAt(u);
+                if (!std::isfinite(at)) continue;
+                const double s = std::clamp<double>(at, r.sourceStart, r.sourceStop);
                 const auto i = static_cast<std::size_t>(std::floor(s));
                 const std::size_t j = std::min(i + 1, source.size() - 1);
                 const double f = s - static_cast<double>(i);
@@ -221,9 +237,9 @@ void LAZoom(ScreenColumns& dest, const std::vector<std::uint8_t>& section,
     for (int c = r.screenStart; c <= r.screenStop; ++c) {
         for (int h = 0; h < 2; ++h) {
             const double u = c + h / 2.0;
-            const auto from = static_cast<std::int64_t>(std::floor(t.sampleAt(u)));
+            const auto from = wholeSample(std::floor(t.sampleAt(u)), t.points);
             const auto to = std::max<std::int64_t>(
-                from, static_cast<std::int64_t>(std::ceil(t.sampleAt(u + 0.5) - 1e-9)) - 1);
+                from, wholeSample(std::ceil(t.sampleAt(u + 0.5) - 1e-9), t.points) - 1);
             std::uint16_t everLow, everHigh, last;
             if (!pyramid.range(section, std::max<std::int64_t>(from, r.sourceStart),
                                std::min<std::int64_t>(to, r.sourceStop), &everLow, &everHigh, &last))
