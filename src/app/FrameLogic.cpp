@@ -39,3 +39,17 @@ void UnloadLink() {
     if (Connected) CmdSend(SetCommand(cmd::KeyLock, cmd::Disable));
     VisaCloseAll();
 }
+
+QRect PlaceOnScreens(const QRect& wanted, const QList<QRect>& available) {
+    if (available.isEmpty()) return wanted;
+    for (const QRect& screen : available) {
+        // Enough of it shows when its title bar can be grabbed.
+        const QRect visible = screen.intersected(wanted);
+        if (visible.width() >= 100 && visible.height() >= 50 && visible.top() == wanted.top())
+            return wanted;
+    }
+    const QRect& screen = available.first();
+    QRect placed(QPoint(0, 0), wanted.size().boundedTo(screen.size()));
+    placed.moveCenter(screen.center());
+    return placed;
+}

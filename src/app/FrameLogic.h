@@ -1,6 +1,8 @@
 #pragma once
 // The frame's decisions that do not need its widgets.
 #include <QColor>
+#include <QList>
+#include <QRect>
 #include <QString>
 #include <array>
 #include <functional>
@@ -14,6 +16,11 @@ void FillTraceColors();
 // go on; an answer given before a Cancel has already been carried out. A Yes
 // whose save did not happen stops the closing too, so nothing is lost.
 bool QueryUnload(const std::function<bool()>& saveSheet, const std::function<bool()>& saveCtrl);
+
+// The frame's remembered place brought onto the screens there are: a place
+// that no screen shows enough of (a monitor gone, a hand-edited file) moves
+// onto the first screen, shrunk to fit it.
+QRect PlaceOnScreens(const QRect& wanted, const QList<QRect>& available);
 
 // The end of the program after QueryUnload: the settings are saved by the
 // caller; this unlocks the instrument when connected and closes the link.

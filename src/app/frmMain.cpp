@@ -438,8 +438,13 @@ void frmMain::LoadSoftwareSetting() {
     const FramePlaceTwips place = ReadSoftwareSetting();
     LoadComPortMap();
     const double dpi = screenDpi(this);
-    setGeometry(qRound(TwipsToPixels(place.left, dpi)), qRound(TwipsToPixels(place.top, dpi)),
-                qRound(TwipsToPixels(place.width, dpi)), qRound(TwipsToPixels(place.height, dpi)));
+    const QRect wanted(qRound(TwipsToPixels(place.left, dpi)), qRound(TwipsToPixels(place.top, dpi)),
+                       qRound(TwipsToPixels(place.width, dpi)),
+                       qRound(TwipsToPixels(place.height, dpi)));
+    QList<QRect> screens;
+    for (const QScreen* s : QGuiApplication::screens())
+        screens << s->availableGeometry();
+    setGeometry(PlaceOnScreens(wanted, screens));
 }
 
 void frmMain::SaveSoftwareSetting() {

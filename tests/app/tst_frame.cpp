@@ -4,6 +4,7 @@
 #include "TestPlatform.h"
 
 #include "app/AppIdentity.h"
+#include "app/FrameLogic.h"
 #include "app/FileFunc.h"
 #include "app/LoadLanguage.h"
 #include "app/SoftwareSetting.h"
@@ -31,6 +32,8 @@
 class TestFrame : public QObject {
     Q_OBJECT
 private slots:
+    void placeOnScreens_data();
+    void placeOnScreens();
     void init();
     void cleanup();
     void startsWithoutInstrumentAndWithoutMessages();
@@ -210,6 +213,27 @@ void TestFrame::unloadSavesSettingsAndUnlocksWhenConnected() {
     QCOMPARE(platform::GetSetting(kAppTitle, "IO Settings_NQ4000L", "BaudRate"), QString("2400"));
     QVERIFY(!platform::GetSetting(kAppTitle, "Settings_NQ4000L", "MainWidth").isEmpty());
     Connected = false;
+}
+
+void TestFrame::placeOnScreens_data() {
+    QTest::addColumn<QRect>("wanted");
+    QTest::addColumn<QRect>("placed");
+    // One 1920 x 1040 screen at the origin.
+    QTest::newRow("inside stays") << QRect(100, 100, 800, 600) << QRect(100, 100, 800, 600);
+    QTest::newRow("partly out but grabbable stays")
+        << QRect(1700, 100, 800, 600) << QRect(1700, 100, 800, 600);
+    QTest::newRow("on a monitor that is gone")
+        << QRect(2500, 100, 800, 600) << QRect(560, 220, 800, 600);
+    QTest::newRow("title bar above the screen")
+        << QRect(100, -400, 800, 600) << QRect(560, 220, 800, 600);
+    QTest::newRow("larger than the screen") << QRect(-5000, 0, 4000, 3000)
+                                            << QRect(0, 0, 1920, 1040);
+}
+
+void TestFrame::placeOnScreens() {
+    QFETCH(QRect, wanted);
+    QFETCH(QRect, placed);
+    QCOMPARE(PlaceOnScreens(wanted, {QRect(0, 0, 1920, 1040)}), placed);
 }
 
 void TestFrame::aSignalEndsWithoutQuestionsAndUnlocks() {
