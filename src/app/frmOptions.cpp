@@ -167,15 +167,25 @@ void frmOptions::showState(const OptionsState& st) {
     hardwareCheck_->setChecked(st.hardwareCheck);
     portCombo_->setCurrentIndex(st.portIndex);
     portDevice_->setText(st.portDevice);
-    const int baud = baudCombo_->findText(st.baudText);
+    // A stored rate that is not in the list (an edited file, an instrument set
+    // to another rate) is shown and kept, not replaced by the first entry.
+    int baud = baudCombo_->findText(st.baudText);
+    if (baud < 0 && !st.baudText.trimmed().isEmpty()) {
+        baudCombo_->addItem(st.baudText.trimmed());
+        baud = baudCombo_->count() - 1;
+    }
     if (baud >= 0) baudCombo_->setCurrentIndex(baud);
     deviceCombo_->clear();
     deviceCombo_->addItems(st.deviceItems);
     deviceCombo_->setCurrentIndex(st.deviceIndex);
     labCurDevice_->setText(VisaRsrcName.isEmpty() ? st.deviceItems.value(st.deviceIndex)
                                                   : VisaRsrcName);
-    if (st.gpibIndex >= 0 && st.gpibIndex < kGpibAddressCount)
+    if (st.gpibIndex >= 0 && st.gpibIndex < kGpibAddressCount) {
         gpibCombo_->setCurrentIndex(st.gpibIndex);
+    } else {
+        gpibCombo_->addItem(QString::number(st.gpibIndex), st.gpibIndex); // kept as it was
+        gpibCombo_->setCurrentIndex(gpibCombo_->count() - 1);
+    }
     refreshAuto_->setChecked(st.refreshTypeIndex == 1);
     refreshSingle_->setChecked(st.refreshTypeIndex != 1);
     intervalCombo_->setEnabled(st.intervalEnabled());
@@ -198,7 +208,8 @@ OptionsState frmOptions::state() const {
     for (int i = 0; i < deviceCombo_->count(); ++i)
         st.deviceItems << deviceCombo_->itemText(i);
     st.deviceIndex = deviceCombo_->currentIndex();
-    st.gpibIndex = gpibCombo_->currentIndex();
+    st.gpibIndex = gpibCombo_->currentIndex() < kGpibAddressCount ? gpibCombo_->currentIndex()
+                                                                   : gpibCombo_->currentData().toInt();
     st.refreshTypeIndex = refreshAuto_->isChecked() ? 1 : 0;
     st.intervalText = intervalCombo_->currentText();
     return st;

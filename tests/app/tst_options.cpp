@@ -28,6 +28,7 @@ private slots:
     void okWhileConnectedWithTheSameBaudStillDisconnects();
     void okWhileDisconnectedSendsNothing();
     void okStoresEveryField();
+    void storedValuesOutsideTheListsAreKept();
     void okWithNoDeviceClearsTheChoice();
     void tabCyclingWraps_data();
     void tabCyclingWraps();
@@ -217,6 +218,18 @@ void TestOptions::dialogCtrlTabCycles() {
     // Cancel changes nothing.
     dialog.reject();
     QVERIFY(!DialogAccepted);
+}
+
+void TestOptions::storedValuesOutsideTheListsAreKept() {
+    TestPlatform tp;
+    SoftwareSetting.BaudRate = "115200"; // not one of the list's rates
+    SoftwareSetting.GPIB_Addr = 42;      // outside 0..30
+    frmOptions dialog;
+    QCOMPARE(dialog.findChild<QComboBox*>("BaudCombo")->currentText(), QString("115200"));
+    QCOMPARE(dialog.findChild<QComboBox*>("GPIB_AddrCombo")->currentText(), QString("42"));
+    const OptionsState st = dialog.state();
+    QCOMPARE(st.baudText, QString("115200"));
+    QCOMPARE(st.gpibIndex, 42);
 }
 
 QTEST_MAIN(TestOptions)
