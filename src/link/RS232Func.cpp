@@ -58,9 +58,15 @@ CommControl::CommControl() : port_(new QSerialPort) {
                          if (error == QSerialPort::NoError || error == QSerialPort::TimeoutError)
                              return;
                          if (error == QSerialPort::ResourceError) {
-                             // The line went away (adapter unplugged): close, so that the next
-                             // write fails and tells the user, instead of waiting on a dead port.
+                             // The other end went away (an adapter pulled, a terminal
+                             // closed): the link is lost now, not one command and two
+                             // time-outs later, and the port says so once.
+                             const QString text = port_->errorString();
                              QTimer::singleShot(0, port_, [this] { port_->close(); });
+                             CommEvent = 7; // the end of the line's file
+                             MSComm1_OnComm();
+                             LinkLostOnSerial(text);
+                             return;
                          }
                          CommEvent = 0; // a line error the serial library does not tell apart
                          MSComm1_OnComm();
@@ -96,9 +102,13 @@ void CommControl::SetPortOpen(bool open) {
 
 void CommControl::Output(const QByteArray& bytes) {
     if (!port_->isOpen()) throw std::runtime_error("Port not open");
+    // Both the write and the flush must succeed: a line that is gone fails one of them.
     if (port_->write(bytes) != bytes.size())
         throw std::runtime_error(port_->errorString().toStdString());
     port_->flush();
+    const QSerialPort::SerialPortError error = port_->error();
+    if (error != QSerialPort::NoError && error != QSerialPort::TimeoutError)
+        throw std::runtime_error(port_->errorString().toStdString());
 }
 
 QByteArray CommControl::Input() {
@@ -128,7 +138,19 @@ void SetTickInterval(int milliseconds) {
     if (g_timeOutTimer && g_timeOutTimer->isActive()) g_timeOutTimer->start(g_tickInterval);
 }
 
+namespace {
+bool g_lossTold = false; // the user heard of the lost line; cleared when the port opens again
+}
+
+void LinkLostOnSerial(const QString& text) {
+    if (g_lossTold || (!Connected && !Connecting)) return;
+    g_lossTold = true;
+    platform::MsgBox(text, platform::MsgButtons::Ok, platform::MsgIcon::None, MsgRs232Send);
+    ResetLinkState();
+}
+
 void Rs232Open() {
+    g_lossTold = false;
     CommControl& c = MSComm1();
     try {
         if (c.PortOpen()) c.SetPortOpen(false);
@@ -150,8 +172,11 @@ void Rs232Write(const QString& command) {
     try {
         MSComm1().Output(command.toLatin1() + '\n');
     } catch (const std::exception& e) {
-        platform::MsgBox(QString::fromStdString(e.what()), platform::MsgButtons::Ok,
-                         platform::MsgIcon::None, MsgRs232Send);
+        if (!g_lossTold) {
+            g_lossTold = true;
+            platform::MsgBox(QString::fromStdString(e.what()), platform::MsgButtons::Ok,
+                             platform::MsgIcon::None, MsgRs232Send);
+        }
         if (Connected) ResetLinkState();
         return;
     }
@@ -283,10 +308,13 @@ void MSComm1_OnComm() {
         CommErrorMsg = "Unknown error or event";
         break;
     }
-    // Neither text is ever cleared: the first message shows on every later event.
+    // Neither text is ever cleared: the first message stands for every later
+    // event. The panel is written when what it shows changes, not for each of
+    // a stream of events (a dead line raises them by the thousand).
     if (!g_statusView) return;
-    if (!CommEventMsg.isEmpty())
-        g_statusView(CommEventMsg);
-    else if (!CommErrorMsg.isEmpty())
-        g_statusView(CommErrorMsg);
+    static QString shown;
+    const QString message = !CommEventMsg.isEmpty() ? CommEventMsg : CommErrorMsg;
+    if (message.isEmpty() || message == shown) return;
+    shown = message;
+    g_statusView(message);
 }

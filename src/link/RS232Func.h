@@ -49,6 +49,9 @@ bool Rs232WaitBinary();  // a data fetch's wait, up to 10 s; false on time-out
 void Rs232RecvText(const QByteArray& chunk);
 void Rs232RecvBinary(const QByteArray& chunk);
 void MSComm1_OnComm(); // the serial event handler
+// The port's other end went away: the message with the error's own text and
+// the link marked down, once.
+void LinkLostOnSerial(const QString& text);
 
 // The link's clocks: TimeOutTimer adds one to TickCount ten times a second.
 void StartLinkTimers();

@@ -466,16 +466,24 @@ void TestLink::rs232BinaryReplyByItsPrefix() {
 
 void TestLink::rs232PortThatDisappearsFailsTheWrite() {
     connectOverRs232(1);
-    sim_->Unplug();
+    int statusWrites = 0;
+    SetStatusView([&statusWrites](const QString&) { ++statusWrites; });
+    sim_->Unplug(); // the terminal's other end closes
     SetTickInterval(5);
     QElapsedTimer clock;
     clock.start();
-    for (int i = 0; i < 3 && Connected; ++i)
+    int commands = 0;
+    for (; commands < 3 && Connected; ++commands)
         CmdQuery("*IDN?");           // the line is gone
     QVERIFY(clock.elapsed() < 5000); // never a hang
     QVERIFY(!Connected);
+    QCOMPARE(commands, 1); // known at the command that fails, not one later
     QCOMPARE(tp_->boxes.size(), 1);
     QCOMPARE(tp_->boxes[0].title, QString("RS232 Send Message"));
+    QVERIFY(!tp_->boxes[0].prompt.isEmpty()); // the error's own text
+    QTest::qWait(50); // a dead line keeps raising events for a while
+    QVERIFY2(statusWrites <= 3, qPrintable(QString::number(statusWrites)));
+    SetStatusView({});
 }
 
 void TestLink::optionsListsTheUsbDevices() {
