@@ -22,8 +22,22 @@ using namespace cmd;
 void send(const QString& header, const QString& value) {
     CmdSend(SetCommand(header, value));
 }
+// Read-all counts the empty replies in a row: one is a step's placeholder,
+// three mean the instrument is gone.
+bool g_countSilence = false;
+int g_silentReplies = 0;
+constexpr int kSilentRepliesForLoss = 3;
+bool g_lastReadAllComplete = false;
+
 QString query(const QString& header) {
-    return QueryText(header);
+    const QString reply = QueryText(header);
+    if (!g_countSilence || !(Connected || Connecting)) return reply;
+    g_silentReplies = reply.isEmpty() ? g_silentReplies + 1 : 0;
+    if (g_silentReplies >= kSilentRepliesForLoss) {
+        platform::MsgBox(MsgCantRead);
+        ResetLinkState(); // the rest of the download asks nothing and waits for nothing
+    }
+    return reply;
 }
 // A step of read-all: a fault in one conversion (a zero scale) skips that step only.
 template <typename Fn> void step(Fn&& fn) {
@@ -273,8 +287,26 @@ void WriteAllSettings(const std::function<void()>& progressHook) {
     progress();
 }
 
+bool LastReadAllComplete() {
+    return g_lastReadAllComplete;
+}
+
 void ReadAllSettings(const std::function<void()>& progressHook) {
-    CtrlDataRecord& d = CtrlData;
+    // Into a copy: the tree changes only when the whole download came in.
+    CtrlDataRecord copy = CtrlData;
+    CtrlDataRecord& d = copy;
+    g_lastReadAllComplete = false;
+    g_countSilence = true;
+    g_silentReplies = 0;
+    struct Finish {
+        CtrlDataRecord& copy;
+        ~Finish() {
+            g_countSilence = false;
+            if (!Connected) return; // interrupted: the tree stays as it was
+            CtrlData = copy;
+            g_lastReadAllComplete = true;
+        }
+    } finish{copy};
     SetProgressSteps(ReadAllSteps(ModelHasLa));
     const auto progress = [&progressHook] {
         AdvanceProgress();
@@ -435,6 +467,7 @@ void cmdDownload_Click() {
     }
     if (JobRunning) return;
     DownloadfromDSO();
+    if (!LastReadAllComplete()) return; // nothing changed: nothing to save
     CtrlData.Ch1Invert = CtrlData.Ch2Invert = CtrlData.TimeBaseFlag = WordOff;
     CtrlDirty = true;
 }

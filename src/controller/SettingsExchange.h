@@ -5,7 +5,10 @@
 
 // The sequences themselves; progress(step) is called after each group.
 void WriteAllSettings(const std::function<void()>& progress = {});
+// Reads every setting into a copy of CtrlData that replaces it when the read
+// ends with the link up. Three empty replies in a row are a lost link.
 void ReadAllSettings(const std::function<void()>& progress = {});
+bool LastReadAllComplete(); // the last read-all came in whole and was put in place
 // The steps of each sequence for the progress bar: with and without LA.
 int WriteAllSteps(bool modelHasLa);
 int ReadAllSteps(bool modelHasLa);

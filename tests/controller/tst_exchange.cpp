@@ -9,6 +9,7 @@
 #include "acquire/MeasureJob.h"
 #include "acquire/frmPrgress.h"
 #include "app/LoadLanguage.h"
+#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/PraseCtrlList.h"
@@ -47,6 +48,7 @@ private slots:
     void readAllStoresAThresholdForADigitalSource();
     void readAllRestoresTheActiveChannel();
     void readAllGoesOnThroughEmptyReplies();
+    void aSilentInstrumentEndsTheDownloadAndKeepsTheTree();
     void aLinkThatDropsHalfwayEndsTheJobUsable();
     void runningControlCommands();
     void setTrigTo50ReadsBackPerMethod();
@@ -322,19 +324,41 @@ void TestExchange::readAllRestoresTheActiveChannel() {
     QCOMPARE(log()[1], QString(":CHANNEL:ACTIVE?"));
 }
 
+namespace {
+// Answers every query but every third one, which it leaves empty.
+class SometimesSilent : public RecordingTransport {
+public:
+    QString Query(const QString& command) override {
+        log << command;
+        return ++count_ % 3 == 0 ? QString() : QStringLiteral("1");
+    }
+
+private:
+    int count_ = 0;
+};
+} // namespace
+
 void TestExchange::readAllGoesOnThroughEmptyReplies() {
+    SometimesSilent transport; // one empty reply at a time: a placeholder, and on
+    ReadAllSettings();
+    QCOMPARE(transport.log.last(), QString(":CHANNEL:ACTIVE 1")); // the sequence ran to its end
+    QVERIFY(tp_->boxes.isEmpty());
+    QVERIFY(LastReadAllComplete());
+    QCOMPARE(CtrlData.Ch1Probe, QString("1X"));
+}
+
+void TestExchange::aSilentInstrumentEndsTheDownloadAndKeepsTheTree() {
+    const CtrlDataRecord before = CtrlData;
     RecordingTransport silent; // every query answers nothing
     ReadAllSettings();
-    QCOMPARE(CtrlData.RunStop, WordRun);
-    QCOMPARE(CtrlData.TimeDiv, QString("0.000s"));
-    QCOMPARE(CtrlData.Ch1Probe, QString("1000X"));
-    QCOMPARE(CtrlData.Ch1VoltDiv, QString("0.00uV"));
-    QCOMPARE(CtrlData.TrigMethod, WordDuration);
-    QCOMPARE(CtrlData.EdgeSweep, QString());
-    QCOMPARE(CtrlData.EdgeLevel,
-             QString("0.00div")); // a zero scale skips the step: the old value stays
-    QCOMPARE(silent.log.last(), QString(":CHANNEL:ACTIVE ")); // the sequence ran to its end
-    QVERIFY(tp_->boxes.isEmpty());
+    QCOMPARE(tp_->prompts(), QStringList{MsgCantRead});
+    QVERIFY(!Connected);
+    QVERIFY(!LastReadAllComplete());
+    QVERIFY(CtrlData == before); // an interrupted download leaves the tree as it was
+    QCOMPARE(silent.log.filter("?").size(), 3); // and asks nothing after the third silence
+    CtrlDirty = false;
+    cmdDownload_Click(); // not connected: only the message
+    QVERIFY(!CtrlDirty);
 }
 
 void TestExchange::aLinkThatDropsHalfwayEndsTheJobUsable() {
