@@ -1,6 +1,7 @@
 #include "acquire/Jobs.h"
 
 #include "acquire/frmPrgress.h"
+#include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 #include "platform/Pacing.h"
 
@@ -79,6 +80,19 @@ void ShowPercent() {
 
 void SetProgressView(std::function<void(double)> view) {
     g_view = std::move(view);
+}
+
+void RunJobWithoutWindow(int kind, int targetIndex) {
+    JobKind = kind;
+    JobTargetIndex = targetIndex;
+    JobDone = false;
+    JobRunning = true;
+    platform::Sleep(100); // the window's first timer
+    (void)CutAtLineFeed(CmdQuery(QueryCommand(cmd::TriggerStatus)));
+    PerformJob();
+    platform::Sleep(200);
+    JobDone = true;
+    JobRunning = false;
 }
 
 bool RunJob(int kind, const QString& caption, int targetIndex) {

@@ -38,6 +38,10 @@ void ShowPercent();
 // The dialog registers how to show the bar.
 void SetProgressView(std::function<void(double value)> view);
 
+// A job without its window (the command line): the same start delay, the
+// same head query and the same pause at its end, in the same order.
+void RunJobWithoutWindow(int kind, int targetIndex = 0);
+
 // The requester's part: caption, kind, show frmPrgress, wait for JobDone.
 // Refused (false) while a job runs.
 bool RunJob(int kind, const QString& caption, int targetIndex = 0);
