@@ -4,7 +4,7 @@ BUILD_TYPE  ?= RelWithDebInfo
 CMAKE_FLAGS ?=
 JOBS        ?= $(shell nproc)
 
-.PHONY: all deps configure build run test bench clean
+.PHONY: all deps configure build run test bench package clean
 
 all: build
 
@@ -26,6 +26,11 @@ test: build
 bench: configure
 	@cmake --build $(BUILD) --target bench -j $(JOBS)
 	@bash scripts/run-bench.sh $(BUILD)
+
+# A .deb of the programs, the help pages, the desktop entry, the icon, the
+# AppStream data and the udev rule: apt install ./korvane_*.deb
+package: build
+	@cd $(BUILD) && cpack -G DEB >/dev/null && ls -1 $(CURDIR)/$(BUILD)/korvane_*.deb
 
 clean:
 	rm -rf $(BUILD)

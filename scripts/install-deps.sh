@@ -7,6 +7,8 @@ packages=(
   g++ cmake make pkg-config
   qt6-base-dev qt6-serialport-dev libgl-dev
   zlib1g-dev libfftw3-dev qt6-svg-dev
+  qt6-translations-l10n                  # Qt's own dialogs in Chinese
+  desktop-file-utils appstream dpkg-dev  # checking and packing the desktop files
   fonts-wqy-microhei   # CJK glyphs, so the Chinese texts render
   xvfb xauth           # a window on a headless box
 )

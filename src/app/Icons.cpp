@@ -23,7 +23,20 @@ QIcon GlyphIcon(const QString& glyph, const QColor& color) {
     return icon;
 }
 
+QIcon OwnIcon(const QString& name) {
+    return QIcon(":/icons/" + name + ".svg");
+}
+
+QIcon ThemeIcon(const QString& name) {
+    return QIcon::fromTheme(name, OwnIcon(name));
+}
+
 QPixmap LampPixmap(bool on, int size) {
+    const QIcon lamp = OwnIcon(on ? "korvane-led-on" : "korvane-led-off");
+    if (!lamp.isNull()) {
+        const QPixmap drawn = lamp.pixmap(size, size);
+        if (!drawn.isNull()) return drawn;
+    }
     QPixmap pm(size, size);
     pm.fill(Qt::transparent);
     QPainter p(&pm);

@@ -7,3 +7,8 @@
 
 QIcon GlyphIcon(const QString& glyph, const QColor& color);
 QPixmap LampPixmap(bool on, int size = 14);
+// An icon by its freedesktop name, from the desktop's theme when it has one,
+// else from the program's own set (SVG, the same on every desktop and scale).
+QIcon ThemeIcon(const QString& name);
+// The program's own icons (names beginning "korvane").
+QIcon OwnIcon(const QString& name);

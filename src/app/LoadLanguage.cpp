@@ -4,6 +4,8 @@
 #include "platform/Settings.h"
 
 #include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
 #include <QHash>
 #include <map>
 
@@ -441,8 +443,37 @@ QString HelpFileName() {
     return g_captionLanguage == kLanguageChinese ? "NQ4000help_Chinese.html" : "NQ4000help.html";
 }
 
+namespace {
+// Qt's own texts (the standard buttons, the file and print dialogs) follow
+// the language through Qt's translations, from Debian's qt6-translations-l10n.
+void applyQtTranslation(int index) {
+    static QTranslator* translator = nullptr;
+    if (!QCoreApplication::instance()) return;
+    if (translator) {
+        QCoreApplication::removeTranslator(translator);
+        delete translator;
+        translator = nullptr;
+    }
+    if (index != kLanguageChinese) return;
+    auto* t = new QTranslator;
+    if (t->load("qtbase_zh_CN", QLibraryInfo::path(QLibraryInfo::TranslationsPath)) ||
+        t->load("qtbase_zh_CN", QCoreApplication::applicationDirPath() + "/../share/korvane/translations")) {
+        QCoreApplication::installTranslator(t);
+        translator = t;
+    } else {
+        delete t;
+    }
+}
+} // namespace
+
+bool QtTranslationLoaded() {
+    return !QCoreApplication::translate("QPlatformTheme", "Cancel").isEmpty() &&
+           QCoreApplication::translate("QPlatformTheme", "Cancel") != QLatin1String("Cancel");
+}
+
 void ApplyLanguage(int index) {
     if (index != kLanguageChinese && index != kLanguageEnglish) return;
+    applyQtTranslation(index);
     g_captionLanguage = index; // help file, tree labels, measure names, form captions
     ApplyMessageTable(index);
     ApplyDisplayWords(index);

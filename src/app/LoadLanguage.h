@@ -33,6 +33,8 @@ QString HelpFileName();
 // tree labels, measure names), then every registered caption routine in the
 // order of registration (frame menus, data sheet menus, tool tips, ...).
 void ApplyLanguage(int index);
+// Qt's own texts speak the chosen language (Chinese: Qt's translation loaded).
+bool QtTranslationLoaded();
 using CaptionRoutine = std::function<void(int index)>;
 // Returns an id for RemoveCaptionRoutine.
 int AddCaptionRoutine(CaptionRoutine routine);

@@ -1,4 +1,5 @@
 #include "app/AppIdentity.h"
+#include "app/Icons.h"
 #include "app/LoadLanguage.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
@@ -10,6 +11,8 @@ int Main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(kAppTitle);
     QApplication::setApplicationVersion(kVersionText);
+    QApplication::setWindowIcon(OwnIcon("korvane"));
+    QGuiApplication::setDesktopFileName("korvane");
 
     LoadLanguageSetting(); // first, so the splash speaks the chosen language
     ApplyLanguage(LanguageIndex);

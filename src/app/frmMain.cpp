@@ -43,6 +43,8 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -283,29 +285,30 @@ void frmMain::buildToolBar() {
     tbToolBar_->setIconSize(QSize(24, 24));
     struct Button {
         const char* key;
-        const char* glyph;
-        QColor color;
+        const char* icon;    // freedesktop name, or the program's own
         const char* mirrors; // the menu item it acts as, if any
     };
-    const QColor file(70, 110, 170), link(40, 150, 80), view(120, 90, 160), add(200, 120, 40);
     const Button buttons[] = {
-        {"New", "N", file, "mnuFileNew"},
-        {"Open", "O", file, "mnuFileOpen"},
-        {"Save", "S", file, "mnuFileSaveAll"},
-        {"Connect", "C", link, "mnuToolsConnect"},
-        {"Disconnect", "D", QColor(170, 60, 60), "mnuToolsDisconnect"},
-        {"Controller", "Ct", view, "mnuViewController"},
-        {"DataBrowser", "DB", view, "mnuViewDataBrowser"},
-        {"AddNewWaveform", "W", add, nullptr},
-        {"AddNewMeasure", "M", add, nullptr},
-        {"AddNewData", "Da", add, nullptr},
-        {"AddNewRecord", "R", add, nullptr},
-        {"AddNewMemoryWaveform", "Mem", add, nullptr},
-        {"Options", "Op", QColor(100, 100, 100), "mnuToolsOptions"},
-        {"FFT", "FFT", QColor(60, 60, 60), nullptr},
+        {"New", "document-new", "mnuFileNew"},
+        {"Open", "document-open", "mnuFileOpen"},
+        {"Save", "document-save", "mnuFileSaveAll"},
+        {"Connect", "network-connect", "mnuToolsConnect"},
+        {"Disconnect", "network-disconnect", "mnuToolsDisconnect"},
+        {"Controller", "korvane-controller", "mnuViewController"},
+        {"DataBrowser", "korvane-databrowser", "mnuViewDataBrowser"},
+        {"AddNewWaveform", "korvane-wave", nullptr},
+        {"AddNewMeasure", "korvane-measure", nullptr},
+        {"AddNewData", "korvane-data", nullptr},
+        {"AddNewRecord", "korvane-record", nullptr},
+        {"AddNewMemoryWaveform", "korvane-memory", nullptr},
+        {"Options", "preferences-system", "mnuToolsOptions"},
+        {"FFT", "korvane-fft", nullptr},
     };
     for (const Button& b : buttons) {
-        QAction* a = tbToolBar_->addAction(GlyphIcon(b.glyph, b.color), b.key);
+        const QString icon = b.icon;
+        QAction* a = tbToolBar_->addAction(icon.startsWith("korvane") ? OwnIcon(icon) : ThemeIcon(icon),
+                                           b.key);
+        if (b.mirrors && !icon.startsWith("korvane")) action(b.mirrors)->setIcon(a->icon());
         a->setObjectName(QString("tb") + b.key);
         actions_.insert(a->objectName(), a);
         if (QString(b.key) == "FFT") {
@@ -528,7 +531,11 @@ void frmMain::mnuToolsOptions_Click() {
 }
 
 void frmMain::mnuHelpContents_Click() {
-    const QString path = QCoreApplication::applicationDirPath() + "/" + HelpFileName();
+    // Beside the program in a build tree; under share/ when installed.
+    QString path = QCoreApplication::applicationDirPath() + "/" + HelpFileName();
+    const QString installed =
+        QCoreApplication::applicationDirPath() + "/../share/korvane/help/" + HelpFileName();
+    if (!QFile::exists(path) && QFile::exists(installed)) path = QFileInfo(installed).canonicalFilePath();
     const QString error = platform::OpenDocument(path);
     if (!error.isEmpty())
         platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation,

@@ -4,12 +4,15 @@
 #include "app/LoadLanguage.h"
 #include "app/StringRES.h"
 
+#include <QAbstractButton>
+#include <QMessageBox>
 #include <QSet>
 #include <QtTest>
 
 class TestLanguage : public QObject {
     Q_OBJECT
 private slots:
+    void qtStandardButtonsSpeakChinese();
     void init() { ApplyLanguage(kLanguageEnglish); }
     void cleanupTestCase() { ApplyLanguage(kLanguageEnglish); }
     void everyRowHasBothLanguages();
@@ -165,5 +168,20 @@ void TestLanguage::switchStoresTheChoiceAtOnce() {
     SetTranslatableFields({});
 }
 
-QTEST_GUILESS_MAIN(TestLanguage)
+void TestLanguage::qtStandardButtonsSpeakChinese() {
+    ApplyLanguage(kLanguageChinese);
+    {
+        QMessageBox box;
+        box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+        QVERIFY2(QtTranslationLoaded(), "qtbase_zh_CN from qt6-translations-l10n");
+        QVERIFY(box.button(QMessageBox::Yes)->text().contains(QString::fromUtf8("是")));
+        QVERIFY(box.button(QMessageBox::Cancel)->text().contains(QString::fromUtf8("取消")));
+    }
+    ApplyLanguage(kLanguageEnglish);
+    QMessageBox box;
+    box.setStandardButtons(QMessageBox::Yes);
+    QCOMPARE(box.button(QMessageBox::Yes)->text().remove('&'), QString("Yes"));
+}
+
+QTEST_MAIN(TestLanguage)
 #include "tst_language.moc"
