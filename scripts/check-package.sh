@@ -14,7 +14,7 @@ root="$stage/root"
 test -x "$root/usr/bin/korvane" && test -x "$root/usr/bin/korvane-cli" && test -x "$root/usr/bin/nq4000l-sim"
 test -f "$root/usr/share/korvane/help/NQ4000help.html"
 test -f "$root/usr/share/korvane/help/NQ4000help_Chinese.html"
-test -f "$root/lib/udev/rules.d/70-korvane-usbtmc.rules"
+test -f "$root/usr/lib/udev/rules.d/70-korvane-usbtmc.rules"
 desktop-file-validate "$root/usr/share/applications/korvane.desktop"
 appstreamcli validate --no-net "$root/usr/share/metainfo/io.korvane.Korvane.metainfo.xml" >/dev/null
 # The installed command line answers, and the installed program starts and stays up.
