@@ -1,6 +1,7 @@
 #include "app/Icons.h"
 
 #include <QPainter>
+#include <algorithm>
 
 QIcon GlyphIcon(const QString& glyph, const QColor& color) {
     QIcon icon;
@@ -23,7 +24,18 @@ QIcon GlyphIcon(const QString& glyph, const QColor& color) {
     return icon;
 }
 
+// The icons live in the static library: its resources are registered by hand,
+// since nothing else makes the linker keep them.
+static void registerIcons() {
+    static const bool done = [] {
+        Q_INIT_RESOURCE(icons);
+        return true;
+    }();
+    (void)done;
+}
+
 QIcon OwnIcon(const QString& name) {
+    registerIcons();
     return QIcon(":/icons/" + name + ".svg");
 }
 
@@ -49,4 +61,10 @@ QPixmap LampPixmap(bool on, int size) {
     p.setBrush(glow);
     p.drawEllipse(QRectF(1, 1, size - 2, size - 2));
     return pm;
+}
+
+QIcon DocKindIcon(int kind) {
+    static const char* const names[] = {"korvane-wave", "korvane-measure", "korvane-data",
+                                        "korvane-record", "korvane-memory"};
+    return OwnIcon(names[std::clamp(kind, 0, 4)]);
 }

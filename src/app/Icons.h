@@ -12,3 +12,5 @@ QPixmap LampPixmap(bool on, int size = 14);
 QIcon ThemeIcon(const QString& name);
 // The program's own icons (names beginning "korvane").
 QIcon OwnIcon(const QString& name);
+// The icon of a document kind (wave, measure, data, record, memory wave).
+QIcon DocKindIcon(int kind);

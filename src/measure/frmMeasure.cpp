@@ -1,3 +1,4 @@
+#include "app/Icons.h"
 #include "measure/frmMeasure.h"
 
 #include "acquire/Jobs.h"
@@ -87,7 +88,7 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     auto* top = new QHBoxLayout;
     auto button = [this, top](QToolButton*& b, const char* icon) {
         b = new QToolButton;
-        b->setIcon(QIcon::fromTheme(icon));
+        b->setIcon(ThemeIcon(icon));
         b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
         b->setMinimumHeight(34);
         top->addWidget(b);
@@ -236,7 +237,7 @@ RefreshWindow frmMeasure::refreshWindow() {
     };
     w.showStopLook = [self](bool stop) {
         if (self)
-            self->cmdRefresh_->setIcon(QIcon::fromTheme(stop ? "process-stop" : "view-refresh"));
+            self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
     };
     w.enableRefresh = [self](bool on) {
         if (self) self->cmdRefresh_->setEnabled(on);

@@ -1,3 +1,4 @@
+#include "app/Icons.h"
 #include "memwave/frmOpenWaveform.h"
 
 #include "app/LoadLanguage.h"
@@ -99,7 +100,7 @@ void frmOpenWaveform::buildControls() {
     auto* tools = new QHBoxLayout;
     auto tool = [tools](QToolButton*& b, const char* icon) {
         b = new QToolButton;
-        b->setIcon(QIcon::fromTheme(icon));
+        b->setIcon(ThemeIcon(icon));
         b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
         tools->addWidget(b);
     };

@@ -1,3 +1,4 @@
+#include "app/Icons.h"
 #include "panel/frmV_Panel.h"
 
 #include "app/LoadLanguage.h"
@@ -52,7 +53,7 @@ frmV_Panel::frmV_Panel(QWidget* parent) : QWidget(parent) {
     auto* tools = new QHBoxLayout;
     auto tool = [tools](QToolButton*& b, const char* icon) {
         b = new QToolButton;
-        b->setIcon(QIcon::fromTheme(icon));
+        b->setIcon(ThemeIcon(icon));
         b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
         tools->addWidget(b);
     };

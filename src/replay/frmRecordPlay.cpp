@@ -1,3 +1,4 @@
+#include "app/Icons.h"
 #include "replay/frmRecordPlay.h"
 
 #include "app/LoadLanguage.h"
@@ -193,7 +194,7 @@ void frmRecordPlay::buildControls() {
     auto* tools = new QHBoxLayout;
     auto tool = [tools](const char* icon) {
         auto* b = new QToolButton;
-        b->setIcon(QIcon::fromTheme(icon));
+        b->setIcon(ThemeIcon(icon));
         b->setAutoRaise(true);
         tools->addWidget(b);
         return b;
@@ -231,7 +232,7 @@ void frmRecordPlay::buildControls() {
     auto* play = new QHBoxLayout;
     for (std::size_t i = 0; i < AresBtnPlay_.size(); ++i) {
         auto* b = new QToolButton;
-        b->setIcon(QIcon::fromTheme(kPlayIcons[i]));
+        b->setIcon(ThemeIcon(kPlayIcons[i]));
         b->setCheckable(i <= 2 || i == 7);
         play->addWidget(b);
         AresBtnPlay_[i] = b;
@@ -275,7 +276,7 @@ void frmRecordPlay::buildControls() {
     AresBtnAdd_ = new QToolButton;
     AresBtnAdd_->setText("+");
     AresBtnDefaultTime_ = new QToolButton;
-    AresBtnDefaultTime_->setIcon(QIcon::fromTheme("edit-undo"));
+    AresBtnDefaultTime_->setIcon(ThemeIcon("edit-undo"));
     play->addSpacing(12);
     play->addWidget(AresBtnSub_);
     play->addWidget(lblTimeInterval_);

@@ -6,6 +6,7 @@
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "app/FileFunc.h"
+#include "app/Icons.h"
 #include "platform/FileDialog.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetFile.h"
@@ -137,9 +138,10 @@ void removeSheetRoot() {
     if (QTreeWidgetItem* root = SheetRootNode()) delete root;
 }
 
-QTreeWidgetItem* addDocNode(const QString& name) {
+QTreeWidgetItem* addDocNode(DocKind kind, const QString& name) {
     QTreeWidgetItem* root = SheetRootNode();
     auto* node = new QTreeWidgetItem(root, QStringList(name));
+    node->setIcon(0, DocKindIcon(index(kind)));
     node->setFlags(node->flags() | Qt::ItemIsEditable);
     if (g_sorted) root->sortChildren(0, Qt::AscendingOrder);
     root->setExpanded(true);
@@ -367,7 +369,7 @@ int AddDocument(DocKind kind) {
         }
         form->SetTag(count);
         form->setWindowTitle(DocName(kind, count));
-        DocNode(kind, count) = addDocNode(DocName(kind, count));
+        DocNode(kind, count) = addDocNode(kind, DocName(kind, count));
         g_counts[static_cast<std::size_t>(index(kind))] = count + 1;
         ShowDocWindow(form);
         form->ShowRecord();
@@ -533,7 +535,7 @@ void RestoreWindows() {
                 form = make ? make(slot) : new EmptyDocWindow(info.kind, slot);
             }
             form->SetTag(slot);
-            DocNode(info.kind, slot) = addDocNode(DocName(info.kind, slot));
+            DocNode(info.kind, slot) = addDocNode(info.kind, DocName(info.kind, slot));
             if (info.kind == DocKind::Wave) {
                 WaveRecords[slot].NeedsInit = true;
                 WaveRecords[slot].AutoRunning = false;

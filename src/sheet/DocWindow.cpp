@@ -1,5 +1,6 @@
 #include "sheet/DocWindow.h"
 
+#include "app/Icons.h"
 #include "app/LoadLanguage.h"
 #include "platform/Faults.h"
 
@@ -8,7 +9,9 @@
 #include <QVBoxLayout>
 
 DocWindow::DocWindow(DocKind kind, int slot, QWidget* parent)
-    : QWidget(parent), kind_(kind), tag_(slot) {}
+    : QWidget(parent), kind_(kind), tag_(slot) {
+    setWindowIcon(DocKindIcon(static_cast<int>(kind)));
+}
 
 DocWindow::~DocWindow() = default;
 

@@ -1,3 +1,4 @@
+#include "app/Icons.h"
 #include "views/frmData.h"
 
 #include "acquire/Jobs.h"
@@ -110,7 +111,7 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
     setObjectName("frmData");
     auto* top = new QHBoxLayout;
     cmdRefresh_ = new QToolButton;
-    cmdRefresh_->setIcon(QIcon::fromTheme("view-refresh"));
+    cmdRefresh_->setIcon(ThemeIcon("view-refresh"));
     cmdRefresh_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     cmdRefresh_->setMinimumHeight(36);
     connect(cmdRefresh_, &QToolButton::clicked, this,
@@ -124,7 +125,7 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
         top->addWidget(OptionCH_[i]);
     }
     cmdExport_ = new QToolButton;
-    cmdExport_->setIcon(QIcon::fromTheme("document-save-as"));
+    cmdExport_->setIcon(ThemeIcon("document-save-as"));
     cmdExport_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     connect(cmdExport_, &QToolButton::clicked, this,
             guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
@@ -238,7 +239,7 @@ RefreshWindow frmData::refreshWindow() {
     };
     w.showStopLook = [self](bool stop) {
         if (self)
-            self->cmdRefresh_->setIcon(QIcon::fromTheme(stop ? "process-stop" : "view-refresh"));
+            self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
     };
     w.enableRefresh = [self](bool on) {
         if (self) self->cmdRefresh_->setEnabled(on);

@@ -1,3 +1,4 @@
+#include "app/Icons.h"
 #include "views/frmWave.h"
 
 #include "acquire/Jobs.h"
@@ -141,7 +142,7 @@ void frmWave::buildControls() {
 
     cmdRefresh_ = new QToolButton;
     cmdRefresh_->setObjectName("cmdRefresh");
-    cmdRefresh_->setIcon(QIcon::fromTheme("view-refresh"));
+    cmdRefresh_->setIcon(ThemeIcon("view-refresh"));
     cmdRefresh_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     cmdRefresh_->setMinimumHeight(40);
     connect(cmdRefresh_, &QToolButton::clicked, this,
@@ -207,7 +208,7 @@ void frmWave::buildControls() {
     auto makeButton = [this, output](QToolButton*& b, const char* name, const char* icon) {
         b = new QToolButton;
         b->setObjectName(name);
-        b->setIcon(QIcon::fromTheme(icon));
+        b->setIcon(ThemeIcon(icon));
         b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
         output->addWidget(b);
     };
@@ -352,7 +353,7 @@ RefreshWindow frmWave::refreshWindow() {
     w.showStopLook = [self](bool stop) {
         if (!self) return;
         self->cmdRefresh_->setIcon(
-            QIcon::fromTheme(stop ? "process-stop" : "view-refresh"));
+            ThemeIcon(stop ? "process-stop" : "view-refresh"));
         self->cmdRefresh_->setText(text(stop ? "mnuRefresh" : "cmdRefresh").trimmed());
         self->cmdRefresh_->setChecked(stop);
     };
