@@ -39,7 +39,8 @@ int main(int argc, char** argv) {
     if (!simulator.Start()) return 1;
     const double pauses = 350 + 300 + 100 + 100 + 100 + 300;
     const auto [idnStatus, idnMs] = run({"idn"});
-    std::printf("idn: %.0f ms, %.0f ms beyond the %.0f ms of pauses, exit %d (target at most 50 ms)\n",
-                idnMs, idnMs - pauses, pauses, idnStatus);
+    std::printf(
+        "idn: %.0f ms, %.0f ms beyond the %.0f ms of pauses, exit %d (target at most 50 ms)\n",
+        idnMs, idnMs - pauses, pauses, idnStatus);
     return 0;
 }

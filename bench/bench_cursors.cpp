@@ -72,7 +72,8 @@ int main(int argc, char** argv) {
         for (int i = 0; i < 200; ++i) {
             QElapsedTimer clock;
             clock.start();
-            const auto spectrum = ComputeSpectrum(volts, static_cast<FftWindow>(w), FftScale::DbVrms);
+            const auto spectrum =
+                ComputeSpectrum(volts, static_cast<FftWindow>(w), FftScale::DbVrms);
             times.push_back(clock.nsecsElapsed() / 1e6);
         }
         std::printf("spectrum, %-9s: median %.3f ms for %d values\n",

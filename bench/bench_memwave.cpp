@@ -39,7 +39,7 @@ double stepMedian(MemoryRecord& rec, MemoryView& view) {
     const double timeDiv = rec.TimeDiv;
     for (int i = 0; i < 200; ++i) {
         rec.TimeDiv = timeDiv * (i % 2 ? 0.5 : 1.0); // zoom in and out
-        rec.Delay = (i % 7) * timeDiv / 10;            // and scroll
+        rec.Delay = (i % 7) * timeDiv / 10;          // and scroll
         QElapsedTimer clock;
         clock.start();
         view.pipeline(rec, PipelinePart::All);
@@ -78,13 +78,15 @@ int main(int argc, char** argv) {
         std::printf("%7d points: zoom or scroll step median %.3f ms (target at most 2 ms)\n",
                     points, stepMedian(rec, view));
         if (points == 2000000) {
-            std::printf("peak memory above idle: %.1f MiB for a %.1f MiB file (target at most %.1f)\n",
-                        (peakKiB() - idle) / 1024.0, fileMiB, 3 * fileMiB);
+            std::printf(
+                "peak memory above idle: %.1f MiB for a %.1f MiB file (target at most %.1f)\n",
+                (peakKiB() - idle) / 1024.0, fileMiB, 3 * fileMiB);
             clock.restart();
             const QString csv = dir.filePath("w.csv");
             ExportCsv(csv, rec, {});
-            std::printf("CSV export of 2,000,000 rows: %.0f ms, %.1f MiB (target at most 1000 ms)\n",
-                        clock.nsecsElapsed() / 1e6, QFileInfo(csv).size() / 1048576.0);
+            std::printf(
+                "CSV export of 2,000,000 rows: %.0f ms, %.1f MiB (target at most 1000 ms)\n",
+                clock.nsecsElapsed() / 1e6, QFileInfo(csv).size() / 1048576.0);
         }
     }
     return 0;

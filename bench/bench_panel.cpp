@@ -42,7 +42,8 @@ int main(int argc, char** argv) {
         times.push_back(clock.nsecsElapsed() / 1e6);
     }
     std::sort(times.begin(), times.end());
-    std::printf("conversion and picture: median %.3f ms (target at most 1 ms)\n", times[times.size() / 2]);
+    std::printf("conversion and picture: median %.3f ms (target at most 1 ms)\n",
+                times[times.size() / 2]);
 
     QTemporaryDir dir;
     sim::SimulatorOptions options;

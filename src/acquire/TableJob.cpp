@@ -72,17 +72,18 @@ void RunTableJob(const QString& source) {
     }
     TableRowCount = (last - first + 1) * 2;
     if ((ch1 && sys.Ch1On == 0) || (ch2 && sys.Ch2On == 0)) TableRowCount = 0; // 5
-    const double sampleTime = Val(timeScale) / 50; // 6
+    const double sampleTime = Val(timeScale) / 50;                             // 6
     // 7: the settings line.
     SetProgressSteps(20);
     AdvanceProgress();
     ProgressCreep = 3;
     QString rate;
     if (channel)
-        rate = query(QueryCommand(cmd::Acquire + cmd::Samp, ch1 ? cmd::ArgChannel1 : cmd::ArgChannel2));
+        rate = query(
+            QueryCommand(cmd::Acquire + cmd::Samp, ch1 ? cmd::ArgChannel1 : cmd::ArgChannel2));
     SheetTitle = source + " " + NormVolt(scaleReply) + "  " + NormTime3(timeScale) + " " +
-                 rateText(rate) + " Size=" + QString::number(TableRowCount) + "  [Date:" +
-                 QLocale().toString(platform::Today(), QLocale::ShortFormat) + "]";
+                 rateText(rate) + " Size=" + QString::number(TableRowCount) +
+                 "  [Date:" + QLocale().toString(platform::Today(), QLocale::ShortFormat) + "]";
     // 8: the block.
     const QString word = ch1 ? cmd::ArgChannel1 : ch2 ? cmd::ArgChannel2 : cmd::ArgDigital;
     CmdSend(QueryCommand(cmd::WaveformData, word));

@@ -194,12 +194,14 @@ void RunWaveJob(int slot) {
     } else {
         CmdSend(SetCommand(cmd::AlternationSource, cmd::ArgChannel1));
         platform::Sleep(100);
-        rec.AltTimeScale1 = NormTime3(query(QueryCommand(cmd::TriggerAlternation + cmd::TimeScale)));
+        rec.AltTimeScale1 =
+            NormTime3(query(QueryCommand(cmd::TriggerAlternation + cmd::TimeScale)));
         rec.AltTimeOffset1 =
             NormTime3(query(QueryCommand(cmd::TriggerAlternation + cmd::TimeOffset)));
         CmdSend(SetCommand(cmd::AlternationSource, cmd::ArgChannel2));
         platform::Sleep(100);
-        rec.AltTimeScale2 = NormTime3(query(QueryCommand(cmd::TriggerAlternation + cmd::TimeScale)));
+        rec.AltTimeScale2 =
+            NormTime3(query(QueryCommand(cmd::TriggerAlternation + cmd::TimeScale)));
         rec.AltTimeOffset2 =
             NormTime3(query(QueryCommand(cmd::TriggerAlternation + cmd::TimeOffset)));
     }

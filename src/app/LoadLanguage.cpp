@@ -4,9 +4,9 @@
 #include "platform/Settings.h"
 
 #include <QCoreApplication>
+#include <QHash>
 #include <QLibraryInfo>
 #include <QTranslator>
-#include <QHash>
 #include <map>
 
 int LanguageIndex = kLanguageEnglish;
@@ -457,7 +457,8 @@ void applyQtTranslation(int index) {
     if (index != kLanguageChinese) return;
     auto* t = new QTranslator;
     if (t->load("qtbase_zh_CN", QLibraryInfo::path(QLibraryInfo::TranslationsPath)) ||
-        t->load("qtbase_zh_CN", QCoreApplication::applicationDirPath() + "/../share/korvane/translations")) {
+        t->load("qtbase_zh_CN",
+                QCoreApplication::applicationDirPath() + "/../share/korvane/translations")) {
         QCoreApplication::installTranslator(t);
         translator = t;
     } else {

@@ -1,6 +1,8 @@
 #include "app/frmMain.h"
 
 #include "acquire/MeasureJob.h"
+#include "acquire/TableJob.h"
+#include "acquire/WaveJob.h"
 #include "app/AppIdentity.h"
 #include "app/ComPorts.h"
 #include "app/FileFunc.h"
@@ -15,29 +17,27 @@
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/CtrlState.h"
+#include "controller/PraseCtrlList.h"
 #include "controller/SettingsExchange.h"
 #include "controller/frmCtrlList.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
+#include "measure/frmMeasure.h"
+#include "memwave/frmOpenWaveform.h"
+#include "panel/frmV_Panel.h"
 #include "platform/Desktop.h"
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
 #include "platform/Visa.h"
-#include "acquire/TableJob.h"
-#include "acquire/WaveJob.h"
-#include "measure/frmMeasure.h"
-#include "memwave/frmOpenWaveform.h"
-#include "panel/frmV_Panel.h"
-#include "controller/PraseCtrlList.h"
 #include "replay/frmRecordPlay.h"
-#include "views/frmData.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/frmDataSheetTree.h"
+#include "views/frmData.h"
 #include "views/frmWave.h"
 #include "views/frmWaveSetting.h"
 
@@ -306,8 +306,8 @@ void frmMain::buildToolBar() {
     };
     for (const Button& b : buttons) {
         const QString icon = b.icon;
-        QAction* a = tbToolBar_->addAction(icon.startsWith("korvane") ? OwnIcon(icon) : ThemeIcon(icon),
-                                           b.key);
+        QAction* a = tbToolBar_->addAction(
+            icon.startsWith("korvane") ? OwnIcon(icon) : ThemeIcon(icon), b.key);
         if (b.mirrors && !icon.startsWith("korvane")) action(b.mirrors)->setIcon(a->icon());
         a->setObjectName(QString("tb") + b.key);
         actions_.insert(a->objectName(), a);
@@ -441,9 +441,9 @@ void frmMain::LoadSoftwareSetting() {
     const FramePlaceTwips place = ReadSoftwareSetting();
     LoadComPortMap();
     const double dpi = screenDpi(this);
-    const QRect wanted(qRound(TwipsToPixels(place.left, dpi)), qRound(TwipsToPixels(place.top, dpi)),
-                       qRound(TwipsToPixels(place.width, dpi)),
-                       qRound(TwipsToPixels(place.height, dpi)));
+    const QRect wanted(
+        qRound(TwipsToPixels(place.left, dpi)), qRound(TwipsToPixels(place.top, dpi)),
+        qRound(TwipsToPixels(place.width, dpi)), qRound(TwipsToPixels(place.height, dpi)));
     QList<QRect> screens;
     for (const QScreen* s : QGuiApplication::screens())
         screens << s->availableGeometry();
@@ -535,7 +535,8 @@ void frmMain::mnuHelpContents_Click() {
     QString path = QCoreApplication::applicationDirPath() + "/" + HelpFileName();
     const QString installed =
         QCoreApplication::applicationDirPath() + "/../share/korvane/help/" + HelpFileName();
-    if (!QFile::exists(path) && QFile::exists(installed)) path = QFileInfo(installed).canonicalFilePath();
+    if (!QFile::exists(path) && QFile::exists(installed))
+        path = QFileInfo(installed).canonicalFilePath();
     const QString error = platform::OpenDocument(path);
     if (!error.isEmpty())
         platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation,

@@ -208,8 +208,9 @@ OptionsState frmOptions::state() const {
     for (int i = 0; i < deviceCombo_->count(); ++i)
         st.deviceItems << deviceCombo_->itemText(i);
     st.deviceIndex = deviceCombo_->currentIndex();
-    st.gpibIndex = gpibCombo_->currentIndex() < kGpibAddressCount ? gpibCombo_->currentIndex()
-                                                                   : gpibCombo_->currentData().toInt();
+    st.gpibIndex = gpibCombo_->currentIndex() < kGpibAddressCount
+                       ? gpibCombo_->currentIndex()
+                       : gpibCombo_->currentData().toInt();
     st.refreshTypeIndex = refreshAuto_->isChecked() ? 1 : 0;
     st.intervalText = intervalCombo_->currentText();
     return st;

@@ -91,7 +91,8 @@ bool connect(const QCommandLineParser& p) {
         const QString wanted = p.value("resource");
         // More than one instrument: the one named, or the first.
         SetResourceChooserHook([wanted](const QStringList& names) -> std::optional<QString> {
-            if (!wanted.isEmpty()) return names.contains(wanted) ? std::optional<QString>(wanted) : std::nullopt;
+            if (!wanted.isEmpty())
+                return names.contains(wanted) ? std::optional<QString>(wanted) : std::nullopt;
             return names.value(0);
         });
         if (!wanted.isEmpty()) {
@@ -147,7 +148,8 @@ int cmdScreen(const QCommandLineParser& p, const QStringList& args, int round, i
     if (args.size() < 3) return fail("screen needs --png FILE or --lcd FILE");
     const QString path = roundPath(args[2], round, rounds);
     if (args[1] == "--lcd") {
-        if (SoftwareSetting.ScopeIOType != kIoTypeUsb) return fail("the screen image is read over USB only");
+        if (SoftwareSetting.ScopeIOType != kIoTypeUsb)
+            return fail("the screen image is read over USB only");
         std::vector<std::uint8_t> raw(kLcdReply);
         GetLcdData(raw);
         if (!Connected) return fail("the screen image could not be read");
@@ -169,7 +171,10 @@ int cmdScreen(const QCommandLineParser& p, const QStringList& args, int round, i
 
 int cmdTable(const QCommandLineParser& p, const QStringList& args, int round, int rounds) {
     const QString source = args.value(1).toUpper();
-    const int kind = source == "CH1" ? kJobTableCh1 : source == "CH2" ? kJobTableCh2 : source == "LA" ? kJobTableLa : 0;
+    const int kind = source == "CH1"   ? kJobTableCh1
+                     : source == "CH2" ? kJobTableCh2
+                     : source == "LA"  ? kJobTableLa
+                                       : 0;
     if (kind == 0 || !p.isSet("out")) return fail("usage: table CH1|CH2|LA --out FILE");
     RunJobWithoutWindow(kind, 0);
     if (!Connected) return fail("the link was lost during the fetch");
@@ -185,7 +190,8 @@ int cmdTable(const QCommandLineParser& p, const QStringList& args, int round, in
 
 int cmdMeasure(const QCommandLineParser& p, const QStringList& args) {
     const QString source = args.value(1).toUpper();
-    if (source != "CH1" && source != "CH2") return fail("usage: measure CH1|CH2 [--limits FILE] [--json]");
+    if (source != "CH1" && source != "CH2")
+        return fail("usage: measure CH1|CH2 [--limits FILE] [--json]");
     MeasureRecord rec;
     if (p.isSet("limits")) {
         QFile f(p.value("limits"));
@@ -240,9 +246,12 @@ int cmdRcd2Png(const QCommandLineParser& p, const QStringList& args) {
     RecordRecord rec;
     QString error;
     const RecordLoad result = LoadRecordFile(args[1], rec, &error);
-    if (result != RecordLoad::Ok) return fail(args[1] + ": " + (error.isEmpty() ? RecordLoadMessage(result) : error));
+    if (result != RecordLoad::Ok)
+        return fail(args[1] + ": " + (error.isEmpty() ? RecordLoadMessage(result) : error));
     const int frame = p.isSet("frame") ? p.value("frame").toInt() : 1;
-    if (frame < 1 || frame > rec.FrameCount) return fail(QString("frame %1 is not in the record (1 to %2)").arg(frame).arg(rec.FrameCount));
+    if (frame < 1 || frame > rec.FrameCount)
+        return fail(
+            QString("frame %1 is not in the record (1 to %2)").arg(frame).arg(rec.FrameCount));
     rec.CurrentFrame = static_cast<std::int16_t>(frame);
     // The replay window's drawing, at its default size.
     QImage image(QSize(350 * 2, 250 * 2), QImage::Format_RGB32);
@@ -320,7 +329,9 @@ QString MeasureText(const MeasureRecord& record, bool json) {
             }
             rows.append(o);
         }
-        return QString::fromUtf8(QJsonDocument(QJsonObject{{"setting", record.SettingText}, {"measures", rows}}).toJson());
+        return QString::fromUtf8(
+            QJsonDocument(QJsonObject{{"setting", record.SettingText}, {"measures", rows}})
+                .toJson());
     }
     QString text;
     for (const MeasureRow& row : MeasureRows()) {
@@ -368,8 +379,8 @@ int CliMain(int argc, char** argv) {
     CtrlData = CtrlDataDefaults();
     platform::SetMsgBoxHook([](const platform::MsgBoxRequest& r) {
         g_messages = true;
-        std::fprintf(stderr, "korvane-cli: %s%s\n", r.title.isEmpty() ? "" : qPrintable(r.title + ": "),
-                     qPrintable(r.prompt));
+        std::fprintf(stderr, "korvane-cli: %s%s\n",
+                     r.title.isEmpty() ? "" : qPrintable(r.title + ": "), qPrintable(r.prompt));
         return platform::MsgResult::Ok;
     });
     // KORVANE_PACING scales the link's pauses (0 skips them): for a simulated

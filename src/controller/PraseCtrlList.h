@@ -5,8 +5,8 @@
 #include "controller/CtrlTree.h"
 
 #include <QString>
-#include <functional>
 #include <QStringList>
+#include <functional>
 
 struct CtrlPathParts {
     QString root, level1 = " ", level2 = " ", level3 = " "; // a missing level is one blank

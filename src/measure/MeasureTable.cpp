@@ -153,8 +153,8 @@ QByteArray MeasureExportBytes(const MeasureRecord& rec) {
             under = FormatLimit(row.family, item.UnderLimit).joined;
             over = FormatLimit(row.family, item.OverLimit).joined;
         }
-        out += MeasureRowName(row) + "\t" + CutAtLineFeed(item.Text) + "\t" + under + "\t" +
-               over + "\t" + item.Verdict + crlf;
+        out += MeasureRowName(row) + "\t" + CutAtLineFeed(item.Text) + "\t" + under + "\t" + over +
+               "\t" + item.Verdict + crlf;
     }
     return out.toUtf8();
 }

@@ -13,7 +13,7 @@ enum class MeasureFamily { Volt, Frequency, Time, Percent };
 
 struct MeasureRow {
     const char* english;
-    int slot;      // place in MeasureItems and CurrentMeasure
+    int slot; // place in MeasureItems and CurrentMeasure
     MeasureFamily family;
     int icon;      // image number in the list, 1..18
     int nameIndex; // row of the language's measure names (the dialog's order)

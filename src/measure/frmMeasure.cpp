@@ -1,5 +1,5 @@
-#include "app/Icons.h"
 #include "measure/frmMeasure.h"
+#include "app/Icons.h"
 
 #include "acquire/Jobs.h"
 #include "app/LoadLanguage.h"
@@ -208,8 +208,8 @@ void frmMeasure::DispMeasure() {
     for (const MeasureRow& row : MeasureRows()) {
         MeasureItem& m = r.Items[static_cast<std::size_t>(row.slot)];
         const MeasureCells cells = CellsFor(r, row);
-        auto* item = new QTreeWidgetItem(
-            MeasureView_, {MeasureRowName(row), cells.value, cells.under, cells.over, cells.verdict});
+        auto* item = new QTreeWidgetItem(MeasureView_, {MeasureRowName(row), cells.value,
+                                                        cells.under, cells.over, cells.verdict});
         item->setIcon(0, MeasureIcon(row.icon));
         m.Verdict = cells.verdict;
         if (!cells.verdict.isEmpty()) {
@@ -236,8 +236,7 @@ RefreshWindow frmMeasure::refreshWindow() {
         if (self) self->loading_ = false;
     };
     w.showStopLook = [self](bool stop) {
-        if (self)
-            self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
+        if (self) self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
     };
     w.enableRefresh = [self](bool on) {
         if (self) self->cmdRefresh_->setEnabled(on);

@@ -86,7 +86,8 @@ void appendTime(QByteArray& out, const ChannelRows& c, std::int64_t i) {
 }
 
 void appendVolts(QByteArray& out, const ChannelRows& c, std::int64_t i) {
-    const int sample = i < static_cast<std::int64_t>(c.data->size()) ? (*c.data)[static_cast<std::size_t>(i)] : 0;
+    const int sample =
+        i < static_cast<std::int64_t>(c.data->size()) ? (*c.data)[static_cast<std::size_t>(i)] : 0;
     const int b = sample - 25;
     AppendExpPicture(out, static_cast<float>((c.a - b) * static_cast<double>(c.voltDiv) / 25));
 }

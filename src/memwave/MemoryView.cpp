@@ -53,7 +53,8 @@ std::int64_t StepTimeLadder(std::int64_t picoseconds, bool up) {
 void MemoryView::attach(const MemoryRecord& rec) {
     ch1_.build(rec.Ch1Valid ? rec.Ch1Data : std::vector<std::int16_t>());
     ch2_.build(rec.Ch2Valid ? rec.Ch2Data : std::vector<std::int16_t>());
-    la_.build(rec.LAValid ? rec.LAData : std::vector<std::uint8_t>(), rec.Alternate ? rec.Points1 : rec.PointsMain);
+    la_.build(rec.LAValid ? rec.LAData : std::vector<std::uint8_t>(),
+              rec.Alternate ? rec.Points1 : rec.PointsMain);
 }
 
 CaptureTiming MemoryView::timing(const MemoryRecord& r, int channel) const {

@@ -53,11 +53,13 @@ void buildLevels(std::vector<std::vector<T>>& levels, Join join) {
 // Walks [first, last]: single elements at the ragged ends, whole blocks of the
 // pyramid between them. take(i) for an element, node(k, j) for a block.
 template <typename Element, typename Node>
-void walkRange(std::int64_t first, std::int64_t last, int block, std::size_t levels, Element element,
-               Node node) {
+void walkRange(std::int64_t first, std::int64_t last, int block, std::size_t levels,
+               Element element, Node node) {
     std::int64_t lo = first, hi = last + 1;
-    while (lo < hi && lo % block) element(lo++);
-    while (hi > lo && hi % block) element(--hi);
+    while (lo < hi && lo % block)
+        element(lo++);
+    while (hi > lo && hi % block)
+        element(--hi);
     std::int64_t a = lo / block, b = hi / block;
     for (std::size_t k = 0; a < b && k < levels; ++k, a /= 2, b /= 2) {
         if (a & 1) node(k, a++);
@@ -76,7 +78,8 @@ void MinMaxPyramid::build(const std::vector<std::int16_t>& samples) {
     std::vector<std::int16_t> lo(blocks), hi(blocks);
     for (std::size_t j = 0; j < blocks; ++j) {
         const auto from = samples.begin() + static_cast<std::ptrdiff_t>(j * kBlock);
-        const auto to = samples.begin() + static_cast<std::ptrdiff_t>(std::min(samples.size(), (j + 1) * kBlock));
+        const auto to = samples.begin() +
+                        static_cast<std::ptrdiff_t>(std::min(samples.size(), (j + 1) * kBlock));
         const auto [mn, mx] = std::minmax_element(from, to);
         lo[j] = *mn;
         hi[j] = *mx;
@@ -112,7 +115,8 @@ bool MinMaxPyramid::range(const std::vector<std::int16_t>& samples, std::int64_t
 std::uint16_t DigitalPyramid::word(const std::vector<std::uint8_t>& section, std::int64_t i) const {
     const std::size_t at = static_cast<std::size_t>(i) * static_cast<std::size_t>(bytes_);
     if (i < 0 || at + static_cast<std::size_t>(bytes_) > section.size()) return 0;
-    return bytes_ == 2 ? static_cast<std::uint16_t>(section[at] | (section[at + 1] << 8)) : section[at];
+    return bytes_ == 2 ? static_cast<std::uint16_t>(section[at] | (section[at + 1] << 8))
+                       : section[at];
 }
 
 void DigitalPyramid::build(const std::vector<std::uint8_t>& section, std::int32_t points) {
@@ -133,8 +137,10 @@ void DigitalPyramid::build(const std::vector<std::uint8_t>& section, std::int32_
     }
     and_.push_back(std::move(all));
     or_.push_back(std::move(any));
-    buildLevels(and_, [](std::uint16_t x, std::uint16_t y) { return static_cast<std::uint16_t>(x & y); });
-    buildLevels(or_, [](std::uint16_t x, std::uint16_t y) { return static_cast<std::uint16_t>(x | y); });
+    buildLevels(and_,
+                [](std::uint16_t x, std::uint16_t y) { return static_cast<std::uint16_t>(x & y); });
+    buildLevels(or_,
+                [](std::uint16_t x, std::uint16_t y) { return static_cast<std::uint16_t>(x | y); });
 }
 
 bool DigitalPyramid::range(const std::vector<std::uint8_t>& section, std::int64_t first,
@@ -173,7 +179,8 @@ std::int64_t wholeSample(double place, std::int32_t points) {
 }
 
 void put(ScreenColumns& dest, int index, int value) {
-    if (index >= 1 && index < static_cast<int>(dest.size())) dest[static_cast<std::size_t>(index)] = value;
+    if (index >= 1 && index < static_cast<int>(dest.size()))
+        dest[static_cast<std::size_t>(index)] = value;
 }
 
 int rowOf(int raw) {
@@ -196,7 +203,8 @@ void WaveZoom(ScreenColumns& dest, const std::vector<std::int16_t>& source,
                 const auto to = wholeSample(std::ceil(t.sampleAt(u + 0.5) - 1e-9), t.points) - 1;
                 int low, high;
                 if (!pyramid.range(source, std::max<std::int64_t>(from, r.sourceStart),
-                                   std::min<std::int64_t>(std::max(to, from), r.sourceStop), &low, &high))
+                                   std::min<std::int64_t>(std::max(to, from), r.sourceStop), &low,
+                                   &high))
                     continue;
                 // Rows grow downwards: the top half shows the highest voltage (lowest row).
                 value = h == 0 ? rowOf(low) : rowOf(high);
@@ -226,7 +234,8 @@ int ZoomRow(int row, const VerticalZoom& v) {
 
 void WaveZoomV(ScreenColumns& columns, const VisibleRange& r, const VerticalZoom& v) {
     if (r.empty()) return;
-    for (int i = std::max(0, 2 * r.screenStart); i <= 2 * r.screenStop + 2 && i < static_cast<int>(columns.size()); ++i)
+    for (int i = std::max(0, 2 * r.screenStart);
+         i <= 2 * r.screenStop + 2 && i < static_cast<int>(columns.size()); ++i)
         columns[static_cast<std::size_t>(i)] = ZoomRow(columns[static_cast<std::size_t>(i)], v);
 }
 
@@ -242,7 +251,8 @@ void LAZoom(ScreenColumns& dest, const std::vector<std::uint8_t>& section,
                 from, wholeSample(std::ceil(t.sampleAt(u + 0.5) - 1e-9), t.points) - 1);
             std::uint16_t everLow, everHigh, last;
             if (!pyramid.range(section, std::max<std::int64_t>(from, r.sourceStart),
-                               std::min<std::int64_t>(to, r.sourceStop), &everLow, &everHigh, &last))
+                               std::min<std::int64_t>(to, r.sourceStop), &everLow, &everHigh,
+                               &last))
                 continue;
             // A bit that was both low and high in the half column shows an edge:
             // its first half has the opposite of where it ends.

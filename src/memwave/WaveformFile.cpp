@@ -71,8 +71,8 @@ std::vector<std::int16_t> section(ByteSource& source, qint64 p, std::int32_t n, 
         const qint64 want = std::min<qint64>(static_cast<qint64>(chunk.size()), n + 1 - k);
         const qint64 got = source.read(p + k, want, chunk.data());
         for (qint64 i = 0; i < got; ++i)
-            out[static_cast<std::size_t>(k + i)] =
-                static_cast<std::int16_t>(static_cast<unsigned char>(chunk[static_cast<std::size_t>(i)]) + c);
+            out[static_cast<std::size_t>(k + i)] = static_cast<std::int16_t>(
+                static_cast<unsigned char>(chunk[static_cast<std::size_t>(i)]) + c);
         if (got < want) break; // the rest lies past the end: zero, corrected
         k += got;
     }
@@ -86,7 +86,7 @@ WaveformLoad load(ByteSource& source, MemoryRecord& rec);
 QByteArray ConvertOlderHead(const QByteArray& older) {
     QByteArray head(kWfmHeadSize, '\0');
     QByteArray o = older.leftJustified(kWfmOlderHeadSize, '\0', true);
-    std::memcpy(head.data(), o.constData(), 120);            // 0..119 stay
+    std::memcpy(head.data(), o.constData(), 120);             // 0..119 stay
     std::memcpy(head.data() + 142, o.constData() + 120, 6);   // 120..125 to 142..147
     std::memcpy(head.data() + 148, o.constData() + 128, 124); // 128..251 to 148..271
     return head;

@@ -1,5 +1,5 @@
-#include "app/Icons.h"
 #include "memwave/frmOpenWaveform.h"
+#include "app/Icons.h"
 
 #include "app/LoadLanguage.h"
 #include "app/StringRES.h"
@@ -109,10 +109,14 @@ void frmOpenWaveform::buildControls() {
     tool(cmdBitmap_, "image-x-generic");
     tool(cmdPrint_, "document-print");
     tool(cmdPreview_, "document-print-preview");
-    connect(cmdOpen_, &QToolButton::clicked, this, guarded("cmdOpen_Click", [this] { OpenWaveformFile(); }));
-    connect(cmdCsv_, &QToolButton::clicked, this, guarded("FlatBttn3_Click", [this] { ExportCsv(); }));
-    connect(cmdBitmap_, &QToolButton::clicked, this, guarded("FlatBttn4_Click", [this] { SaveBitmap(); }));
-    connect(cmdPrint_, &QToolButton::clicked, this, guarded("cmdPrint_Click", [this] { PrintPicture(false); }));
+    connect(cmdOpen_, &QToolButton::clicked, this,
+            guarded("cmdOpen_Click", [this] { OpenWaveformFile(); }));
+    connect(cmdCsv_, &QToolButton::clicked, this,
+            guarded("FlatBttn3_Click", [this] { ExportCsv(); }));
+    connect(cmdBitmap_, &QToolButton::clicked, this,
+            guarded("FlatBttn4_Click", [this] { SaveBitmap(); }));
+    connect(cmdPrint_, &QToolButton::clicked, this,
+            guarded("cmdPrint_Click", [this] { PrintPicture(false); }));
     connect(cmdPreview_, &QToolButton::clicked, this,
             guarded("cmdPreview_Click", [this] { PrintPicture(true); }));
     tools->addStretch(1);
@@ -133,7 +137,9 @@ void frmOpenWaveform::buildControls() {
         l->addWidget(box);
         l->addWidget(inc);
         for (bool up : {false, true}) {
-            auto step = [this, target, up] { platform::RunHandler("abtn_Click", [&] { Step(target, up); }); };
+            auto step = [this, target, up] {
+                platform::RunHandler("abtn_Click", [&] { Step(target, up); });
+            };
             new platform::HoldRepeat(up ? inc : dec, 200, step, step);
         }
         return w;
@@ -190,7 +196,8 @@ void frmOpenWaveform::buildControls() {
         redraw();
     });
     cmdReset_ = new QToolButton;
-    connect(cmdReset_, &QToolButton::clicked, this, guarded("Reset_Click", [this] { Reset_Click(); }));
+    connect(cmdReset_, &QToolButton::clicked, this,
+            guarded("Reset_Click", [this] { Reset_Click(); }));
     display->addWidget(new QLabel("Zoom"));
     display->addWidget(ZoomCombo_);
     display->addWidget(OptionColor_[0]);
@@ -239,9 +246,11 @@ void frmOpenWaveform::applyCaptions(int index) {
 
 void frmOpenWaveform::OpenWaveformFile() {
     platform::FileDialogRequest request;
-    request.title = chinese() ? QString::fromUtf8("打开波形文件") : QStringLiteral("Open Waveform Files");
-    request.filter = (chinese() ? QString::fromUtf8("波形文件 ") : QStringLiteral("Waveform Files ")) +
-                     "(*.wfm)|*.wfm";
+    request.title =
+        chinese() ? QString::fromUtf8("打开波形文件") : QStringLiteral("Open Waveform Files");
+    request.filter =
+        (chinese() ? QString::fromUtf8("波形文件 ") : QStringLiteral("Waveform Files ")) +
+        "(*.wfm)|*.wfm";
     request.fileMustExist = true;
     const std::optional<QString> path = platform::ShowFileDialog(request);
     if (!path || path->isEmpty()) return;
@@ -505,7 +514,8 @@ void frmOpenWaveform::ExportCsv() {
     }
     platform::FileDialogRequest request;
     request.save = true;
-    request.title = chinese() ? QString::fromUtf8("保存到CSV文件") : QStringLiteral("Save To CSV file");
+    request.title =
+        chinese() ? QString::fromUtf8("保存到CSV文件") : QStringLiteral("Save To CSV file");
     request.filter = (chinese() ? QString::fromUtf8("CSV文件 ") : QStringLiteral("CSV Files ")) +
                      "(*.csv)|*.csv";
     request.fileMustExist = false;
@@ -530,15 +540,17 @@ void frmOpenWaveform::ExportCsv() {
     exporting_ = false;
     progress.busy = false;
     progress.close();
-    if (!error.isEmpty()) platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    if (!error.isEmpty())
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
 }
 
 void frmOpenWaveform::SaveBitmap() {
     platform::FileDialogRequest request;
     request.save = true;
     request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = chinese() ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                               : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
+    request.filter = chinese()
+                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
+                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
     request.fileMustExist = false;
     const std::optional<QString> path = platform::ShowFileDialog(request);
     if (!path || path->isEmpty()) return;
@@ -547,7 +559,8 @@ void frmOpenWaveform::SaveBitmap() {
     buffer.open(QIODevice::WriteOnly);
     picture().save(&buffer, path->endsWith(".png", Qt::CaseInsensitive) ? "PNG" : "BMP");
     const QString error = platform::WriteFileAtomically(*path, bytes);
-    if (!error.isEmpty()) platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    if (!error.isEmpty())
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
 }
 
 void frmOpenWaveform::PrintPicture(bool preview) {

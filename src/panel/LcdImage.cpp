@@ -45,7 +45,8 @@ void GetLcdData(std::vector<std::uint8_t>& image) {
 void TransClr(const std::uint8_t* raw, int count, std::uint32_t* pixels) {
     for (int i = 0; i < count; ++i) {
         const std::uint8_t b = raw[i];
-        const std::uint32_t r = (b >> 5) * 255 / 7, g = ((b >> 2) & 7) * 255 / 7, bl = (b & 3) * 255 / 3;
+        const std::uint32_t r = (b >> 5) * 255 / 7, g = ((b >> 2) & 7) * 255 / 7,
+                            bl = (b & 3) * 255 / 3;
         pixels[i] = 0xFF000000u | (r << 16) | (g << 8) | bl;
     }
 }

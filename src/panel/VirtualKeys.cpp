@@ -19,33 +19,50 @@ using K = KeyKind;
 const char* const kGroups[] = {"Run", "Vertical", "Horizontal", "Trigger", "Menu", "Function"};
 
 const std::vector<VirtualKey> kKeys = {
-    {"VK_Run", ":KEY:RUN", K::Release, "Run", "Run/Stop", "Run or stop the acquisition", "运行/停止"},
+    {"VK_Run", ":KEY:RUN", K::Release, "Run", "Run/Stop", "Run or stop the acquisition",
+     "运行/停止"},
     {"VK_Auto", ":KEY:AUTO", K::Release, "Run", "Auto", "Auto set", "自动设置"},
     {"VK_Trig_Force", ":FORCETRIG", K::Release, "Run", "Force", "Force a trigger", "强制触发"},
-    {"VK_Trig_50", ":KEY:TRIG%50", K::Release, "Run", "50%", "Trigger level to the middle", "触发电平居中"},
+    {"VK_Trig_50", ":KEY:TRIG%50", K::Release, "Run", "50%", "Trigger level to the middle",
+     "触发电平居中"},
     {"VK_CH1", ":KEY:CHANNEL1", K::Release, "Vertical", "CH1", "Channel 1", "通道1"},
     {"VK_CH2", ":KEY:CHANNEL2", K::Release, "Vertical", "CH2", "Channel 2", "通道2"},
     {"VK_Math", ":KEY:MATH", K::Release, "Vertical", "Math", "Math", "数学运算"},
     {"VK_La", ":KEY:LA", K::Release, "Vertical", "LA", "Digital channels", "逻辑通道"},
     {"VK_Ref", ":KEY:REF", K::Release, "Vertical", "Ref", "Reference waveforms", "参考波形"},
     {"VK_CH_Off", ":KEY:OFF", K::Release, "Vertical", "Off", "Channel off", "关闭通道"},
-    {"VK_V_Dec", ":KEY:V_SCALE_DEC", K::Click, "Vertical", "V/div -", "Volts per division down", "垂直档位减小"},
-    {"VK_V_Inc", ":KEY:V_SCALE_INC", K::Click, "Vertical", "V/div +", "Volts per division up", "垂直档位增大"},
-    {"VK_V_Pos_Dec", ":KEY:V_POS_DEC", K::Hold, "Vertical", "Pos ▼", "Vertical position down (hold)", "垂直位置下移（按住）"},
-    {"VK_V_Pos_Inc", ":KEY:V_POS_INC", K::Hold, "Vertical", "Pos ▲", "Vertical position up (hold)", "垂直位置上移（按住）"},
-    {"VK_P_V", ":KEY:PROMPT_V", K::Click, "Vertical", "V ?", "Show the volts per division", "提示垂直档位"},
-    {"VK_P_V_P", ":KEY:PROMPT_V_POS", K::Click, "Vertical", "Pos ?", "Show the vertical position", "提示垂直位置"},
-    {"VK_H_Dec", ":KEY:H_SCALE_DEC", K::Click, "Horizontal", "s/div -", "Time per division down", "水平时基减小"},
-    {"VK_H_Inc", ":KEY:H_SCALE_INC", K::Click, "Horizontal", "s/div +", "Time per division up", "水平时基增大"},
+    {"VK_V_Dec", ":KEY:V_SCALE_DEC", K::Click, "Vertical", "V/div -", "Volts per division down",
+     "垂直档位减小"},
+    {"VK_V_Inc", ":KEY:V_SCALE_INC", K::Click, "Vertical", "V/div +", "Volts per division up",
+     "垂直档位增大"},
+    {"VK_V_Pos_Dec", ":KEY:V_POS_DEC", K::Hold, "Vertical", "Pos ▼",
+     "Vertical position down (hold)", "垂直位置下移（按住）"},
+    {"VK_V_Pos_Inc", ":KEY:V_POS_INC", K::Hold, "Vertical", "Pos ▲", "Vertical position up (hold)",
+     "垂直位置上移（按住）"},
+    {"VK_P_V", ":KEY:PROMPT_V", K::Click, "Vertical", "V ?", "Show the volts per division",
+     "提示垂直档位"},
+    {"VK_P_V_P", ":KEY:PROMPT_V_POS", K::Click, "Vertical", "Pos ?", "Show the vertical position",
+     "提示垂直位置"},
+    {"VK_H_Dec", ":KEY:H_SCALE_DEC", K::Click, "Horizontal", "s/div -", "Time per division down",
+     "水平时基减小"},
+    {"VK_H_Inc", ":KEY:H_SCALE_INC", K::Click, "Horizontal", "s/div +", "Time per division up",
+     "水平时基增大"},
     // The horizontal position keys are crossed: each sends the other's word.
-    {"VK_H_Pos_Dec", ":KEY:H_POS_INC", K::Hold, "Horizontal", "◀ Pos", "Horizontal position left (hold)", "水平位置左移（按住）"},
-    {"VK_H_Pos_Inc", ":KEY:H_POS_DEC", K::Hold, "Horizontal", "Pos ▶", "Horizontal position right (hold)", "水平位置右移（按住）"},
-    {"VK_P_H", ":KEY:PROMPT_H", K::Click, "Horizontal", "s ?", "Show the time per division", "提示水平时基"},
-    {"VK_P_H_P", ":KEY:PROMPT_H_POS", K::Click, "Horizontal", "Pos ?", "Show the horizontal position", "提示水平位置"},
+    {"VK_H_Pos_Dec", ":KEY:H_POS_INC", K::Hold, "Horizontal", "◀ Pos",
+     "Horizontal position left (hold)", "水平位置左移（按住）"},
+    {"VK_H_Pos_Inc", ":KEY:H_POS_DEC", K::Hold, "Horizontal", "Pos ▶",
+     "Horizontal position right (hold)", "水平位置右移（按住）"},
+    {"VK_P_H", ":KEY:PROMPT_H", K::Click, "Horizontal", "s ?", "Show the time per division",
+     "提示水平时基"},
+    {"VK_P_H_P", ":KEY:PROMPT_H_POS", K::Click, "Horizontal", "Pos ?",
+     "Show the horizontal position", "提示水平位置"},
     {"VK_TimeMenu", ":KEY:MNUTIME", K::Release, "Horizontal", "Menu", "Time base menu", "时基菜单"},
-    {"VK_Trig_Lvl_Dec", ":KEY:TRIG_LVL_DEC", K::Hold, "Trigger", "Level -", "Trigger level down (hold)", "触发电平降低（按住）"},
-    {"VK_Trig_Lvl_Inc", ":KEY:TRIG_LVL_INC", K::Hold, "Trigger", "Level +", "Trigger level up (hold)", "触发电平升高（按住）"},
-    {"VK_P_L", ":KEY:PROMPT_TRIG_LVL", K::Click, "Trigger", "Level ?", "Show the trigger level", "提示触发电平"},
+    {"VK_Trig_Lvl_Dec", ":KEY:TRIG_LVL_DEC", K::Hold, "Trigger", "Level -",
+     "Trigger level down (hold)", "触发电平降低（按住）"},
+    {"VK_Trig_Lvl_Inc", ":KEY:TRIG_LVL_INC", K::Hold, "Trigger", "Level +",
+     "Trigger level up (hold)", "触发电平升高（按住）"},
+    {"VK_P_L", ":KEY:PROMPT_TRIG_LVL", K::Click, "Trigger", "Level ?", "Show the trigger level",
+     "提示触发电平"},
     {"VK_Trig_Menu", ":KEY:MNUTRIG", K::Release, "Trigger", "Menu", "Trigger menu", "触发菜单"},
     {"VK_Acquire", ":KEY:ACQUIRE", K::Release, "Menu", "Acquire", "Acquire menu", "采样菜单"},
     {"VK_Display", ":KEY:DISPLAY", K::Release, "Menu", "Display", "Display menu", "显示菜单"},
@@ -59,9 +76,12 @@ const std::vector<VirtualKey> kKeys = {
     {"VK_F3", ":KEY:F3", K::Release, "Function", "F3", "Function key 3", "功能键3"},
     {"VK_F4", ":KEY:F4", K::Release, "Function", "F4", "Function key 4", "功能键4"},
     {"VK_F5", ":KEY:F5", K::Release, "Function", "F5", "Function key 5", "功能键5"},
-    {"VK_F_DEC", ":KEY:-FUNCTION", K::Hold, "Function", "◀", "Function knob left (hold)", "功能旋钮左旋（按住）"},
-    {"VK_F_F", ":KEY:FUNCTION", K::Click, "Function", "Select", "Function knob press", "功能旋钮按下"},
-    {"VK_F_INC", ":KEY:+FUNCTION", K::Hold, "Function", "▶", "Function knob right (hold)", "功能旋钮右旋（按住）"},
+    {"VK_F_DEC", ":KEY:-FUNCTION", K::Hold, "Function", "◀", "Function knob left (hold)",
+     "功能旋钮左旋（按住）"},
+    {"VK_F_F", ":KEY:FUNCTION", K::Click, "Function", "Select", "Function knob press",
+     "功能旋钮按下"},
+    {"VK_F_INC", ":KEY:+FUNCTION", K::Hold, "Function", "▶", "Function knob right (hold)",
+     "功能旋钮右旋（按住）"},
 };
 
 const char* groupTitle(const char* group, bool chinese) {
@@ -111,8 +131,9 @@ FrontPanel::FrontPanel(bool keyboardOnly, QWidget* parent)
     setObjectName("FrontPanel");
     timer_->setObjectName("ButtonPressTimer");
     timer_->setInterval(platform::ScaledMs(200));
-    connect(timer_, &QTimer::timeout, this,
-            [this] { platform::RunHandler("ButtonPressTimer_Timer", [this] { repeater_.Tick(); }); });
+    connect(timer_, &QTimer::timeout, this, [this] {
+        platform::RunHandler("ButtonPressTimer_Timer", [this] { repeater_.Tick(); });
+    });
     auto* layout = new QHBoxLayout(this);
     layout->setSpacing(6);
     for (const char* group : kGroups) {
@@ -138,9 +159,8 @@ FrontPanel::FrontPanel(bool keyboardOnly, QWidget* parent)
                 });
                 break;
             case KeyKind::Click:
-                connect(b, &QToolButton::clicked, this, [command] {
-                    platform::RunHandler("VK_Click", [&] { CmdSend(command); });
-                });
+                connect(b, &QToolButton::clicked, this,
+                        [command] { platform::RunHandler("VK_Click", [&] { CmdSend(command); }); });
                 break;
             case KeyKind::Hold:
                 connect(b, &QToolButton::pressed, this, [this, command] {

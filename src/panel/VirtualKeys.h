@@ -15,8 +15,8 @@ struct VirtualKey {
     const char* control; // VK_...
     const char* command; // what goes out
     KeyKind kind;
-    const char* group;   // the panel section
-    const char* label;   // the key's face
+    const char* group; // the panel section
+    const char* label; // the key's face
     const char* tipEnglish;
     const char* tipChinese;
 };

@@ -1,5 +1,5 @@
-#include "app/Icons.h"
 #include "panel/frmV_Panel.h"
+#include "app/Icons.h"
 
 #include "app/LoadLanguage.h"
 #include "app/SoftwareSetting.h"
@@ -64,12 +64,16 @@ frmV_Panel::frmV_Panel(QWidget* parent) : QWidget(parent) {
     tool(cmdPrint_, "document-print");
     tool(cmdPreview_, "document-print-preview");
     tools->addStretch(1);
-    connect(cmdRun_, &QToolButton::clicked, this, guarded("cmdRun_Click", [this] { cmdRun_Click(); }));
-    connect(cmdStop_, &QToolButton::clicked, this, guarded("cmdStop_Click", [this] { cmdStop_Click(); }));
-    connect(cmdZoom_, &QToolButton::clicked, this, guarded("cmdZoom_Click", [this] { cmdZoom_Click(); }));
+    connect(cmdRun_, &QToolButton::clicked, this,
+            guarded("cmdRun_Click", [this] { cmdRun_Click(); }));
+    connect(cmdStop_, &QToolButton::clicked, this,
+            guarded("cmdStop_Click", [this] { cmdStop_Click(); }));
+    connect(cmdZoom_, &QToolButton::clicked, this,
+            guarded("cmdZoom_Click", [this] { cmdZoom_Click(); }));
     connect(cmdExport_, &QToolButton::clicked, this,
             guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
-    connect(cmdPrint_, &QToolButton::clicked, this, guarded("cmdPrint_Click", [this] { Print(false); }));
+    connect(cmdPrint_, &QToolButton::clicked, this,
+            guarded("cmdPrint_Click", [this] { Print(false); }));
     connect(cmdPreview_, &QToolButton::clicked, this,
             guarded("cmdPreview_Click", [this] { Print(true); }));
     PanelWavePic_ = new QLabel;
@@ -171,8 +175,9 @@ void frmV_Panel::cmdExport_Click() {
     platform::FileDialogRequest request;
     request.save = true;
     request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = chinese() ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                               : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
+    request.filter = chinese()
+                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
+                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
     request.fileMustExist = false;
     const std::optional<QString> path = platform::ShowFileDialog(request);
     if (!path || path->isEmpty()) return;
@@ -181,7 +186,8 @@ void frmV_Panel::cmdExport_Click() {
     buffer.open(QIODevice::WriteOnly);
     picture_.save(&buffer, path->endsWith(".png", Qt::CaseInsensitive) ? "PNG" : "BMP");
     const QString error = platform::WriteFileAtomically(*path, bytes);
-    if (!error.isEmpty()) platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    if (!error.isEmpty())
+        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
 }
 
 void frmV_Panel::Print(bool preview) {
@@ -243,6 +249,7 @@ bool PanelHasScreen(int visaBusType) {
 }
 
 QWidget* OpenVirtualPanel(QWidget* parent) {
-    if (PanelHasScreen(VisaBusType) && SoftwareSetting.ScopeIOType == kIoTypeUsb) return new frmV_Panel(parent);
+    if (PanelHasScreen(VisaBusType) && SoftwareSetting.ScopeIOType == kIoTypeUsb)
+        return new frmV_Panel(parent);
     return new frmV_Key(parent);
 }

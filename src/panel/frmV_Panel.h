@@ -19,10 +19,10 @@ public:
     explicit frmV_Panel(QWidget* parent = nullptr);
     ~frmV_Panel() override;
 
-    void DrawBulkWave();     // one refresh
-    void cmdRun_Click();     // the picture runs
-    void cmdStop_Click();    // the picture stands
-    void cmdZoom_Click();    // normal or double size, from the next refresh
+    void DrawBulkWave();  // one refresh
+    void cmdRun_Click();  // the picture runs
+    void cmdStop_Click(); // the picture stands
+    void cmdZoom_Click(); // normal or double size, from the next refresh
     void cmdExport_Click();
     void Print(bool preview);
     const QImage& picture() const { return picture_; }

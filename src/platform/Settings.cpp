@@ -110,7 +110,8 @@ private:
             }
             const qsizetype eq = line.indexOf('=');
             if (!current || eq <= 0) continue;
-            current->rows.append({plain(line.left(eq).trimmed()), unquoted(line.mid(eq + 1).trimmed())});
+            current->rows.append(
+                {plain(line.left(eq).trimmed()), unquoted(line.mid(eq + 1).trimmed())});
         }
     }
 

@@ -35,9 +35,9 @@ RecordLoad LoadRecordBytes(const QByteArray& raw, RecordRecord& rec) {
     if (file.size() <= kRecordHeadSize) return RecordLoad::UtilityFail;
     std::unique_ptr<Bytef[]> out(new Bytef[kRecordCapacity]);
     uLongf length = kRecordCapacity;
-    const int status =
-        uncompress(out.get(), &length, reinterpret_cast<const Bytef*>(file.constData()) + kRecordHeadSize,
-                   static_cast<uLong>(file.size() - kRecordHeadSize));
+    const int status = uncompress(
+        out.get(), &length, reinterpret_cast<const Bytef*>(file.constData()) + kRecordHeadSize,
+        static_cast<uLong>(file.size() - kRecordHeadSize));
     if (status != Z_OK || length > static_cast<uLongf>(kRecordSampleBound) + 1)
         return RecordLoad::UtilityFail;
 
@@ -55,12 +55,14 @@ RecordLoad LoadRecordBytes(const QByteArray& raw, RecordRecord& rec) {
     const std::int16_t offset = head.at<std::int16_t>(ch2 ? 36 : 28);
     rec.VoltDiv = NormVolt(QString::number(scale, 'g', 15));
     rec.Offset = NormVolt(QString::number(PointsToValue(offset, scale), 'g', 15));
-    const double timeDiv = PicosecondsToSeconds(head.at<std::int32_t>(40), head.at<std::int32_t>(44));
+    const double timeDiv =
+        PicosecondsToSeconds(head.at<std::int32_t>(40), head.at<std::int32_t>(44));
     const double delay = PicosecondsToSeconds(head.at<std::int32_t>(48), head.at<std::int32_t>(52));
     rec.TimeDiv = NormTime4(QString::number(timeDiv, 'g', 15));
     rec.Delay = NormTime5(QString::number(delay, 'g', 15));
     rec.FirstFrame = 1;
-    rec.FrameCount = static_cast<std::int16_t>(head.at<std::int16_t>(18) - head.at<std::int16_t>(16) + 1);
+    rec.FrameCount =
+        static_cast<std::int16_t>(head.at<std::int16_t>(18) - head.at<std::int16_t>(16) + 1);
     rec.CurrentFrame = 1;
     rec.HasSamples = rec.Loaded = true;
     return RecordLoad::Ok;

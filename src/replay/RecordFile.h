@@ -8,9 +8,9 @@
 #include <QString>
 
 constexpr int kRecordHeadSize = 56;
-constexpr int kRecordFileBuffer = 2000001;    // bytes of a file read; a longer one is cut
-constexpr int kRecordCapacity = 10000000;     // bytes the decompression may deliver
-constexpr int kRecordSampleBound = 2100000;   // the samples' last index
+constexpr int kRecordFileBuffer = 2000001;  // bytes of a file read; a longer one is cut
+constexpr int kRecordCapacity = 10000000;   // bytes the decompression may deliver
+constexpr int kRecordSampleBound = 2100000; // the samples' last index
 constexpr int kFrameBytes = 1024;
 constexpr int kFrameSampleAt = 214;
 constexpr int kFrameSamples = 300;

@@ -55,8 +55,7 @@ void ReplayController::SetStatus(ReplayStatus status) {
     RecordRecord& rec = record_();
     rec.Status = static_cast<std::uint8_t>(status);
     if (status == ReplayStatus::Replaying) {
-        if (startTimer)
-            startTimer(static_cast<int>(std::lround(rec.IntervalSeconds * 1000)));
+        if (startTimer) startTimer(static_cast<int>(std::lround(rec.IntervalSeconds * 1000)));
     } else if (stopTimer) {
         stopTimer();
     }

@@ -29,11 +29,11 @@ public:
     explicit ReplayController(std::function<RecordRecord&()> record);
 
     // What the window does for the controller.
-    std::function<void(int value)> setSlider;   // the slider shows a frame (may call SliderChanged)
-    std::function<void()> drawFrame;            // the current frame is drawn
-    std::function<void(int ms)> startTimer;     // TimerInterval on, with its interval
-    std::function<void()> stopTimer;            // TimerInterval off
-    std::function<void()> statusChanged;        // the buttons' pictures and the status line
+    std::function<void(int value)> setSlider; // the slider shows a frame (may call SliderChanged)
+    std::function<void()> drawFrame;          // the current frame is drawn
+    std::function<void(int ms)> startTimer;   // TimerInterval on, with its interval
+    std::function<void()> stopTimer;          // TimerInterval off
+    std::function<void()> statusChanged;      // the buttons' pictures and the status line
 
     void SliderChanged(int value); // the one path of every frame change
     void Tick();                   // TimerInterval

@@ -1,5 +1,5 @@
-#include "app/Icons.h"
 #include "replay/frmRecordPlay.h"
+#include "app/Icons.h"
 
 #include "app/LoadLanguage.h"
 #include "app/StringRES.h"
@@ -77,10 +77,9 @@ protected:
 
 const char* const kPlayTips[8] = {"cmdPlay.tip", "cmdPause.tip", "cmdStop.tip", "cmdFirst.tip",
                                   "cmdLast.tip", "cmdNext.tip",  "cmdPrev.tip", "chkLoop.tip"};
-const char* const kPlayIcons[8] = {"media-playback-start", "media-playback-pause",
-                                   "media-playback-stop",  "media-skip-backward",
-                                   "media-skip-forward",   "media-seek-forward",
-                                   "media-seek-backward",  "media-playlist-repeat"};
+const char* const kPlayIcons[8] = {
+    "media-playback-start", "media-playback-pause", "media-playback-stop", "media-skip-backward",
+    "media-skip-forward",   "media-seek-forward",   "media-seek-backward", "media-playlist-repeat"};
 } // namespace
 
 // ---- drawing a frame -----------------------------------------------------------------
@@ -109,7 +108,9 @@ QImage RecordFrameRenderer::draw(const RecordRecord& rec, QSize size) {
             const QColor marker = rec.ColorMode ? ColorMarker : QColor(Qt::black);
             // The channel's mark at its offset, the trigger's at its delay.
             const double scale = ScreenVolt(rec.VoltDiv);
-            const double g = scale != 0 ? std::clamp(100 - ScreenVolt(rec.Offset) / scale * 25, 0.0, 200.0) : 100;
+            const double g = scale != 0
+                                 ? std::clamp(100 - ScreenVolt(rec.Offset) / scale * 25, 0.0, 200.0)
+                                 : 100;
             s.setFore(trace);
             const double y0 = g * z + 25 - 5;
             s.line(6, y0, 19, y0);
@@ -119,9 +120,10 @@ QImage RecordFrameRenderer::draw(const RecordRecord& rec, QSize size) {
             s.lineTo(6, y0);
             s.text(10, y0 - 1, ch2 ? "2" : "1");
             const double timeScale = ScreenTime(rec.TimeDiv);
-            const double c = timeScale != 0
-                                 ? std::clamp(150 - ScreenTime(rec.Delay) / timeScale * 25, 4.0, 295.0)
-                                 : 150;
+            const double c =
+                timeScale != 0
+                    ? std::clamp(150 - ScreenTime(rec.Delay) / timeScale * 25, 4.0, 295.0)
+                    : 150;
             s.setFore(marker);
             const double x = c * z + 25 - 4;
             s.line(x, 26, x + 8, 26);
@@ -154,7 +156,8 @@ QImage RecordFrameRenderer::draw(const RecordRecord& rec, QSize size) {
 // ---- the window ---------------------------------------------------------------------
 
 frmRecordPlay::frmRecordPlay(int slot)
-    : DocWindow(DocKind::Record, slot), controller_([this]() -> RecordRecord& { return record(); }) {
+    : DocWindow(DocKind::Record, slot),
+      controller_([this]() -> RecordRecord& { return record(); }) {
     setObjectName("frmRecordPlay");
     buildControls();
     TimerInterval_ = new QTimer(this);
@@ -420,9 +423,11 @@ void frmRecordPlay::drawFrame() {
 
 void frmRecordPlay::OpenRecordFile() {
     platform::FileDialogRequest request;
-    request.title = chinese() ? QString::fromUtf8("打开波形录制文件") : QStringLiteral("Open Record Files");
+    request.title =
+        chinese() ? QString::fromUtf8("打开波形录制文件") : QStringLiteral("Open Record Files");
     request.filter =
-        (chinese() ? QString::fromUtf8("录制文件 ") : QStringLiteral("Record Files ")) + "(*.rcd)|*.rcd";
+        (chinese() ? QString::fromUtf8("录制文件 ") : QStringLiteral("Record Files ")) +
+        "(*.rcd)|*.rcd";
     request.fileMustExist = true;
     const std::optional<QString> path = platform::ShowFileDialog(request);
     if (!path || path->isEmpty()) return;
@@ -457,8 +462,9 @@ void frmRecordPlay::SaveBitmap() {
     platform::FileDialogRequest request;
     request.save = true;
     request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = chinese() ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                               : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
+    request.filter = chinese()
+                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
+                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
     request.fileMustExist = false;
     const std::optional<QString> path = platform::ShowFileDialog(request);
     if (!path || path->isEmpty()) return;

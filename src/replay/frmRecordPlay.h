@@ -46,7 +46,9 @@ public:
     QString IntervalText() const;
     const QImage& picture() const { return picture_; }
     QSlider* slider() const { return SliderFrame_; }
-    QToolButton* playButton(int index) const { return AresBtnPlay_[static_cast<std::size_t>(index)]; }
+    QToolButton* playButton(int index) const {
+        return AresBtnPlay_[static_cast<std::size_t>(index)];
+    }
     int framesDrawn() const { return framesDrawn_; }
 
     void ShowRecord() override;

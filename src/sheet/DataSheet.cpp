@@ -1,13 +1,13 @@
 #include "sheet/DataSheet.h"
 
 #include "app/AppIdentity.h"
+#include "app/FileFunc.h"
+#include "app/Icons.h"
 #include "app/LoadLanguage.h"
 #include "app/StringRES.h"
 #include "platform/Faults.h"
-#include "platform/MsgBox.h"
-#include "app/FileFunc.h"
-#include "app/Icons.h"
 #include "platform/FileDialog.h"
+#include "platform/MsgBox.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
@@ -238,8 +238,8 @@ bool SheetExists() {
 bool FindDocument(const QTreeWidgetItem* node, DocKind* kind, int* slot) {
     if (!node) return false;
     // The order of the search: Data, Wave, Measure, Record, Memory Wave.
-    for (DocKind k : {DocKind::Data, DocKind::Wave, DocKind::Measure, DocKind::Record,
-                      DocKind::MemoryWave}) {
+    for (DocKind k :
+         {DocKind::Data, DocKind::Wave, DocKind::Measure, DocKind::Record, DocKind::MemoryWave}) {
         for (int s = 0; s < DocCount(k); ++s) {
             if (DocNode(k, s) == node) {
                 *kind = k;
@@ -308,8 +308,7 @@ void DocWindowActivated(DocWindow* window) {
     if (!window) return;
     const int slot = window->Tag();
     if (slot < 0 || slot >= DocCount(window->kind())) return;
-    if (QTreeWidgetItem* node = DocNode(window->kind(), slot))
-        SheetTree()->setCurrentItem(node);
+    if (QTreeWidgetItem* node = DocNode(window->kind(), slot)) SheetTree()->setCurrentItem(node);
 }
 
 void CloseAllDocuments() {
@@ -317,8 +316,7 @@ void CloseAllDocuments() {
         for (int slot = 0; slot < info.slotCount; ++slot)
             if (DocWindow* form = formSlot(info.kind, slot).data()) {
                 platform::RunHandler("Form_Unload", [form] { form->Unload(); });
-                if (auto* sub = qobject_cast<QMdiSubWindow*>(form->parentWidget()))
-                    sub->hide();
+                if (auto* sub = qobject_cast<QMdiSubWindow*>(form->parentWidget())) sub->hide();
                 form->hide();
             }
 }
@@ -328,8 +326,8 @@ void CloseAllDocuments() {
 bool AskToSaveSheetChanges() {
     if (!SheetDirty) return true;
     const QString prompt = SheetPath.isEmpty() ? MsgSaveSheet : MsgSaveSheet + SheetPath;
-    const platform::MsgResult answer = platform::MsgBox(
-        prompt, platform::MsgButtons::YesNoCancel, platform::MsgIcon::Question, kAppTitle);
+    const platform::MsgResult answer = platform::MsgBox(prompt, platform::MsgButtons::YesNoCancel,
+                                                        platform::MsgIcon::Question, kAppTitle);
     if (answer == platform::MsgResult::Cancel) return false;
     if (answer == platform::MsgResult::Yes) return SaveDataSheet();
     return true;
@@ -491,8 +489,9 @@ std::optional<QString> sheetDialog(bool save, const QString& title) {
     platform::FileDialogRequest request;
     request.save = save;
     request.title = title;
-    request.filter = (chinese() ? QString::fromUtf8("数据浏览器文件 ") : QStringLiteral("Data Sheet Files ")) +
-                     "(*.ult)|*.ult";
+    request.filter =
+        (chinese() ? QString::fromUtf8("数据浏览器文件 ") : QStringLiteral("Data Sheet Files ")) +
+        "(*.ult)|*.ult";
     request.fileMustExist = !save;
     request.overwritePrompt = save;
     return platform::ShowFileDialog(request);
@@ -531,7 +530,8 @@ void RestoreWindows() {
         for (int slot = 0; slot < DocCount(info.kind); ++slot) {
             QPointer<DocWindow>& form = formSlot(info.kind, slot);
             if (!form) {
-                const DocWindowFactory& make = g_factories[static_cast<std::size_t>(index(info.kind))];
+                const DocWindowFactory& make =
+                    g_factories[static_cast<std::size_t>(index(info.kind))];
                 form = make ? make(slot) : new EmptyDocWindow(info.kind, slot);
             }
             form->SetTag(slot);

@@ -22,7 +22,7 @@ extern QString SheetName;
 struct DocKindInfo {
     DocKind kind;
     int slotCount; // records in the array
-    int maxDocs; // documents a sheet may hold
+    int maxDocs;   // documents a sheet may hold
     const char* baseEnglish;
     const char* baseChinese;
 };

@@ -68,7 +68,8 @@ public:
 
 class SheetReader {
 public:
-    SheetReader(const QByteArray& b, bool utf8) : p_(b.constData()), end_(p_ + b.size()), utf8_(utf8) {}
+    SheetReader(const QByteArray& b, bool utf8)
+        : p_(b.constData()), end_(p_ + b.size()), utf8_(utf8) {}
 
     QString str() {
         skipBlanks();
@@ -94,14 +95,17 @@ public:
         const QByteArray t = bare().trimmed();
         long long v = 0;
         const auto r = std::from_chars(t.constData(), t.constData() + t.size(), v);
-        if (r.ec != std::errc() || r.ptr != t.constData() + t.size()) throw SheetFault("Type mismatch");
+        if (r.ec != std::errc() || r.ptr != t.constData() + t.size())
+            throw SheetFault("Type mismatch");
         if (v < std::numeric_limits<T>::min() || v > std::numeric_limits<T>::max())
             throw SheetFault("Overflow");
         return static_cast<T>(v);
     }
     float f32() { return real<float>(); }
     double f64() { return real<double>(); }
-    double progress(qsizetype total) const { return total > 0 ? 1.0 - double(end_ - p_) / total : 1; }
+    double progress(qsizetype total) const {
+        return total > 0 ? 1.0 - double(end_ - p_) / total : 1;
+    }
 
 private:
     void skipBlanks() {
@@ -133,10 +137,13 @@ private:
         if (t.startsWith('+')) t.remove(0, 1);
         T v = 0;
         const auto r = std::from_chars(t.constData(), t.constData() + t.size(), v);
-        if (r.ec != std::errc() || r.ptr != t.constData() + t.size()) throw SheetFault("Type mismatch");
+        if (r.ec != std::errc() || r.ptr != t.constData() + t.size())
+            throw SheetFault("Type mismatch");
         return v;
     }
-    QString decode(const QByteArray& raw) const { return utf8_ ? QString::fromUtf8(raw) : DecodeSheetText(raw); }
+    QString decode(const QByteArray& raw) const {
+        return utf8_ ? QString::fromUtf8(raw) : DecodeSheetText(raw);
+    }
 
     const char* p_;
     const char* end_;
@@ -212,12 +219,14 @@ template <typename IO, typename Rec> void waveFields(IO& io, Rec& r) {
     io.boolean(r.ShowRoll);
     io.integer(r.Int42);
     io.integer(r.Int44);
-    for (auto* s : {&r.Ch1Offset, &r.Ch2Offset, &r.Ch1Scale, &r.Ch2Scale, &r.TimeScale, &r.TimeOffset,
-                    &r.AltTimeScale1, &r.AltTimeScale2, &r.AltTimeOffset1, &r.AltTimeOffset2, &r.Date})
+    for (auto* s :
+         {&r.Ch1Offset, &r.Ch2Offset, &r.Ch1Scale, &r.Ch2Scale, &r.TimeScale, &r.TimeOffset,
+          &r.AltTimeScale1, &r.AltTimeScale2, &r.AltTimeOffset1, &r.AltTimeOffset2, &r.Date})
         io.str(*s);
     io.integer(r.ActiveChannel);
-    for (auto* b : {&r.ColorDisplay, &r.GridOn, &r.SplitScreen, &r.BestFit, &r.Flag142, &r.SelCh1,
-                    &r.SelCh2, &r.SelMath, &r.SelLA, &r.ShowCh1, &r.ShowCh2, &r.ShowMath, &r.ShowLA})
+    for (auto* b :
+         {&r.ColorDisplay, &r.GridOn, &r.SplitScreen, &r.BestFit, &r.Flag142, &r.SelCh1, &r.SelCh2,
+          &r.SelMath, &r.SelLA, &r.ShowCh1, &r.ShowCh2, &r.ShowMath, &r.ShowLA})
         io.boolean(*b);
     systemData(io, r.SysData);
     io.boolean(r.ShowXY);
@@ -284,18 +293,17 @@ template <typename IO, typename Rec> void recordFields(IO& io, Rec& r) {
 }
 
 // The memory wave's fixed part: the fields in the file's groups.
-template <typename IO, typename Rec> void memoryFields(IO& io, Rec& r, bool& reserved,
-                                                       QString& reservedText, float& reservedFloat,
-                                                       std::int16_t& reservedShort, double& reservedDouble,
-                                                       std::uint8_t& reservedByte) {
+template <typename IO, typename Rec>
+void memoryFields(IO& io, Rec& r, bool& reserved, QString& reservedText, float& reservedFloat,
+                  std::int16_t& reservedShort, double& reservedDouble, std::uint8_t& reservedByte) {
     io.str(r.Name);
     io.str(r.FilePath);
     io.boolean(r.Loaded);
     io.str(r.TriggerMode);
     io.integer(r.ScreenPoints);
     io.boolean(r.Alternate);
-    for (auto* f : {&r.SampleRateMain, &r.SampleRate1, &r.SampleRate2, &r.OffsetVolt1, &r.OffsetVolt2,
-                    &r.VoltDiv1})
+    for (auto* f : {&r.SampleRateMain, &r.SampleRate1, &r.SampleRate2, &r.OffsetVolt1,
+                    &r.OffsetVolt2, &r.VoltDiv1})
         io.f32(*f);
     io.integer(r.Ch1Extra);
     io.integer(r.Ch2Extra);
@@ -305,9 +313,9 @@ template <typename IO, typename Rec> void memoryFields(IO& io, Rec& r, bool& res
                     &r.TimeOriginMain, &r.TimeOrigin1, &r.TimeOrigin2, &r.TimeExtra})
         io.f64(*d);
     // Fourteen booleans: thirteen, and the thirteenth again.
-    bool* flags[13] = {&r.Ch1Valid, &r.Ch2Valid, &r.LAValid, &r.ColorDisplay, &r.GridOn, &r.Used,
-                       &reserved,   &reserved,   &reserved,  &reserved,       &reserved, &reserved,
-                       &r.Alternate};
+    bool* flags[13] = {&r.Ch1Valid, &r.Ch2Valid, &r.LAValid,  &r.ColorDisplay, &r.GridOn,
+                       &r.Used,     &reserved,   &reserved,   &reserved,       &reserved,
+                       &reserved,   &reserved,   &r.Alternate};
     for (bool* b : flags)
         io.boolean(*b);
     io.boolean(r.Alternate);
@@ -370,7 +378,8 @@ QByteArray SheetBytes(const std::function<void(int)>& progress) {
     Write io{w};
     w.str(SheetSignature());
     w.str(SheetName);
-    for (DocKind k : {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record, DocKind::MemoryWave})
+    for (DocKind k :
+         {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record, DocKind::MemoryWave})
         w.integer(static_cast<std::int16_t>(DocCount(k)));
     for (int i = 0; i < DocCount(DocKind::Wave); ++i) {
         WaveRecord& r = WaveRecords[i];
@@ -398,7 +407,9 @@ QByteArray SheetBytes(const std::function<void(int)>& progress) {
         if (!r.HasSamples) continue;
         const std::int64_t n = std::max(0, r.FrameCount - r.FirstFrame + 1);
         for (std::int64_t k = 0; k < n * 1024; ++k)
-            w.integer(k < static_cast<std::int64_t>(r.Samples.size()) ? r.Samples[static_cast<std::size_t>(k)] : 0);
+            w.integer(k < static_cast<std::int64_t>(r.Samples.size())
+                          ? r.Samples[static_cast<std::size_t>(k)]
+                          : 0);
         if (progress) progress(50);
     }
     for (int i = 0; i < DocCount(DocKind::MemoryWave); ++i) {
@@ -423,7 +434,8 @@ QByteArray SheetBytes(const std::function<void(int)>& progress) {
     return w.out;
 }
 
-SheetRead ParseSheet(const QByteArray& file, QString* error, const std::function<void(int)>& progress) {
+SheetRead ParseSheet(const QByteArray& file, QString* error,
+                     const std::function<void(int)>& progress) {
     SheetReader r(file, platform::IsValidUtf8(file));
     Read io{r};
     std::array<int, kDocKindCount> begun{};

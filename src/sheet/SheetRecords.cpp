@@ -63,7 +63,8 @@ template <typename Block, typename Data, typename Op> void eachField(Block& b, D
 
 SystemData SystemDataFromBlock(const SystemDataBlock116& block) {
     SystemData d;
-    eachField(block, d, [](const SystemDataBlock116& b, std::size_t at, auto& f) { get(b, at, f); });
+    eachField(block, d,
+              [](const SystemDataBlock116& b, std::size_t at, auto& f) { get(b, at, f); });
     return d;
 }
 

@@ -15,8 +15,7 @@ class QTreeWidgetItem;
 // little-endian, places as on the wire). The fields without a known meaning
 // are kept and written back unchanged.
 struct SystemData {
-    std::int16_t DrawStart = 0, DrawEnd = 0, AltStart1 = 0, AltEnd1 = 0, AltStart2 = 0,
-                 AltEnd2 = 0;
+    std::int16_t DrawStart = 0, DrawEnd = 0, AltStart1 = 0, AltEnd1 = 0, AltStart2 = 0, AltEnd2 = 0;
     std::uint8_t RollMode = 0, Ch1On = 0, Ch2On = 0, MathOn = 0, SysByte16 = 0;
     float SysFloat20 = 0;
     std::int16_t SysInt24 = 0;
@@ -120,9 +119,9 @@ struct RecordRecord {
 struct MemoryRecord {
     QString Name, FilePath;
     bool Loaded = false, Used = false, AutoRunning = false;
-    QString TriggerMode; // "ALTERNATION" or "EDGE"
+    QString TriggerMode;                        // "ALTERNATION" or "EDGE"
     std::vector<std::int16_t> Ch1Data, Ch2Data; // screen rows + 25, indexes 0..n
-    std::vector<std::uint8_t> LAData;          // the digital section as it came
+    std::vector<std::uint8_t> LAData;           // the digital section as it came
     bool Ch1Valid = false, Ch2Valid = false, LAValid = false;
     std::uint8_t Ch1On = 0, Ch2On = 0, LAOn = 0;
     std::int32_t PointsMain = 0, Points1 = 0, Points2 = 0;

@@ -72,9 +72,8 @@ frmDataSheetTree::frmDataSheetTree(QWidget* parent)
         if (QTreeWidgetItem* node = tree_->currentItem()) tree_->editItem(node, 0);
     });
     add(pop_mnu1_, "mnuRemove", [] { RemoveSelected(); });
-    QAction* sorted = add(pop_mnu1_, "mnuSorted", [this] {
-        SetSorted(menuAction("mnuSorted")->isChecked());
-    });
+    QAction* sorted =
+        add(pop_mnu1_, "mnuSorted", [this] { SetSorted(menuAction("mnuSorted")->isChecked()); });
     sorted->setCheckable(true);
 
     connect(tree_, &QTreeWidget::customContextMenuRequested, this, [this](const QPoint& at) {
@@ -82,12 +81,10 @@ frmDataSheetTree::frmDataSheetTree(QWidget* parent)
         PrepareMenu();
         pop_mnu1_->popup(tree_->viewport()->mapToGlobal(at));
     });
-    connect(tree_, &QTreeWidget::itemClicked, this, guarded("DataSheetTree_NodeClick", [] {
-                SetActiveForm();
-            }));
-    connect(tree_, &QTreeWidget::itemActivated, this, guarded("DataSheetTree_NodeClick", [] {
-                SetActiveForm();
-            }));
+    connect(tree_, &QTreeWidget::itemClicked, this,
+            guarded("DataSheetTree_NodeClick", [] { SetActiveForm(); }));
+    connect(tree_, &QTreeWidget::itemActivated, this,
+            guarded("DataSheetTree_NodeClick", [] { SetActiveForm(); }));
     connect(tree_, &QTreeWidget::itemChanged, this,
             [this](QTreeWidgetItem* item) { itemChanged(item); });
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
@@ -135,11 +132,16 @@ void frmDataSheetTree::itemChanged(QTreeWidgetItem* item) {
 void frmDataSheetTree::applyCaptions(int index) {
     if (index != kLanguageChinese && index != kLanguageEnglish) return;
     const std::pair<const char*, const char*> captions[] = {
-        {"mnuNewDataSheet", "mnuNewSheet"},   {"mnuOpenDataSheet", "mnuOpenSheet"},
-        {"mnuSaveDataSheet", "mnuSaveSheet"}, {"mnuSaveDataSheetAs", "mnuSaveAsSheet"},
-        {"mnuSorted", "mnuSorted"},           {"mnuAddNewWaveform", "mnuAddWave"},
-        {"mnuAddNewMeasure", "mnuAddMeasure"}, {"mnuAddNewData", "mnuAddData"},
-        {"mnuAddNewPlayBack", "mnuAddRecord"}, {"mnuAddNewMemoryWave", "mnuAddMemory"}};
+        {"mnuNewDataSheet", "mnuNewSheet"},
+        {"mnuOpenDataSheet", "mnuOpenSheet"},
+        {"mnuSaveDataSheet", "mnuSaveSheet"},
+        {"mnuSaveDataSheetAs", "mnuSaveAsSheet"},
+        {"mnuSorted", "mnuSorted"},
+        {"mnuAddNewWaveform", "mnuAddWave"},
+        {"mnuAddNewMeasure", "mnuAddMeasure"},
+        {"mnuAddNewData", "mnuAddData"},
+        {"mnuAddNewPlayBack", "mnuAddRecord"},
+        {"mnuAddNewMemoryWave", "mnuAddMemory"}};
     for (const auto& [action, key] : captions)
         if (QAction* a = menuAction(action)) a->setText(text(key));
     mnuAddNew_->setTitle(text("mnuAddNew"));

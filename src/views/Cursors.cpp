@@ -35,7 +35,8 @@ double divisions(double pixels, double z) {
 void xRows(QStringList& rows, double pixels, double timeScale, double z) {
     const double dt = divisions(pixels, z) * timeScale;
     rows << "|X1-X2|   =" + pointed(ConvertTimeToStr(dt));
-    rows << "1/|X1-X2|=" + (dt != 0 ? pointed(ConvertFreqToStr(1 / dt)) : QStringLiteral("???.? Hz"));
+    rows << "1/|X1-X2|=" +
+                (dt != 0 ? pointed(ConvertFreqToStr(1 / dt)) : QStringLiteral("???.? Hz"));
 }
 
 void yRow(QStringList& rows, double pixels, double voltScale, double z) {
@@ -97,7 +98,8 @@ double ClampCursorX(double x, double z) {
 }
 
 CursorId CursorAt(const CursorSet& set, QPointF p, double z, bool split) {
-    const bool inFrame = p.x() >= 25 && p.x() <= 25 + 300 * z && p.y() >= 25 && p.y() <= 25 + 200 * z;
+    const bool inFrame =
+        p.x() >= 25 && p.x() <= 25 + 300 * z && p.y() >= 25 && p.y() <= 25 + 200 * z;
     if (!inFrame) return CursorId::None;
     const bool lower = p.y() > 25 + 100 * z;
     auto near = [&p](double line, bool vertical) {
@@ -127,15 +129,15 @@ CursorId CursorAt(const CursorSet& set, QPointF p, double z, bool split) {
 
 void DragCursor(CursorSet& set, CursorId id, QPointF p, double z) {
     if (id == CursorId::None) return;
-    const bool vertical = id == CursorId::X1 || id == CursorId::X2 || id == CursorId::AltX1 ||
-                          id == CursorId::AltX2;
+    const bool vertical =
+        id == CursorId::X1 || id == CursorId::X2 || id == CursorId::AltX1 || id == CursorId::AltX2;
     set.at(id) = vertical ? ClampCursorX(p.x(), z) : std::clamp(p.y(), 27.0, 200 * z + 25 - 2);
 }
 
 void RescaleCursors(CursorSet& set, double oldZoom, double newZoom) {
     if (oldZoom <= 0 || newZoom <= 0 || oldZoom == newZoom) return;
-    for (CursorId id : {CursorId::X1, CursorId::X2, CursorId::AltX1, CursorId::AltX2,
-                        CursorId::Y1, CursorId::Y2, CursorId::AltY1, CursorId::AltY2})
+    for (CursorId id : {CursorId::X1, CursorId::X2, CursorId::AltX1, CursorId::AltX2, CursorId::Y1,
+                        CursorId::Y2, CursorId::AltY1, CursorId::AltY2})
         set.at(id) = 25 + (set.at(id) - 25) * newZoom / oldZoom;
 }
 

@@ -123,7 +123,9 @@ struct RowMap {
     double base = kMargin;
     double bias = 0;
     double cap = 1e9; // the value is held at this when it comes out higher
-    double operator()(double v, double z) const { return std::min(v + bias, cap) * scale * z + base; }
+    double operator()(double v, double z) const {
+        return std::min(v + bias, cap) * scale * z + base;
+    }
 };
 
 // One trace by the column walk; samples past the array end the walk.
@@ -220,8 +222,8 @@ double groundRow(const QString& offsetText, const QString& scaleText) {
 void drawChannelMarker(Surface& s, const WaveRecord& r, int channel, double z) {
     const int areas = alternation(r) || fftShares(r) ? 2 : 1;
     const QString digit = QString::number(channel);
-    double g = channel == 1 ? groundRow(r.Ch1Offset, r.Ch1Scale)
-                            : groundRow(r.Ch2Offset, r.Ch2Scale);
+    double g =
+        channel == 1 ? groundRow(r.Ch1Offset, r.Ch1Scale) : groundRow(r.Ch2Offset, r.Ch2Scale);
     const double bottom = areas == 2 ? 100 : 200;
     if (g >= 200 || g <= 0) {
         // Off the screen: an arrow at the frame's edge, not scaled.
@@ -326,8 +328,7 @@ void drawLALanes(Surface& s, const WaveRecord& r, double z, bool colour) {
     const auto walk = TraceWalk(d.DrawStart, d.DrawEnd, z, 0.5, startIndex, 600);
     auto lane = [&](int n) {
         const int height = n >= 8 ? d.LAHeightHigh : d.LAHeightLow;
-        const double y0 =
-            roundEven((d.LAPosition[static_cast<std::size_t>(n)] - 25) * z) + base;
+        const double y0 = roundEven((d.LAPosition[static_cast<std::size_t>(n)] - 25) * z) + base;
         auto level = [&](int index) {
             return ((words[static_cast<std::size_t>(index)] >> n) & 1u) ? y0 - height : y0;
         };
@@ -425,8 +426,7 @@ void drawAltTimeBaseText(Surface& s, const WaveRecord& r, double z, bool colour)
     s.text(scale1X, row, r.AltTimeScale1);
     s.text(delay1X, row, delay1);
     s.setFore(colour ? ColorCh2 : Qt::black);
-    drawTriggerFlags(s, triggerColumn(r.AltTimeOffset2, r.AltTimeScale2), z,
-                     kMargin + 100 * z);
+    drawTriggerFlags(s, triggerColumn(r.AltTimeOffset2, r.AltTimeScale2), z, kMargin + 100 * z);
     s.text(scale2X, row, r.AltTimeScale2);
     s.text(delay2X, row, "Delay2: " + r.AltTimeOffset2);
 }
@@ -570,7 +570,8 @@ void drawLocalSpectrum(Surface& s, const WaveRecord& r, double z, bool colour) {
         for (double x : v)
             top = std::max(top, x);
     auto row = [&](double value) {
-        const double rows = decibels ? (20 - value) * 25 / 10 : 200 - (top > 0 ? value / top : 0) * 200;
+        const double rows =
+            decibels ? (20 - value) * 25 / 10 : 200 - (top > 0 ? value / top : 0) * 200;
         return std::clamp(rows, 0.0, 200.0) * z + kMargin;
     };
     s.setFore(colour ? ColorMath : Qt::black);

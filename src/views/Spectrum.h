@@ -13,7 +13,7 @@ enum class FftScale { DbVrms = 0, Vrms = 1 };
 inline const QStringList kFftWindowNames = {"Rectangle", "Hanning", "Hamming", "Blackman"};
 inline const QStringList kFftScaleNames = {"dBVrms", "Vrms"};
 
-constexpr int kSpectrumCount = 1024; // values kept, bin 0 (DC) first
+constexpr int kSpectrumCount = 1024;  // values kept, bin 0 (DC) first
 constexpr int kSpectrumLength = 2048; // transform length: the samples zero-padded
 
 // The samples 1..PointCount of a channel (1 or 2) in volts, by the record's

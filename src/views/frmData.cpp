@@ -1,5 +1,5 @@
-#include "app/Icons.h"
 #include "views/frmData.h"
+#include "app/Icons.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/TableJob.h"
@@ -60,8 +60,8 @@ void DataTableModel::reset() {
 
 int DataTableModel::rowCount(const QModelIndex& parent) const {
     if (parent.isValid() || !record_ || !record_->Loaded) return 0;
-    const int available = static_cast<int>(std::min(record_->VoltText.size(),
-                                                    record_->TimeText.size())) - 1;
+    const int available =
+        static_cast<int>(std::min(record_->VoltText.size(), record_->TimeText.size())) - 1;
     return std::max(0, std::min(record_->RowCount, available));
 }
 
@@ -192,7 +192,9 @@ void frmData::Timer1_Timer() {
     if (firstTick_) {
         firstTick_ = false;
         Timer1_->setInterval(500);
-        const int at = r.Source == QLatin1String("CH2") ? 1 : r.Source == QLatin1String("LA") ? 2 : 0;
+        const int at = r.Source == QLatin1String("CH2")  ? 1
+                       : r.Source == QLatin1String("LA") ? 2
+                                                         : 0;
         selectOption(at);
         ShowRecord();
     }
@@ -238,8 +240,7 @@ RefreshWindow frmData::refreshWindow() {
         if (self) self->LoadData();
     };
     w.showStopLook = [self](bool stop) {
-        if (self)
-            self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
+        if (self) self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
     };
     w.enableRefresh = [self](bool on) {
         if (self) self->cmdRefresh_->setEnabled(on);

@@ -1,5 +1,5 @@
-#include "app/Icons.h"
 #include "views/frmWave.h"
+#include "app/Icons.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
@@ -118,8 +118,7 @@ frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
     Timer1_->setInterval(1);
     connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
     Timer2_ = new QTimer(this);
-    connect(Timer2_, &QTimer::timeout, this,
-            [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(640, 460);
@@ -165,8 +164,8 @@ void frmWave::buildControls() {
     ZoomCombo_ = new QComboBox;
     ZoomCombo_->setObjectName("ZoomCombo");
     ZoomCombo_->setEditable(true);
-    ZoomCombo_->addItems({"50%", "75%", "100%", "125%", "150%", "200%", "250%", "300%", "400%",
-                          "500%"});
+    ZoomCombo_->addItems(
+        {"50%", "75%", "100%", "125%", "150%", "200%", "250%", "300%", "400%", "500%"});
     ZoomCombo_->setCurrentText("100%");
     connect(ZoomCombo_, &QComboBox::textActivated, this,
             guarded("ZoomCombo_Click", [this] { ZoomCombo_Commit(); }));
@@ -352,8 +351,7 @@ RefreshWindow frmWave::refreshWindow() {
     };
     w.showStopLook = [self](bool stop) {
         if (!self) return;
-        self->cmdRefresh_->setIcon(
-            ThemeIcon(stop ? "process-stop" : "view-refresh"));
+        self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
         self->cmdRefresh_->setText(text(stop ? "mnuRefresh" : "cmdRefresh").trimmed());
         self->cmdRefresh_->setChecked(stop);
     };

@@ -102,7 +102,8 @@ void frmWaveSetting::OKButton_Click() {
     WaveRecord& r = WaveRecords[slot];
     if (ApplyLocalFFT(r, SourceCombo_->currentIndex() + 1,
                       static_cast<FftWindow>(WindowCombo_->currentIndex()),
-                      static_cast<FftScale>(ScaleCombo_->currentIndex()), OptScreen_->isChecked())) {
+                      static_cast<FftScale>(ScaleCombo_->currentIndex()),
+                      OptScreen_->isChecked())) {
         SheetDirty = true;
         if (DocWindow* w = DocForm(DocKind::Wave, slot)) w->ShowRecord();
     }

@@ -139,9 +139,9 @@ void TestWaveJob::systemDataFieldsAtTheirPlaces() {
     block[0] = 5;    // DrawStart
     block[2] = 0x2B; // DrawEnd 299
     block[3] = 0x01;
-    block[12] = 1;  // RollMode
-    block[37] = 0;  // FFTFullScreen
-    block[38] = 7;  // SysByte38
+    block[12] = 1; // RollMode
+    block[37] = 0; // FFTFullScreen
+    block[38] = 7; // SysByte38
     const float f = 1.25e-3f;
     std::memcpy(&block[56], &f, 4); // SysFloat56
     block[72] = 0x01;               // LAEnableMask: D0 and D15
@@ -165,8 +165,8 @@ void TestWaveJob::systemDataFieldsAtTheirPlaces() {
     for (std::size_t i = 0; i < noise.size(); ++i)
         noise[i] = static_cast<std::uint8_t>(i * 37 + 11);
     const SystemDataBlock116 back = BlockFromSystemData(SystemDataFromBlock(noise));
-    for (std::size_t at : {16u, 20u, 21u, 22u, 23u, 24u, 28u, 32u, 35u, 36u, 40u, 44u, 46u, 48u,
-                           52u, 60u, 64u, 68u, 69u, 108u})
+    for (std::size_t at : {16u, 20u, 21u, 22u, 23u, 24u, 28u, 32u, 35u, 36u,
+                           40u, 44u, 46u, 48u, 52u, 60u, 64u, 68u, 69u, 108u})
         QCOMPARE(back[at], noise[at]);
 }
 
@@ -193,14 +193,14 @@ void TestWaveJob::yTFetchesEverySourceInOrder() {
     link_->instrument().Process(":MATH:DISPLAY ON");
     link_->instrument().Process(":STOP"); // a still screen to compare with
     runJob(true, true, true, true);
-    QCOMPARE(jobCommands(),
-             (QStringList{":TRIGGER:STATUS?", ":TRIGGER:STATUS?", ":MATH:DISPLAY?",
-                          ":FFT:DISPLAY?", ":SYSTEM:DATA?", ":TRIGGER:MODE?", ":TIMEBASE:FORMAT?",
-                          ":CHANNEL1:SCALE?", ":CHANNEL1:OFFSET?", ":CHANNEL2:SCALE?",
-                          ":CHANNEL2:OFFSET?", ":TIMEBASE:SCALE?", ":TIMEBASE:OFFSET?",
-                          ":CHANNEL1:INVERT?", ":WAVEFORM:DATA? CHANNEL1", ":CHANNEL2:INVERT?",
-                          ":WAVEFORM:DATA? CHANNEL2", ":WAVEFORM:DATA? MATH",
-                          ":WAVEFORM:DATA? DIGITAL"}));
+    QCOMPARE(
+        jobCommands(),
+        (QStringList{":TRIGGER:STATUS?", ":TRIGGER:STATUS?", ":MATH:DISPLAY?", ":FFT:DISPLAY?",
+                     ":SYSTEM:DATA?", ":TRIGGER:MODE?", ":TIMEBASE:FORMAT?", ":CHANNEL1:SCALE?",
+                     ":CHANNEL1:OFFSET?", ":CHANNEL2:SCALE?", ":CHANNEL2:OFFSET?",
+                     ":TIMEBASE:SCALE?", ":TIMEBASE:OFFSET?", ":CHANNEL1:INVERT?",
+                     ":WAVEFORM:DATA? CHANNEL1", ":CHANNEL2:INVERT?", ":WAVEFORM:DATA? CHANNEL2",
+                     ":WAVEFORM:DATA? MATH", ":WAVEFORM:DATA? DIGITAL"}));
     const WaveRecord& r = WaveRecords[0];
     QVERIFY(r.ShowYT && !r.ShowXY && !r.ShowRoll);
     QCOMPARE(r.PointCount, 600);
@@ -240,8 +240,7 @@ void TestWaveJob::rollFormatFetchesLikeYT() {
     runJob(true, false, false, false);
     const WaveRecord& r = WaveRecords[0];
     QVERIFY(r.ShowRoll && !r.ShowYT && !r.ShowXY);
-    QCOMPARE(jobCommands().filter(":WAVEFORM:DATA?"),
-             (QStringList{":WAVEFORM:DATA? CHANNEL1"}));
+    QCOMPARE(jobCommands().filter(":WAVEFORM:DATA?"), (QStringList{":WAVEFORM:DATA? CHANNEL1"}));
 }
 
 void TestWaveJob::alternateTriggerReadsEachChannelsTimeBase() {
@@ -250,11 +249,11 @@ void TestWaveJob::alternateTriggerReadsEachChannelsTimeBase() {
     const QStringList l = jobCommands();
     const qsizetype at = l.indexOf(":TRIGGER:ALTERNATION:SOURCE CHANNEL1");
     QVERIFY(at > 0);
-    QCOMPARE(l.mid(at, 6),
-             (QStringList{":TRIGGER:ALTERNATION:SOURCE CHANNEL1",
-                          ":TRIGGER:ALTERNATION:TIMESCALE?", ":TRIGGER:ALTERNATION:TIMEOFFSET?",
-                          ":TRIGGER:ALTERNATION:SOURCE CHANNEL2",
-                          ":TRIGGER:ALTERNATION:TIMESCALE?", ":TRIGGER:ALTERNATION:TIMEOFFSET?"}));
+    QCOMPARE(
+        l.mid(at, 6),
+        (QStringList{":TRIGGER:ALTERNATION:SOURCE CHANNEL1", ":TRIGGER:ALTERNATION:TIMESCALE?",
+                     ":TRIGGER:ALTERNATION:TIMEOFFSET?", ":TRIGGER:ALTERNATION:SOURCE CHANNEL2",
+                     ":TRIGGER:ALTERNATION:TIMESCALE?", ":TRIGGER:ALTERNATION:TIMEOFFSET?"}));
     QVERIFY(!l.contains(":TIMEBASE:SCALE?"));
     const WaveRecord& r = WaveRecords[0];
     QCOMPARE(r.TriggerMode, QString("ALTERNATION"));

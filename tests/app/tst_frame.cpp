@@ -4,8 +4,8 @@
 #include "TestPlatform.h"
 
 #include "app/AppIdentity.h"
-#include "app/FrameLogic.h"
 #include "app/FileFunc.h"
+#include "app/FrameLogic.h"
 #include "app/LoadLanguage.h"
 #include "app/SoftwareSetting.h"
 #include "app/frmAbout.h"
@@ -226,8 +226,8 @@ void TestFrame::placeOnScreens_data() {
         << QRect(2500, 100, 800, 600) << QRect(560, 220, 800, 600);
     QTest::newRow("title bar above the screen")
         << QRect(100, -400, 800, 600) << QRect(560, 220, 800, 600);
-    QTest::newRow("larger than the screen") << QRect(-5000, 0, 4000, 3000)
-                                            << QRect(0, 0, 1920, 1040);
+    QTest::newRow("larger than the screen")
+        << QRect(-5000, 0, 4000, 3000) << QRect(0, 0, 1920, 1040);
 }
 
 void TestFrame::placeOnScreens() {

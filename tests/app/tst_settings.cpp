@@ -206,7 +206,8 @@ void TestSettings::fileShowsSectionsAndKeysAsNamed() {
     f.write("[Refresh_NQ4000L]\nRefresh%20Interval=5000\n");
     f.close();
     platform::SetSettingsDirectory(tp.settingsDir() + "/config");
-    QCOMPARE(platform::GetSetting(kAppTitle, "Refresh_NQ4000L", "Refresh Interval"), QString("5000"));
+    QCOMPARE(platform::GetSetting(kAppTitle, "Refresh_NQ4000L", "Refresh Interval"),
+             QString("5000"));
 }
 
 QTEST_GUILESS_MAIN(TestSettings)

@@ -4,12 +4,12 @@
 
 #include "app/AppIdentity.h"
 #include "app/FileFunc.h"
-#include "app/StringRES.h"
-#include "platform/Settings.h"
 #include "app/LoadLanguage.h"
+#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/CtrlState.h"
+#include "platform/Settings.h"
 
 #include <QDir>
 #include <QFile>
@@ -191,7 +191,8 @@ void TestCtrlFile::refusedFileDoesNotBecomeCurrent() {
     OpenCtrl(other);
     QCOMPARE(tp.prompts(), QStringList{MsgBadFile});
     QCOMPARE(ControlFilePath, good); // a later Save writes the good file, not the refused one
-    QVERIFY(!platform::GetAllSettings(kAppTitle, "Recent Ctrl_NQ4000L").contains({"RecentFile1", other}));
+    QVERIFY(!platform::GetAllSettings(kAppTitle, "Recent Ctrl_NQ4000L")
+                 .contains({"RecentFile1", other}));
     QCOMPARE(bytesOf(other), QByteArray("\"Someone Else,Inc. X1 Controller\"\r\n"));
 }
 

@@ -354,7 +354,7 @@ void TestExchange::aSilentInstrumentEndsTheDownloadAndKeepsTheTree() {
     QCOMPARE(tp_->prompts(), QStringList{MsgCantRead});
     QVERIFY(!Connected);
     QVERIFY(!LastReadAllComplete());
-    QVERIFY(CtrlData == before); // an interrupted download leaves the tree as it was
+    QVERIFY(CtrlData == before);                // an interrupted download leaves the tree as it was
     QCOMPARE(silent.log.filter("?").size(), 3); // and asks nothing after the third silence
     CtrlDirty = false;
     cmdDownload_Click(); // not connected: only the message

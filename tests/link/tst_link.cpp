@@ -481,7 +481,7 @@ void TestLink::rs232PortThatDisappearsFailsTheWrite() {
     QCOMPARE(tp_->boxes.size(), 1);
     QCOMPARE(tp_->boxes[0].title, QString("RS232 Send Message"));
     QVERIFY(!tp_->boxes[0].prompt.isEmpty()); // the error's own text
-    QTest::qWait(50); // a dead line keeps raising events for a while
+    QTest::qWait(50);                         // a dead line keeps raising events for a while
     QVERIFY2(statusWrites <= 3, qPrintable(QString::number(statusWrites)));
     SetStatusView({});
 }

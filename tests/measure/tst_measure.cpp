@@ -104,8 +104,8 @@ void TestMeasure::verdicts_data() {
     QTest::newRow("unmeasured") << v << "*****" << 0.0 << 1.0 << "Fail";
     QTest::newRow("frequency") << f << "1.000kHz" << 999.0 << 1001.0 << "Pass";
     QTest::newRow("percent") << p << "50.0%" << 0.4 << 0.6 << "Pass";
-    QTest::newRow("over below under fails all") << v << "1.50V" << 2.0 << 1.0
-                                                << "Fail [Under Limit]";
+    QTest::newRow("over below under fails all")
+        << v << "1.50V" << 2.0 << 1.0 << "Fail [Under Limit]";
     QTest::newRow("comma made text") << v << "1,50V" << 1.4 << 1.6 << "Pass";
 }
 
@@ -165,7 +165,7 @@ void TestMeasure::editorTypesAndKeepsLimits() {
     QCOMPARE(e.selectedSlot, 0); // Vpp first
     e.SetEnabled(true);
     QCOMPARE(e.units, kVoltUnits);
-    e.ChangeUnit(true, 3); // mV
+    e.ChangeUnit(true, 3);             // mV
     QVERIFY(e.EditNumber(true, "-"));  // a lone minus waits for more
     QVERIFY(e.EditNumber(true, "-5")); // -5 mV
     QCOMPARE(e.items[0].UnderLimit, -0.005);

@@ -118,7 +118,7 @@ void TestMemWave::olderHeadHasNoDigitalAndMovesSamplesUp() {
     const MemoryRecord rec = load(older);
     QVERIFY(!rec.LAValid);
     QCOMPARE(int(rec.Ch1Data.size()), 11);
-    QCOMPARE(int(rec.Ch1Data[0]), 25); // byte 0 is the top row
+    QCOMPARE(int(rec.Ch1Data[0]), 25);          // byte 0 is the top row
     QCOMPARE(rec.TriggerMode, QString("EDGE")); // older 120 is the trigger mode: 0xFF
 }
 
@@ -252,7 +252,8 @@ void TestMemWave::csvHeadings_data() {
     QTest::addColumn<bool>("ch1");
     QTest::addColumn<bool>("ch2");
     QTest::addColumn<QByteArray>("heading");
-    QTest::newRow("CH2 only") << false << false << true << QByteArray("X,CH2\r\nSecond,Voltage\r\n");
+    QTest::newRow("CH2 only") << false << false << true
+                              << QByteArray("X,CH2\r\nSecond,Voltage\r\n");
     QTest::newRow("both") << false << true << true
                           << QByteArray("X,CH1,CH2\r\nSecond,Voltage,Voltage\r\n");
     QTest::newRow("alternate")

@@ -166,7 +166,8 @@ void TestPanel::everyKeySendsItsCommand() {
     // The keyboard window: its V_POS_INC also sends on the click; its force method the key word.
     frmV_Key keyboard;
     transport.log.clear();
-    QTest::mouseClick(qobject_cast<QToolButton*>(keyboard.panel()->key("VK_V_Pos_Inc")), Qt::LeftButton);
+    QTest::mouseClick(qobject_cast<QToolButton*>(keyboard.panel()->key("VK_V_Pos_Inc")),
+                      Qt::LeftButton);
     keyboard.panel()->StopRepeat();
     QCOMPARE(transport.log, (QStringList{":KEY:V_POS_INC 0", ":KEY:V_POS_INC"}));
     transport.log.clear();

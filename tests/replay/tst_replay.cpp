@@ -220,7 +220,8 @@ void TestReplay::mutatedFilesNeverCrash() {
                 file.truncate(at);
                 break;
             default:
-                file.insert(at, QByteArray(random.bounded(64), static_cast<char>(random.bounded(256))));
+                file.insert(at,
+                            QByteArray(random.bounded(64), static_cast<char>(random.bounded(256))));
                 break;
             }
             if (file.isEmpty()) break;

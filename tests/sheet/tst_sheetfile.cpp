@@ -25,8 +25,8 @@ namespace {
 void fillEverything() {
     QVERIFY(NewDataSheet());
     SheetName = "Bench";
-    for (DocKind k : {DocKind::Wave, DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record,
-                      DocKind::MemoryWave})
+    for (DocKind k : {DocKind::Wave, DocKind::Wave, DocKind::Measure, DocKind::Data,
+                      DocKind::Record, DocKind::MemoryWave})
         AddDocument(k);
     WaveRecord& w = WaveRecords[0];
     w.Loaded = w.ShowYT = w.ShowCh1 = w.ShowCh2 = w.ShowLA = w.ShowMath = true;
@@ -307,7 +307,8 @@ void TestSheetFile::fullDiskKeepsTheOldFile() {
     QVERIFY(f.open(QIODevice::ReadOnly));
     QCOMPARE(f.readAll(), before);
     // And no temporary file is left beside it.
-    QCOMPARE(QDir(tp_->tempPath("")).entryList(QDir::Files | QDir::Hidden).filter("kept").size(), 1);
+    QCOMPARE(QDir(tp_->tempPath("")).entryList(QDir::Files | QDir::Hidden).filter("kept").size(),
+             1);
 }
 
 void TestSheetFile::gbkTextIsRead() {
@@ -332,8 +333,8 @@ void TestSheetFile::reopenBringsWindowsBackClean() {
     QCOMPARE(SheetName, QString("Bench"));
     QCOMPARE(DocCount(DocKind::Wave), 2);
     QCOMPARE(SheetRootNode()->childCount(), 6);
-    for (DocKind k : {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record,
-                      DocKind::MemoryWave})
+    for (DocKind k :
+         {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record, DocKind::MemoryWave})
         QVERIFY(DocForm(k, 0) != nullptr);
     QVERIFY(!SheetDirty);
     QCOMPARE(SheetPath, path);

@@ -85,12 +85,12 @@ void TestCursors::readouts_data() {
     QTest::addColumn<double>("y2");
     QTest::addColumn<QStringList>("rows");
     // 1 ms a division: 25 pixels are 1 ms; 1 V a division: 25 pixels are 1 V.
-    QTest::newRow("one division")
-        << 50.0 << 75.0 << 50.0 << 75.0
-        << QStringList{"|X1-X2|   =1.00ms", "1/|X1-X2|=1.00KHz", "|Y1-Y2|  =1.0V"};
-    QTest::newRow("same column")
-        << 100.0 << 100.0 << 50.0 << 55.0
-        << QStringList{"|X1-X2|   =0.000s", "1/|X1-X2|=???.? Hz", "|Y1-Y2|  =200.0mV"};
+    QTest::newRow("one division") << 50.0 << 75.0 << 50.0 << 75.0
+                                  << QStringList{"|X1-X2|   =1.00ms", "1/|X1-X2|=1.00KHz",
+                                                 "|Y1-Y2|  =1.0V"};
+    QTest::newRow("same column") << 100.0 << 100.0 << 50.0 << 55.0
+                                 << QStringList{"|X1-X2|   =0.000s", "1/|X1-X2|=???.? Hz",
+                                                "|Y1-Y2|  =200.0mV"};
     QTest::newRow("order does not matter")
         << 175.0 << 75.0 << 225.0 << 25.0
         << QStringList{"|X1-X2|   =4.00ms", "1/|X1-X2|=250.00Hz", "|Y1-Y2|  =8.0V"};

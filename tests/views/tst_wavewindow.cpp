@@ -249,13 +249,13 @@ void TestWaveWindow::autoRefreshEndsWhenTheWindowCloses() {
     SoftwareSetting.RefreshInterval = 1000;
     window_->sourceBox(0)->setChecked(true);
     bool sawRunning = false, refusedDuringJob = false;
-    whenTrue([] { return JobRunning; }, [this, &refusedDuringJob] {
-        refusedDuringJob = !window_->close();
-    });
-    whenTrue([this] { return fetches() >= 3 && !JobRunning; }, [this, &sawRunning] {
-        sawRunning = AutoRefreshActive(RefreshKind::Wave) && WaveRecords[0].AutoRunning;
-        window_->close();
-    });
+    whenTrue([] { return JobRunning; },
+             [this, &refusedDuringJob] { refusedDuringJob = !window_->close(); });
+    whenTrue([this] { return fetches() >= 3 && !JobRunning; },
+             [this, &sawRunning] {
+                 sawRunning = AutoRefreshActive(RefreshKind::Wave) && WaveRecords[0].AutoRunning;
+                 window_->close();
+             });
     window_->cmdRefresh_Click(); // returns once the loop has ended
     QVERIFY(sawRunning);
     QVERIFY(refusedDuringJob);
