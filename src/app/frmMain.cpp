@@ -64,10 +64,6 @@ void DockPane::closeEvent(QCloseEvent* event) {
 namespace {
 
 // A handler body behind the fault guard: a run-time fault ends it, not the program.
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body] { platform::RunHandler(name, body); };
-}
-
 double screenDpi(const QWidget* w) {
     const QScreen* screen = w->screen() ? w->screen() : QGuiApplication::primaryScreen();
     return screen ? screen->logicalDotsPerInch() : 96.0;
@@ -179,11 +175,13 @@ void frmMain::buildMenus() {
     QMenu* recentSheet = addMenu(file, "mnuRecentSheetRoot");
     for (int i = 0; i < kRecentCount; ++i) {
         QAction* c = addAction(recentCtrl, "mnuFileRecentCtrl" + QString::number(i));
-        connect(c, &QAction::triggered, this,
-                guarded("mnuFileRecentCtrl_Click", [c] { OpenCtrl(c->data().toString()); }));
+        connect(c, &QAction::triggered, this, platform::Guarded("mnuFileRecentCtrl_Click", [c] {
+                    OpenCtrl(c->data().toString());
+                }));
         QAction* s = addAction(recentSheet, "mnuFileRecentSheet" + QString::number(i));
-        connect(s, &QAction::triggered, this,
-                guarded("mnuFileRecentSheet_Click", [s] { OpenDataSheet(s->data().toString()); }));
+        connect(s, &QAction::triggered, this, platform::Guarded("mnuFileRecentSheet_Click", [s] {
+                    OpenDataSheet(s->data().toString());
+                }));
     }
     file->addSeparator();
     addAction(file, "mnuFileExit")->setShortcut(QKeySequence::Quit);
@@ -219,7 +217,7 @@ void frmMain::buildMenus() {
     addAction(language, "mnuLanguageEnglish")->setCheckable(true);
 
     auto on = [this](const char* name, const char* handler, auto fn) {
-        connect(action(name), &QAction::triggered, this, guarded(handler, fn));
+        connect(action(name), &QAction::triggered, this, platform::Guarded(handler, fn));
     };
     on("mnuFileSaveDataSheet", "mnuFileSaveDataSheet_Click", [] { SaveDataSheet(); });
     on("mnuFileSaveCtrlFile", "mnuFileSaveCtrlFile_Click", [] { SaveControlFile(); });
@@ -312,12 +310,13 @@ void frmMain::buildToolBar() {
         a->setObjectName(QString("tb") + b.key);
         actions_.insert(a->objectName(), a);
         if (QString(b.key) == "FFT") {
-            connect(a, &QAction::triggered, this, guarded("tbToolBar_ButtonClick", [this] {
+            connect(a, &QAction::triggered, this,
+                    platform::Guarded("tbToolBar_ButtonClick", [this] {
                         frmWaveSetting dialog(this);
                         dialog.exec();
                     }));
         } else if (const auto add = addHandlerFor(b.key)) {
-            connect(a, &QAction::triggered, this, guarded("tbToolBar_ButtonClick", add));
+            connect(a, &QAction::triggered, this, platform::Guarded("tbToolBar_ButtonClick", add));
         } else if (b.mirrors) {
             // The buttons act as their menu items; the View items toggle, so
             // the button triggers the item to keep its check in step.
@@ -358,7 +357,7 @@ void frmMain::buildTimers() {
     commBusyTimer_ = makeTimer("CommBusyTimer", 200, false); // kept idle: its handler is empty
     timerInit_ = makeTimer("TimerInit", 1, true);
     connect(timerInit_, &QTimer::timeout, this,
-            guarded("TimerInit_Timer", [this] { timerInit_Timer(); }));
+            platform::Guarded("TimerInit_Timer", [this] { timerInit_Timer(); }));
 }
 
 void frmMain::buildPanes() {

@@ -60,9 +60,6 @@ QIcon imageOf(int image) {
     return icons[std::clamp(image - 2, 0, 2)];
 }
 
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body] { platform::RunHandler(name, body); };
-}
 } // namespace
 
 frmCtrlList::frmCtrlList(QWidget* parent) : QWidget(parent) {
@@ -111,7 +108,7 @@ frmCtrlList::frmCtrlList(QWidget* parent) : QWidget(parent) {
         }
         QAction* a = popmenu1_->addAction(e.name);
         a->setObjectName(e.name);
-        connect(a, &QAction::triggered, this, guarded(e.name, e.run));
+        connect(a, &QAction::triggered, this, platform::Guarded(e.name, e.run));
     }
 
     connect(tree_, &QTreeWidget::itemClicked, this,
@@ -119,13 +116,13 @@ frmCtrlList::frmCtrlList(QWidget* parent) : QWidget(parent) {
     connect(tree_, &QTreeWidget::currentItemChanged, this,
             [this](QTreeWidgetItem* item) { CtrlTreeView_NodeClick(item); });
     connect(tree_, &QTreeWidget::itemDoubleClicked, this,
-            guarded("CtrlTreeView_DblClick", [this] { CtrlTreeView_DblClick(); }));
+            platform::Guarded("CtrlTreeView_DblClick", [this] { CtrlTreeView_DblClick(); }));
     connect(tree_, &QTreeWidget::customContextMenuRequested, this,
             [this](const QPoint& at) { popmenu1_->popup(tree_->viewport()->mapToGlobal(at)); });
     connect(cmdUpload_, &QPushButton::clicked, this,
-            guarded("cmdUpload_Click", [] { cmdUpload_Click(); }));
+            platform::Guarded("cmdUpload_Click", [] { cmdUpload_Click(); }));
     connect(cmdDownload_, &QPushButton::clicked, this,
-            guarded("cmdDownload_Click", [] { cmdDownload_Click(); }));
+            platform::Guarded("cmdDownload_Click", [] { cmdDownload_Click(); }));
 
     SetCtrlTreeListener([this](CtrlTreeChange change) {
         if (change == CtrlTreeChange::Shape)

@@ -1,5 +1,6 @@
 #include "measure/frmMeasure.h"
 #include "app/Icons.h"
+#include "views/Exports.h"
 
 #include "acquire/Jobs.h"
 #include "app/LoadLanguage.h"
@@ -27,9 +28,6 @@
 #include <QVBoxLayout>
 
 namespace {
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
 QString text(const char* control) {
     return FormText("frmMeasure", control);
 }
@@ -104,11 +102,11 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     button(cmdExport_, "document-save-as");
     top->addStretch(1);
     connect(cmdRefresh_, &QToolButton::clicked, this,
-            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+            platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
     connect(cmdExport_, &QToolButton::clicked, this,
-            guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
+            platform::Guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
     connect(cmdPassFailed_, &QToolButton::clicked, this,
-            guarded("cmdPassFailed_Click", [this] { cmdPassFailed_Click(); }));
+            platform::Guarded("cmdPassFailed_Click", [this] { cmdPassFailed_Click(); }));
     SettingLabel_ = new QLabel;
     SettingLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     MeasureView_ = new QTreeWidget;
@@ -123,10 +121,11 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
     f5->setContext(Qt::WidgetWithChildrenShortcut);
     connect(f5, &QShortcut::activated, this,
-            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+            platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
     Timer1_ = new QTimer(this);
     Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    connect(Timer1_, &QTimer::timeout, this,
+            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
     Timer2_ = new QTimer(this);
     connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
@@ -268,18 +267,8 @@ void frmMeasure::LoadMeasure() {
 }
 
 void frmMeasure::cmdExport_Click() {
-    platform::FileDialogRequest request;
-    request.save = true;
-    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = (chinese() ? QString::fromUtf8("微软Excel表格文件 ")
-                                : QStringLiteral("Microsoft Excel Files ")) +
-                     "(*.xls)|*.xls|Text Files (*.txt)|*.txt|All Files (*.*)|*.*";
-    request.fileMustExist = false;
-    const std::optional<QString> path = platform::ShowFileDialog(request);
-    if (!path || path->isEmpty()) return;
-    const QString error = platform::WriteFileAtomically(*path, MeasureExportBytes(record()));
-    if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    if (const std::optional<QString> path = AskTextExportPath())
+        WriteExport(*path, MeasureExportBytes(record()));
 }
 
 void frmMeasure::cmdPassFailed_Click() {

@@ -1,5 +1,6 @@
 #include "memwave/frmOpenWaveform.h"
 #include "app/Icons.h"
+#include "views/Exports.h"
 
 #include "app/LoadLanguage.h"
 #include "app/StringRES.h"
@@ -38,9 +39,6 @@
 #include <cmath>
 
 namespace {
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
 QString text(const char* control) {
     return FormText("frmOpenWaveform", control);
 }
@@ -85,7 +83,7 @@ frmOpenWaveform::frmOpenWaveform(int slot) : DocWindow(DocKind::MemoryWave, slot
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(680, 520);
-    QTimer::singleShot(1, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    QTimer::singleShot(1, this, platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
 }
 
 frmOpenWaveform::~frmOpenWaveform() {
@@ -110,15 +108,15 @@ void frmOpenWaveform::buildControls() {
     tool(cmdPrint_, "document-print");
     tool(cmdPreview_, "document-print-preview");
     connect(cmdOpen_, &QToolButton::clicked, this,
-            guarded("cmdOpen_Click", [this] { OpenWaveformFile(); }));
+            platform::Guarded("cmdOpen_Click", [this] { OpenWaveformFile(); }));
     connect(cmdCsv_, &QToolButton::clicked, this,
-            guarded("FlatBttn3_Click", [this] { ExportCsv(); }));
+            platform::Guarded("FlatBttn3_Click", [this] { ExportCsv(); }));
     connect(cmdBitmap_, &QToolButton::clicked, this,
-            guarded("FlatBttn4_Click", [this] { SaveBitmap(); }));
+            platform::Guarded("FlatBttn4_Click", [this] { SaveBitmap(); }));
     connect(cmdPrint_, &QToolButton::clicked, this,
-            guarded("cmdPrint_Click", [this] { PrintPicture(false); }));
+            platform::Guarded("cmdPrint_Click", [this] { PrintPicture(false); }));
     connect(cmdPreview_, &QToolButton::clicked, this,
-            guarded("cmdPreview_Click", [this] { PrintPicture(true); }));
+            platform::Guarded("cmdPreview_Click", [this] { PrintPicture(true); }));
     tools->addStretch(1);
 
     // A ladder box: the value, and - and + that step it while held.
@@ -173,7 +171,7 @@ void frmOpenWaveform::buildControls() {
     ZoomCombo_->addItems({"100%", "200%", "300%"});
     ZoomCombo_->setEnabled(false);
     connect(ZoomCombo_, &QComboBox::textActivated, this,
-            guarded("ZoomCombo_Click", [this] { ZoomCombo_Commit(); }));
+            platform::Guarded("ZoomCombo_Click", [this] { ZoomCombo_Commit(); }));
     auto* colours = new QButtonGroup(this);
     for (int i = 0; i < 2; ++i) {
         OptionColor_[i] = new QRadioButton;
@@ -197,7 +195,7 @@ void frmOpenWaveform::buildControls() {
     });
     cmdReset_ = new QToolButton;
     connect(cmdReset_, &QToolButton::clicked, this,
-            guarded("Reset_Click", [this] { Reset_Click(); }));
+            platform::Guarded("Reset_Click", [this] { Reset_Click(); }));
     display->addWidget(new QLabel("Zoom"));
     display->addWidget(ZoomCombo_);
     display->addWidget(OptionColor_[0]);
@@ -545,22 +543,7 @@ void frmOpenWaveform::ExportCsv() {
 }
 
 void frmOpenWaveform::SaveBitmap() {
-    platform::FileDialogRequest request;
-    request.save = true;
-    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = chinese()
-                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
-    request.fileMustExist = false;
-    const std::optional<QString> path = platform::ShowFileDialog(request);
-    if (!path || path->isEmpty()) return;
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    picture().save(&buffer, path->endsWith(".png", Qt::CaseInsensitive) ? "PNG" : "BMP");
-    const QString error = platform::WriteFileAtomically(*path, bytes);
-    if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    ExportPicture(picture());
 }
 
 void frmOpenWaveform::PrintPicture(bool preview) {

@@ -1,5 +1,6 @@
 #include "panel/frmV_Panel.h"
 #include "app/Icons.h"
+#include "views/Exports.h"
 
 #include "app/LoadLanguage.h"
 #include "app/SoftwareSetting.h"
@@ -32,14 +33,8 @@ bool PanelWindowOpen = false;
 bool KeyWindowOpen = false;
 
 namespace {
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
 QString text(const char* control) {
     return FormText("frmV_Panel", control);
-}
-bool chinese() {
-    return CaptionLanguage() == kLanguageChinese;
 }
 } // namespace
 
@@ -65,17 +60,17 @@ frmV_Panel::frmV_Panel(QWidget* parent) : QWidget(parent) {
     tool(cmdPreview_, "document-print-preview");
     tools->addStretch(1);
     connect(cmdRun_, &QToolButton::clicked, this,
-            guarded("cmdRun_Click", [this] { cmdRun_Click(); }));
+            platform::Guarded("cmdRun_Click", [this] { cmdRun_Click(); }));
     connect(cmdStop_, &QToolButton::clicked, this,
-            guarded("cmdStop_Click", [this] { cmdStop_Click(); }));
+            platform::Guarded("cmdStop_Click", [this] { cmdStop_Click(); }));
     connect(cmdZoom_, &QToolButton::clicked, this,
-            guarded("cmdZoom_Click", [this] { cmdZoom_Click(); }));
+            platform::Guarded("cmdZoom_Click", [this] { cmdZoom_Click(); }));
     connect(cmdExport_, &QToolButton::clicked, this,
-            guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
+            platform::Guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
     connect(cmdPrint_, &QToolButton::clicked, this,
-            guarded("cmdPrint_Click", [this] { Print(false); }));
+            platform::Guarded("cmdPrint_Click", [this] { Print(false); }));
     connect(cmdPreview_, &QToolButton::clicked, this,
-            guarded("cmdPreview_Click", [this] { Print(true); }));
+            platform::Guarded("cmdPreview_Click", [this] { Print(true); }));
     PanelWavePic_ = new QLabel;
     PanelWavePic_->setFixedSize(kLcdWidth, kLcdHeight);
     PanelWavePic_->setStyleSheet("background: black;");
@@ -172,22 +167,7 @@ void frmV_Panel::cmdZoom_Click() {
 }
 
 void frmV_Panel::cmdExport_Click() {
-    platform::FileDialogRequest request;
-    request.save = true;
-    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = chinese()
-                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
-    request.fileMustExist = false;
-    const std::optional<QString> path = platform::ShowFileDialog(request);
-    if (!path || path->isEmpty()) return;
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    picture_.save(&buffer, path->endsWith(".png", Qt::CaseInsensitive) ? "PNG" : "BMP");
-    const QString error = platform::WriteFileAtomically(*path, bytes);
-    if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    ExportPicture(picture_);
 }
 
 void frmV_Panel::Print(bool preview) {

@@ -30,6 +30,12 @@ public:
 // Runs a handler body; a fault ends it and is counted. Returns false on a fault.
 template <typename Fn> bool RunHandler(const char* handler, Fn&& body) noexcept;
 
+// A handler for a signal: the body behind RunHandler, whatever the signal's
+// arguments (they are not used).
+template <typename Fn> auto Guarded(const char* handler, Fn body) {
+    return [handler, body](auto&&...) { RunHandler(handler, body); };
+}
+
 // Runs one statement of a procedure that skips failing statements and goes on.
 template <typename Fn> bool TryStatement(Fn&& statement) noexcept {
     return RunHandler("statement", static_cast<Fn&&>(statement));

@@ -1,5 +1,6 @@
 #include "replay/frmRecordPlay.h"
 #include "app/Icons.h"
+#include "views/Exports.h"
 
 #include "app/LoadLanguage.h"
 #include "app/StringRES.h"
@@ -25,9 +26,6 @@
 #include <cmath>
 
 namespace {
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
 QString text(const char* control) {
     return FormText("frmRecordPlay", control);
 }
@@ -163,7 +161,7 @@ frmRecordPlay::frmRecordPlay(int slot)
     TimerInterval_ = new QTimer(this);
     TimerInterval_->setTimerType(Qt::PreciseTimer);
     connect(TimerInterval_, &QTimer::timeout, this,
-            guarded("TimerInterval_Timer", [this] { controller_.Tick(); }));
+            platform::Guarded("TimerInterval_Timer", [this] { controller_.Tick(); }));
     controller_.setSlider = [this](int value) {
         if (SliderFrame_->value() != value && SliderFrame_->isEnabled() &&
             value <= SliderFrame_->maximum())
@@ -178,7 +176,8 @@ frmRecordPlay::frmRecordPlay(int slot)
     Timer1_ = new QTimer(this);
     Timer1_->setSingleShot(true);
     Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    connect(Timer1_, &QTimer::timeout, this,
+            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(560, 460);
@@ -212,17 +211,17 @@ void frmRecordPlay::buildControls() {
     FlatBttn_[5]->setText("M");
     tools->addStretch(1);
     connect(cmdRun_, &QToolButton::clicked, this,
-            guarded("cmdRun_Click", [this] { OpenRecordFile(); }));
+            platform::Guarded("cmdRun_Click", [this] { OpenRecordFile(); }));
     connect(FlatBttn_[4], &QToolButton::clicked, this,
-            guarded("FlatBttn4_Click", [this] { SetColour(true); }));
+            platform::Guarded("FlatBttn4_Click", [this] { SetColour(true); }));
     connect(FlatBttn_[5], &QToolButton::clicked, this,
-            guarded("FlatBttn5_Click", [this] { SetColour(false); }));
+            platform::Guarded("FlatBttn5_Click", [this] { SetColour(false); }));
     connect(FlatBttn_[1], &QToolButton::clicked, this,
-            guarded("FlatBttn1_Click", [this] { SaveBitmap(); }));
+            platform::Guarded("FlatBttn1_Click", [this] { SaveBitmap(); }));
     connect(FlatBttn_[2], &QToolButton::clicked, this,
-            guarded("FlatBttn2_Click", [this] { PrintFrame(false); }));
+            platform::Guarded("FlatBttn2_Click", [this] { PrintFrame(false); }));
     connect(FlatBttn_[3], &QToolButton::clicked, this,
-            guarded("FlatBttn3_Click", [this] { PrintFrame(true); }));
+            platform::Guarded("FlatBttn3_Click", [this] { PrintFrame(true); }));
 
     auto* picture = new FramePanel;
     picture->resized = [this] {
@@ -459,22 +458,7 @@ void frmRecordPlay::SetColour(bool colour) {
 
 void frmRecordPlay::SaveBitmap() {
     if (controller_.status() == ReplayStatus::Replaying) controller_.Pause();
-    platform::FileDialogRequest request;
-    request.save = true;
-    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = chinese()
-                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
-    request.fileMustExist = false;
-    const std::optional<QString> path = platform::ShowFileDialog(request);
-    if (!path || path->isEmpty()) return;
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    picture_.save(&buffer, path->endsWith(".png", Qt::CaseInsensitive) ? "PNG" : "BMP");
-    const QString error = platform::WriteFileAtomically(*path, bytes);
-    if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    ExportPicture(picture_);
 }
 
 void frmRecordPlay::PrintFrame(bool preview) {

@@ -11,9 +11,6 @@
 #include <QVBoxLayout>
 
 namespace {
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
 QString text(const char* control) {
     return FormText("frmDataSheetTree", control);
 }
@@ -53,7 +50,7 @@ frmDataSheetTree::frmDataSheetTree(QWidget* parent)
     auto add = [this](QMenu* menu, const char* name, auto fn) {
         QAction* a = menu->addAction(name);
         a->setObjectName(name);
-        connect(a, &QAction::triggered, this, guarded(name, fn));
+        connect(a, &QAction::triggered, this, platform::Guarded(name, fn));
         return a;
     };
     add(pop_mnu1_, "mnuNewDataSheet", [] { NewDataSheet(); });
@@ -82,9 +79,9 @@ frmDataSheetTree::frmDataSheetTree(QWidget* parent)
         pop_mnu1_->popup(tree_->viewport()->mapToGlobal(at));
     });
     connect(tree_, &QTreeWidget::itemClicked, this,
-            guarded("DataSheetTree_NodeClick", [] { SetActiveForm(); }));
+            platform::Guarded("DataSheetTree_NodeClick", [] { SetActiveForm(); }));
     connect(tree_, &QTreeWidget::itemActivated, this,
-            guarded("DataSheetTree_NodeClick", [] { SetActiveForm(); }));
+            platform::Guarded("DataSheetTree_NodeClick", [] { SetActiveForm(); }));
     connect(tree_, &QTreeWidget::itemChanged, this,
             [this](QTreeWidgetItem* item) { itemChanged(item); });
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });

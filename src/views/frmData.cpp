@@ -1,5 +1,6 @@
 #include "views/frmData.h"
 #include "app/Icons.h"
+#include "views/Exports.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/TableJob.h"
@@ -26,9 +27,6 @@
 #include <QVBoxLayout>
 
 namespace {
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
 QString text(const char* control) {
     return FormText("frmData", control);
 }
@@ -115,7 +113,7 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
     cmdRefresh_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     cmdRefresh_->setMinimumHeight(36);
     connect(cmdRefresh_, &QToolButton::clicked, this,
-            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+            platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
     top->addWidget(cmdRefresh_);
     for (int i = 0; i < 3; ++i) {
         OptionCH_[i] = new QRadioButton(kSources[i]);
@@ -128,7 +126,7 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
     cmdExport_->setIcon(ThemeIcon("document-save-as"));
     cmdExport_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     connect(cmdExport_, &QToolButton::clicked, this,
-            guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
+            platform::Guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
     top->addWidget(cmdExport_);
     top->addStretch(1);
     SettingLabel_ = new QLabel;
@@ -149,11 +147,12 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
     auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
     f5->setContext(Qt::WidgetWithChildrenShortcut);
     connect(f5, &QShortcut::activated, this,
-            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+            platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
 
     Timer1_ = new QTimer(this);
     Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    connect(Timer1_, &QTimer::timeout, this,
+            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
     Timer2_ = new QTimer(this);
     connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
@@ -277,18 +276,8 @@ void frmData::LoadData() {
 }
 
 void frmData::cmdExport_Click() {
-    platform::FileDialogRequest request;
-    request.save = true;
-    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = (chinese() ? QString::fromUtf8("微软Excel表格文件 ")
-                                : QStringLiteral("Microsoft Excel Files ")) +
-                     "(*.xls)|*.xls|Text Files (*.txt)|*.txt|All Files (*.*)|*.*";
-    request.fileMustExist = false;
-    const std::optional<QString> path = platform::ShowFileDialog(request);
-    if (!path || path->isEmpty()) return;
-    const QString error = platform::WriteFileAtomically(*path, DataExportBytes(record()));
-    if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    if (const std::optional<QString> path = AskTextExportPath())
+        WriteExport(*path, DataExportBytes(record()));
 }
 
 bool frmData::MayClose() const {

@@ -1,5 +1,6 @@
 #include "views/frmWave.h"
 #include "app/Icons.h"
+#include "views/Exports.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
@@ -38,10 +39,6 @@
 
 namespace {
 
-template <typename Fn> auto guarded(const char* name, Fn body) {
-    return [name, body](auto&&...) { platform::RunHandler(name, body); };
-}
-
 QString text(const char* control) {
     return FormText("frmWave", control);
 }
@@ -54,11 +51,6 @@ bool chinese() {
 std::array<bool, 4> displayStates() {
     return {CtrlData.Ch1Display == WordOn, CtrlData.Ch2Display == WordOn,
             CtrlData.MathDisplay == WordOn, CtrlData.LaDisplay == WordOn};
-}
-
-QString exportFilter() {
-    return chinese() ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                     : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
 }
 
 } // namespace
@@ -116,7 +108,8 @@ frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
     firstPaint_ = true;
     Timer1_ = new QTimer(this);
     Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this, guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
+    connect(Timer1_, &QTimer::timeout, this,
+            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
     Timer2_ = new QTimer(this);
     connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
@@ -145,7 +138,7 @@ void frmWave::buildControls() {
     cmdRefresh_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     cmdRefresh_->setMinimumHeight(40);
     connect(cmdRefresh_, &QToolButton::clicked, this,
-            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+            platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
     top->addWidget(cmdRefresh_);
 
     auto* display = new QGroupBox;
@@ -168,7 +161,7 @@ void frmWave::buildControls() {
         {"50%", "75%", "100%", "125%", "150%", "200%", "250%", "300%", "400%", "500%"});
     ZoomCombo_->setCurrentText("100%");
     connect(ZoomCombo_, &QComboBox::textActivated, this,
-            guarded("ZoomCombo_Click", [this] { ZoomCombo_Commit(); }));
+            platform::Guarded("ZoomCombo_Click", [this] { ZoomCombo_Commit(); }));
     BestFitChk_ = new QCheckBox;
     connect(BestFitChk_, &QCheckBox::toggled, this, [this](bool on) {
         platform::RunHandler("BestFitChk_Click", [&] { BestFitChk_Click(on); });
@@ -215,11 +208,11 @@ void frmWave::buildControls() {
     makeButton(cmdPrint_, "cmdPrint", "document-print");
     makeButton(cmdPreview_, "cmdPreview", "document-print-preview");
     connect(cmdExport_, &QToolButton::clicked, this,
-            guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
+            platform::Guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
     connect(cmdPrint_, &QToolButton::clicked, this,
-            guarded("cmdPrint_Click", [this] { cmdPrint_Click(); }));
+            platform::Guarded("cmdPrint_Click", [this] { cmdPrint_Click(); }));
     connect(cmdPreview_, &QToolButton::clicked, this,
-            guarded("cmdPreview_Click", [this] { cmdPreview_Click(); }));
+            platform::Guarded("cmdPreview_Click", [this] { cmdPreview_Click(); }));
     top->addLayout(output);
 
     picRefreshProgress_ = new QWidget;
@@ -251,7 +244,7 @@ void frmWave::buildControls() {
     auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
     f5->setContext(Qt::WidgetWithChildrenShortcut);
     connect(f5, &QShortcut::activated, this,
-            guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
+            platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
 }
 
 void frmWave::applyCaptions(int index) {
@@ -533,22 +526,7 @@ const QImage& frmWave::picture() const {
 // ---- output ----------------------------------------------------------------------------
 
 void frmWave::cmdExport_Click() {
-    platform::FileDialogRequest request;
-    request.save = true;
-    request.title = chinese() ? QString::fromUtf8("导出文件") : QStringLiteral("Export File");
-    request.filter = exportFilter();
-    request.fileMustExist = false;
-    request.overwritePrompt = true;
-    const std::optional<QString> path = platform::ShowFileDialog(request);
-    if (!path || path->isEmpty()) return;
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    const bool png = path->endsWith(".png", Qt::CaseInsensitive);
-    picture().save(&buffer, png ? "PNG" : "BMP");
-    const QString error = platform::WriteFileAtomically(*path, bytes);
-    if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    ExportPicture(picture());
 }
 
 void frmWave::cmdPrint_Click() {

@@ -1,0 +1,13 @@
+#pragma once
+// The export dialogs every view shares: a picture as BMP (the first filter)
+// or PNG, and the tab-separated texts as .xls or .txt; written through the
+// safe writer, an error shown with the stop icon.
+#include <QByteArray>
+#include <QImage>
+#include <QString>
+#include <optional>
+
+void ExportPicture(const QImage& picture);
+std::optional<QString> AskTextExportPath();
+// False (the error shown) when the file could not be written.
+bool WriteExport(const QString& path, const QByteArray& bytes);
