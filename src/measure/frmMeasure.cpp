@@ -221,27 +221,14 @@ void frmMeasure::DispMeasure() {
 }
 
 RefreshWindow frmMeasure::refreshWindow() {
+    return RefreshWindowOf(this, cmdRefresh_, Timer2_, &frmMeasure::LoadMeasureMarked);
+}
+
+void frmMeasure::LoadMeasureMarked() {
     QPointer<frmMeasure> self(this);
-    RefreshWindow w;
-    w.slot = Tag();
-    w.autoRunning = [self] { return self && self->record().AutoRunning; };
-    w.setAutoRunning = [self](bool on) {
-        if (self) self->record().AutoRunning = on;
-    };
-    w.loadData = [self] {
-        if (!self) return;
-        self->loading_ = true;
-        self->LoadMeasure();
-        if (self) self->loading_ = false;
-    };
-    w.showStopLook = [self](bool stop) {
-        if (self) self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
-    };
-    w.enableRefresh = [self](bool on) {
-        if (self) self->cmdRefresh_->setEnabled(on);
-    };
-    w.timer2 = Timer2_;
-    return w;
+    loading_ = true; // a close waits for the fetch
+    LoadMeasure();
+    if (self) loading_ = false;
 }
 
 void frmMeasure::cmdRefresh_Click() {

@@ -24,6 +24,7 @@ public:
 
     void cmdRefresh_Click();
     void LoadMeasure();
+    void LoadMeasureMarked(); // LoadMeasure under the loading flag
     void Timer1_Timer();
     void cmdExport_Click();
     void cmdPassFailed_Click();

@@ -27,8 +27,9 @@ void ExportPicture(const QImage& picture) {
     platform::FileDialogRequest request;
     request.save = true;
     request.title = exportTitle();
-    request.filter = chinese() ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
-                               : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
+    request.filter = chinese()
+                         ? QString::fromUtf8("位图文件 (*.bmp)|*.bmp|PNG 图像 (*.png)|*.png")
+                         : QStringLiteral("BitMap Files (*.bmp)|*.bmp|PNG Images (*.png)|*.png");
     request.fileMustExist = false;
     request.overwritePrompt = true;
     const std::optional<QString> path = platform::ShowFileDialog(request);

@@ -1,6 +1,7 @@
 #include "views/RefreshCycle.h"
 
 #include "acquire/Jobs.h"
+#include "app/Icons.h"
 #include "app/SoftwareSetting.h"
 #include "app/StringRES.h"
 #include "link/LinkState.h"
@@ -86,6 +87,12 @@ void RunRefreshCycle(RefreshKind kind, const RefreshWindow& w) {
         }
     }
     if (StopRequested) EndAutoRefresh(kind, w);
+}
+
+void ShowRefreshLook(QAbstractButton* button, bool stop) {
+    button->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
+    button->setCheckable(stop);
+    button->setChecked(stop);
 }
 
 bool IsRefreshKey(int key, Qt::KeyboardModifiers modifiers) {

@@ -4,6 +4,8 @@
 // automatic loop stays inside the click that started it and ends when its
 // flag is cleared (a second click), the link drops, a job runs, or the
 // window goes away.
+#include <QAbstractButton>
+#include <QPointer>
 #include <QString>
 #include <functional>
 
@@ -30,6 +32,36 @@ struct RefreshWindow {
     QTimer* timer2 = nullptr; // its tick sets RefreshTick to the interval
 };
 
+// The refresh button's two pictures: refresh, or stop while the loop runs.
+void ShowRefreshLook(QAbstractButton* button, bool stop);
+
+// The usual window: its record's AutoRunning, its load, its refresh button
+// (which shows the stop picture while the automatic refresh runs) and its
+// Timer2. Every part checks that the window still exists: it may go while
+// the automatic loop runs.
+template <typename Window>
+RefreshWindow RefreshWindowOf(Window* window, QAbstractButton* button, QTimer* timer2,
+                              void (Window::*load)()) {
+    QPointer<Window> self(window);
+    QPointer<QAbstractButton> refresh(button);
+    RefreshWindow w;
+    w.slot = window->Tag();
+    w.autoRunning = [self] { return self && self->record().AutoRunning; };
+    w.setAutoRunning = [self](bool on) {
+        if (self) self->record().AutoRunning = on;
+    };
+    w.loadData = [self, load] {
+        if (self) (self.data()->*load)();
+    };
+    w.showStopLook = [refresh](bool stop) {
+        if (refresh) ShowRefreshLook(refresh, stop);
+    };
+    w.enableRefresh = [refresh](bool on) {
+        if (refresh) refresh->setEnabled(on);
+    };
+    w.timer2 = timer2;
+    return w;
+}
 // cmdRefresh (or F5): the whole cycle.
 void RunRefreshCycle(RefreshKind kind, const RefreshWindow& window);
 // The end of the cycle's steps: the stop look off, flags cleared, timer off.

@@ -228,24 +228,7 @@ void frmData::ShowRecord() {
 }
 
 RefreshWindow frmData::refreshWindow() {
-    QPointer<frmData> self(this);
-    RefreshWindow w;
-    w.slot = Tag();
-    w.autoRunning = [self] { return self && self->record().AutoRunning; };
-    w.setAutoRunning = [self](bool on) {
-        if (self) self->record().AutoRunning = on;
-    };
-    w.loadData = [self] {
-        if (self) self->LoadData();
-    };
-    w.showStopLook = [self](bool stop) {
-        if (self) self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
-    };
-    w.enableRefresh = [self](bool on) {
-        if (self) self->cmdRefresh_->setEnabled(on);
-    };
-    w.timer2 = Timer2_;
-    return w;
+    return RefreshWindowOf(this, cmdRefresh_, Timer2_, &frmData::LoadData);
 }
 
 void frmData::cmdRefresh_Click() {

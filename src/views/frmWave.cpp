@@ -332,27 +332,7 @@ void frmWave::markDirty() {
 // ---- refresh ------------------------------------------------------------------------
 
 RefreshWindow frmWave::refreshWindow() {
-    QPointer<frmWave> self(this);
-    RefreshWindow w;
-    w.slot = Tag();
-    w.autoRunning = [self] { return self && self->record().AutoRunning; };
-    w.setAutoRunning = [self](bool on) {
-        if (self) self->record().AutoRunning = on;
-    };
-    w.loadData = [self] {
-        if (self) self->LoadData();
-    };
-    w.showStopLook = [self](bool stop) {
-        if (!self) return;
-        self->cmdRefresh_->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
-        self->cmdRefresh_->setText(text(stop ? "mnuRefresh" : "cmdRefresh").trimmed());
-        self->cmdRefresh_->setChecked(stop);
-    };
-    w.enableRefresh = [self](bool on) {
-        if (self) self->cmdRefresh_->setEnabled(on);
-    };
-    w.timer2 = Timer2_;
-    return w;
+    return RefreshWindowOf(this, cmdRefresh_, Timer2_, &frmWave::LoadData);
 }
 
 void frmWave::cmdRefresh_Click() {
