@@ -5,6 +5,7 @@
 
 #include <QAbstractButton>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QTimer>
 
@@ -15,9 +16,13 @@ HoldRepeat::HoldRepeat(QAbstractButton* button, int intervalMs, std::function<vo
     : QObject(button), timer_(new QTimer(this)), intervalMs_(intervalMs) {
     connect(button, &QAbstractButton::pressed, this, [this, onPress] {
         RunHandler("button_MouseDown", onPress);
+        // Only a mouse button holds: a key (Space) presses once.
+        if (!(QGuiApplication::mouseButtons() & Qt::LeftButton)) return;
         timer_->start(ScaledMs(intervalMs_));
         QCoreApplication::instance()->installEventFilter(this);
     });
+    // Whatever ends the press ends the repeat.
+    connect(button, &QAbstractButton::released, this, [this] { stop(); });
     connect(timer_, &QTimer::timeout, this, [onTick] { RunHandler("Timer1_Timer", onTick); });
 }
 
@@ -31,8 +36,11 @@ void HoldRepeat::stop() {
 }
 
 bool HoldRepeat::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::MouseButtonRelease &&
-        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton)
+    const QEvent::Type type = event->type();
+    if ((type == QEvent::MouseButtonRelease &&
+         static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) ||
+        type == QEvent::KeyRelease || type == QEvent::FocusOut ||
+        type == QEvent::ApplicationDeactivate)
         stop();
     return QObject::eventFilter(watched, event);
 }

@@ -53,6 +53,7 @@ private slots:
     void coarseAndFineSteps();
     void adjustOkSendsProbeAndBaseScale();
     void holdingAStepButtonRepeats();
+    void aStepButtonFromTheKeyboardStepsOnce();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -390,6 +391,21 @@ void TestCtrlDialog::holdingAStepButtonRepeats() {
     QVERIFY2(held == "50.0mV" || held == "100mV" || held == "200mV", qPrintable(held));
     QTest::qWait(150);
     QCOMPARE(dialog.value()->text(), held);
+}
+
+void TestCtrlDialog::aStepButtonFromTheKeyboardStepsOnce() {
+    platform::SetPacingScale(0.25);
+    CtrlData.Ch1VoltDiv = "2.00mV";
+    AdjustModeCh1 = 0;
+    CtrlDialogAdjust dialog(0);
+    dialog.show();
+    dialog.addButton()->setFocus();
+    QTest::keyPress(dialog.addButton(), Qt::Key_Space);
+    QTest::keyRelease(dialog.addButton(), Qt::Key_Space);
+    QCOMPARE(dialog.value()->text(), QString("5.00mV"));
+    QVERIFY(!dialog.repeating());
+    QTest::qWait(150); // no repeat runs on until the next click
+    QCOMPARE(dialog.value()->text(), QString("5.00mV"));
 }
 
 QTEST_MAIN(TestCtrlDialog)
