@@ -851,13 +851,13 @@ bool CtrlDialogOK(const CtrlRowMatch& row, const QString& selected, const QStrin
     return true;
 }
 
-bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input) {
+bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input, const QString& choice) {
     if (!IsNumeric(input)) {
         platform::MsgBox(MsgNumberOnly, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
         return false;
     }
     input = CStrNumber(input.trimmed().toDouble() * EnterUnit(button));
-    return CtrlDialogOK(row, QString(), input);
+    return CtrlDialogOK(row, choice, input);
 }
 
 // ---- the window -------------------------------------------------------------------------
@@ -922,7 +922,7 @@ void CtrlDialog::cmdOK_Click() {
 
 void CtrlDialog::cmdEnter_Click(int index) {
     QString text = inputTxt_->text();
-    const bool done = CtrlDialogEnter(row_, index, text);
+    const bool done = CtrlDialogEnter(row_, index, text, Combo_->currentText());
     inputTxt_->setText(text);
     if (done) accept();
 }

@@ -34,7 +34,10 @@ CtrlDialogLayout ShapeCtrlDialog(const CtrlRowMatch& row);
 // Returns false when the dialog stays open (a text that is no number).
 bool CtrlDialogOK(const CtrlRowMatch& row, const QString& selected, const QString& input);
 // A unit button: the number times the button's unit, then cmdOK.
-bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input);
+// choice: what the dialog's list shows (a unit button keeps it, so the
+// threshold's "User" goes out with its number).
+bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input,
+                     const QString& choice = QString());
 // The unit of a cmdEnter button: 0 and 4 milli, 1 micro, 2 nano, 3 pico.
 double EnterUnit(int button);
 bool IsNumeric(const QString& text);

@@ -274,6 +274,15 @@ void TestCtrlDialog::unitButtonsScaleTheNumber() {
     QCOMPARE(EnterUnit(4), 0.001);
     input = "x";
     QVERIFY(!CtrlDialogEnter(rowAt("NQ4000L\\Trigger\\Holdoff [2.50ns]"), 0, input));
+    // The threshold's "mV" keeps the list's choice: the number goes out with it.
+    CtrlData.LaThreshold = "1.50V";
+    input = "800";
+    QVERIFY(CtrlDialogEnter(rowAt("NQ4000L\\LA\\Threshold [1.50V]"), 4, input, WordUser));
+    sync();
+    const QStringList sent = log().filter(":LA:THRESHOLD ");
+    QVERIFY(!sent.isEmpty());
+    QVERIFY2(sent.last() != ":LA:THRESHOLD ", qPrintable(sent.last()));
+    QVERIFY(!CtrlData.LaThreshold.isEmpty());
 }
 
 void TestCtrlDialog::anInstrumentThatHasGoneStoresNothing() {
