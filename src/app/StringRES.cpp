@@ -1,5 +1,7 @@
 #include "app/StringRES.h"
 
+#include <QHash>
+
 #include <iterator>
 
 QString MsgDeviceNotFound, MsgConnectTitle, MsgRefreshStub, MsgSysInfoUnavailable, MsgConnectFirst,
@@ -193,4 +195,33 @@ QList<TextRow> DisplayWordRows() {
     for (const WordRow& row : kWords)
         rows << row.text;
     return rows;
+}
+
+namespace {
+bool chineseCaptions() {
+    return MsgSaveSheet == QString::fromUtf8("是否保存对数据浏览器文件的更改？");
+}
+} // namespace
+
+QString RuntimeErrorText(const QString& english) {
+    if (!chineseCaptions()) return english;
+    static const QHash<QString, QString> chinese = {
+        {"Input past end of file", QString::fromUtf8("输入超出文件尾")},
+        {"Type mismatch", QString::fromUtf8("类型不匹配")},
+        {"Overflow", QString::fromUtf8("溢出")},
+        {"Subscript out of range", QString::fromUtf8("下标越界")}};
+    return chinese.value(english, english);
+}
+
+QString SettingsUnwritableText(const QString& path) {
+    if (chineseCaptions())
+        return QString::fromUtf8("设置无法保存到 ") + path +
+               QString::fromUtf8("。程序继续使用当前设置运行。");
+    return "The settings cannot be saved to " + path +
+           ". The program goes on with the settings it has.";
+}
+
+QString HelpUnavailableText(const QString& error) {
+    if (chineseCaptions()) return QString::fromUtf8("无法打开帮助页面：") + error;
+    return "The help page cannot be opened: " + error;
 }

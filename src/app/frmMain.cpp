@@ -32,6 +32,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
+#include "platform/Settings.h"
 #include "platform/Visa.h"
 #include "replay/frmRecordPlay.h"
 #include "sheet/DataSheet.h"
@@ -102,6 +103,10 @@ frmMain::frmMain() {
     mdi_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(mdi_);
     SetDocArea(mdi_);
+    platform::SetSettingsWriteFailureHandler([](const QString& path) {
+        platform::MsgBox(SettingsUnwritableText(path), platform::MsgButtons::Ok,
+                         platform::MsgIcon::Exclamation, kAppTitle);
+    });
     SetVirtualPanelOpener([this] {
         QWidget* window = OpenVirtualPanel();
         QMdiSubWindow* sub = mdi_->addSubWindow(window);
@@ -538,8 +543,8 @@ void frmMain::mnuHelpContents_Click() {
         path = QFileInfo(installed).canonicalFilePath();
     const QString error = platform::OpenDocument(path);
     if (!error.isEmpty())
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation,
-                         kAppTitle);
+        platform::MsgBox(HelpUnavailableText(error), platform::MsgButtons::Ok,
+                         platform::MsgIcon::Exclamation, kAppTitle);
 }
 
 void frmMain::mnuHelpAbout_Click() {

@@ -112,7 +112,7 @@ CtrlFileRead ReadControlFileChecked(const QString& path) {
     for (QString* field : ControlFileFields(CtrlData)) {
         // The last piece after the final line end is no line.
         if (next >= lines.size() || (next == lines.size() - 1 && lines[next].isEmpty())) {
-            critical("Input past end of file"); // what was read stays read
+            critical(RuntimeErrorText("Input past end of file")); // what was read stays read
             return CtrlFileRead::CutShort;
         }
         *field = text(lines[next++]);

@@ -567,6 +567,7 @@ SheetRead ReadSheet(const QString& path) {
     if (result == SheetRead::BadSignature)
         platform::MsgBox(MsgBadSheetFile, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
     else if (result == SheetRead::Stopped)
-        platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+        platform::MsgBox(RuntimeErrorText(error), platform::MsgButtons::Ok,
+                         platform::MsgIcon::Critical);
     return result;
 }

@@ -8,6 +8,7 @@
 #include "app/FrameLogic.h"
 #include "app/LoadLanguage.h"
 #include "app/SoftwareSetting.h"
+#include "app/StringRES.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "app/frmNewDoc.h"
@@ -270,7 +271,16 @@ void TestFrame::helpFailureShowsTheErrorText() {
     startFrame();
     tp_->desktopError = "No program is set up to open the page";
     frame_->action("mnuHelpContents")->trigger();
-    QCOMPARE(tp_->prompts(), QStringList{"No program is set up to open the page"});
+    QCOMPARE(tp_->prompts(),
+             QStringList{"The help page cannot be opened: No program is set up to open the page"});
+    // The program's own messages speak the chosen language too.
+    ApplyLanguage(kLanguageChinese);
+    frame_->action("mnuHelpContents")->trigger();
+    QVERIFY(tp_->prompts().last().startsWith(QString::fromUtf8("无法打开帮助页面：")));
+    QCOMPARE(RuntimeErrorText("Input past end of file"), QString::fromUtf8("输入超出文件尾"));
+    QVERIFY(SettingsUnwritableText("/x").contains(QString::fromUtf8("设置无法保存")));
+    ApplyLanguage(kLanguageEnglish);
+    QCOMPARE(RuntimeErrorText("Input past end of file"), QString("Input past end of file"));
 }
 
 void TestFrame::systemInfoUnavailableIsSaid() {
