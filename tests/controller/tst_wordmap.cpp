@@ -12,6 +12,7 @@ private slots:
     void cleanupTestCase() { ApplyDisplayWords(1); }
     void setAndReplySpellingsDiffer_data();
     void setAndReplySpellingsDiffer();
+    void everySetWordOfEveryMapping();
     void setWords_data();
     void setWords();
     void chineseWordsMapToTheSameInstrumentWords();
@@ -92,6 +93,78 @@ void TestWordMap::setAndReplySpellingsDiffer() {
     QFETCH(QString, reply);
     QFETCH(QString, word);
     QCOMPARE(fromReply(reply), word);
+}
+
+void TestWordMap::everySetWordOfEveryMapping() {
+    // Every display word of every mapping against the word the instrument
+    // takes: a wrong one reaches the instrument unnoticed (the simulator
+    // accepts any), so each row is checked, in both languages.
+    for (int language : {1, 0}) {
+        ApplyDisplayWords(language);
+        const struct {
+            Mapper map;
+            QString word;
+            const char* set;
+        } rows[] = {
+            {SwitchToCmd, WordOn, "ON"},
+            {SwitchToCmd, WordOff, "OFF"},
+            {SizeToCmd, WordBig, "BIG"},
+            {SizeToCmd, WordSmall, "SMALL"},
+            {CouplingToCmd, WordCouplingAc, "AC"},
+            {CouplingToCmd, WordCouplingDc, "DC"},
+            {CouplingToCmd, WordCouplingLf, "LF"},
+            {CouplingToCmd, WordCouplingHf, "HF"},
+            {CouplingToCmd, WordCouplingGnd, "GND"},
+            {SweepToCmd, WordSweepAuto, "AUTO"},
+            {SweepToCmd, WordSweepNormal, "NORMAL"},
+            {SweepToCmd, WordSweepSingle, "SINGLE"},
+            {EdgeSlopeToCmd, WordRising, "POSITIVE"},
+            {EdgeSlopeToCmd, WordFalling, "NEGATIVE"},
+            {EdgeSlopeToCmd, WordBothEdges, "ALTERNATION"},
+            {PulseModeToCmd, WordPlusLess, "+LESSTHAN"},
+            {PulseModeToCmd, WordMinusLess, "-LESSTHAN"},
+            {PulseModeToCmd, WordPlusGreater, "+GREATERTHAN"},
+            {PulseModeToCmd, WordMinusGreater, "-GREATERTHAN"},
+            {PulseModeToCmd, WordPlusEqual, "+EQUAL"},
+            {PulseModeToCmd, WordMinusEqual, "-EQUAL"},
+            {SlopeModeToCmd, WordSlopePlusLess, "+LESSTHAN"},
+            {SlopeModeToCmd, WordSlopeMinusLess, "-LESSTHAN"},
+            {SlopeModeToCmd, WordSlopePlusGreater, "+GREATERTHAN"},
+            {SlopeModeToCmd, WordSlopeMinusGreater, "-GREATERTHAN"},
+            {SlopeModeToCmd, WordSlopePlusEqual, "+EQUAL"},
+            {SlopeModeToCmd, WordSlopeMinusEqual, "-EQUAL"},
+            {VideoPolarityToCmd, WordPositive, "POSITIVE"},
+            {VideoPolarityToCmd, WordNegative, "NEGATIVE"},
+            {VideoSyncToCmd, WordAllLines, "ALLlines"},
+            {VideoSyncToCmd, WordLine, "LINE"},
+            {VideoSyncToCmd, WordOddField, "ODDfield"},
+            {VideoSyncToCmd, WordEvenField, "EVENfield"},
+            {QualifierToCmd, WordLess, "LESSTHAN"},
+            {QualifierToCmd, WordGreater, "GREATERTHAN"},
+            {QualifierToCmd, WordEqual, "EQUAL"},
+            {SamplingToCmd, WordRealTime, "RTIME"},
+            {SamplingToCmd, WordEqualTime, "ETIME"},
+            {AcquisitionToCmd, WordAcqNormal, "NORMAL"},
+            {AcquisitionToCmd, WordAcqPeak, "PEAKDETECT"},
+            {AcquisitionToCmd, WordAcqAverage, "AVERAGE"},
+            {DisplayTypeToCmd, WordVectors, "VECTORS"},
+            {DisplayTypeToCmd, WordDots, "DOTS"},
+            {GridToCmd, WordGridFull, "FULL"},
+            {GridToCmd, WordGridHalf, "HALF"},
+            {GridToCmd, WordGridNone, "NONE"},
+            {TriggerMethodToCmd, WordEdge, "EDGE"},
+            {TriggerMethodToCmd, WordPulse, "PULSE"},
+            {TriggerMethodToCmd, WordVideo, "VIDEO"},
+            {TriggerMethodToCmd, WordSlope, "SLOPE"},
+            {TriggerMethodToCmd, WordAlternation, "ALTERNATION"},
+            {TriggerMethodToCmd, WordPattern, "PATTERN"},
+            {TriggerMethodToCmd, WordDuration, "DURATION"},
+        };
+        for (const auto& row : rows)
+            QVERIFY2(row.map(row.word) == QLatin1String(row.set),
+                     qPrintable(row.word + " -> " + row.map(row.word) + ", not " + row.set));
+    }
+    ApplyDisplayWords(1);
 }
 
 void TestWordMap::setWords_data() {
