@@ -101,6 +101,7 @@ private slots:
     void rs232ConnectOverThePseudoTerminal();
     void rs232ChunksJoinAndEndAtTheFirstLineFeed();
     void rs232ReplyWithoutLineFeedTimesOut();
+    void rs232LateReplyWithinTheWaitIsTaken();
     void rs232BinaryReplyByItsPrefix();
     void rs232PortThatDisappearsFailsTheWrite();
     void optionsListsTheUsbDevices();
@@ -437,6 +438,21 @@ void TestLink::rs232ReplyWithoutLineFeedTimesOut() {
     QVERIFY(tp_->boxes.isEmpty()); // a serial time-out says nothing
     QCOMPARE(line.received(), QByteArray("*IDN?\n"));
     Connected = false;
+}
+
+void TestLink::rs232LateReplyWithinTheWaitIsTaken() {
+    connectOverRs232(2);
+    StartLinkTimers();
+    SetTickInterval(10); // the 40-tick wait lasts 400 ms
+    sim::Faults slow;
+    slow.latencyMs = 250; // late, but within the wait
+    sim_->instrument().SetFaults(slow);
+    QCOMPARE(CmdQuery("*IDN?"), QString("VEXOR TECHNOLOGIES,NQ4102CD,SIM0000001,00.01.06"));
+    slow.latencyMs = 1500; // far past the wait: nothing, and no message
+    sim_->instrument().SetFaults(slow);
+    QCOMPARE(CmdQuery("*IDN?"), QString());
+    QVERIFY(tp_->boxes.isEmpty());
+    SetTickInterval(100);
 }
 
 void TestLink::rs232BinaryReplyByItsPrefix() {
