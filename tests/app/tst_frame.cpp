@@ -51,6 +51,8 @@ private slots:
     void helpFailureShowsTheErrorText();
     void systemInfoUnavailableIsSaid();
     void connectAndDisconnectFromTheMenus();
+    void chineseCaptionsDoWhatTheySay_data();
+    void chineseCaptionsDoWhatTheySay();
     void languageSwitchTranslatesTheTree();
     void newControlFileFromTheFileMenuChoice();
 
@@ -317,6 +319,56 @@ void TestFrame::connectAndDisconnectFromTheMenus() {
     QVERIFY(Connected);
     QVERIFY(frame_->close()); // unlocks at the end
     QTRY_COMPARE(said(":KEY:LOCK DISABLE"), 2);
+    frame_.reset();
+    Connected = false;
+}
+
+namespace {
+// The command of a menu or toolbar whose caption (a toolbar's: tool tip) reads text.
+QAction* commandCaptioned(const QList<QAction*>& offered, const QString& text) {
+    for (QAction* a : offered)
+        if (a->text() == text || a->toolTip() == text) return a;
+    return nullptr;
+}
+} // namespace
+
+// Under Chinese the user picks a command by its caption: the command so
+// captioned must do what the caption says, wherever it is offered.
+void TestFrame::chineseCaptionsDoWhatTheySay_data() {
+    QTest::addColumn<QString>("where");
+    QTest::addColumn<QString>("connectCaption");
+    QTest::addColumn<QString>("disconnectCaption");
+    QTest::newRow("Tools menu") << "mnuTools" << QString::fromUtf8("连接示波器(&C)")
+                                << QString::fromUtf8("断开连接(&D)");
+    QTest::newRow("toolbar") << "toolbar" << QString::fromUtf8("连接示波器") << QString::fromUtf8("断开连接");
+    QTest::newRow("controller menu") << "popmenu1" << QString::fromUtf8("连接示波器(&C)")
+                                     << QString::fromUtf8("断开连接(&I)");
+}
+
+void TestFrame::chineseCaptionsDoWhatTheySay() {
+    QFETCH(QString, where);
+    QFETCH(QString, connectCaption);
+    QFETCH(QString, disconnectCaption);
+    QTemporaryDir dir;
+    sim::SimulatorOptions o;
+    o.usbDirectory = dir.path().toStdString();
+    sim::Simulator simulator(o);
+    QVERIFY(simulator.Start());
+    platform::SetSimulatedUsbDirectory(dir.path());
+    startFrame();
+    frame_->action("mnuLanguageChinese")->trigger();
+    const QList<QAction*> offered =
+        where == "toolbar"    ? frame_->toolBar()->actions()
+        : where == "mnuTools" ? frame_->menu(where)->actions()
+                              : frame_->findChild<QMenu*>(where)->actions();
+    QAction* connect = commandCaptioned(offered, connectCaption);
+    QAction* disconnect = commandCaptioned(offered, disconnectCaption);
+    QVERIFY(connect && disconnect);
+    connect->trigger();
+    QVERIFY(Connected);
+    disconnect->trigger();
+    QVERIFY(!Connected);
+    frame_->action("mnuLanguageEnglish")->trigger();
     frame_.reset();
     Connected = false;
 }
