@@ -11,6 +11,7 @@
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/CtrlDialogEntry.h"
 #include "controller/CtrlState.h"
+#include "controller/ValueText.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -45,6 +46,8 @@ private slots:
     void xyRefusesAChangeOfMethod();
     void alternateLevelSendsTheSourceFirst();
     void numbersAreTestedClampedAndReadBack();
+    void everyNumberRowReadsBack_data();
+    void everyNumberRowReadsBack();
     void unitButtonsScaleTheNumber();
     void anInstrumentThatHasGoneStoresNothing();
     void methodChangeRebuildsAndReadsBack();
@@ -259,6 +262,80 @@ void TestCtrlDialog::numbersAreTestedClampedAndReadBack() {
     sync();
     QVERIFY(log().contains(":CHANNEL2:OFFSET 400000")); // held within the offset's limit
     QCOMPARE(CtrlData.Ch2Offset, QString("400kV"));
+}
+
+// Every number row stores what the instrument reads back, not what was typed
+// (the instrument rounds and clamps), in the row's own display form.
+void TestCtrlDialog::everyNumberRowReadsBack_data() {
+    QTest::addColumn<QString>("method");  // the trigger method set first
+    QTest::addColumn<QString>("altType"); // for alternation: CH1's and CH2's type
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("input");
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("query");
+    QTest::addColumn<QString>("form");
+    QTest::newRow("holdoff") << WordEdge << "" << "NQ4000L\\Trigger\\Holdoff [x]" << "3.3E-7"
+                             << "TrigHoldoff" << ":TRIGGER:HOLDOFF?" << "t3";
+    QTest::newRow("pulse width") << WordPulse << "" << "NQ4000L\\Trigger\\Pulse width [x]"
+                                 << "4.4E-6" << "PulseWidth" << ":TRIGGER:PULSE:WIDTH?" << "t3";
+    QTest::newRow("slope time") << WordSlope << "" << "NQ4000L\\Trigger\\Slope time [x]"
+                                << "5.5E-6" << "SlopeTime" << ":TRIGGER:SLOPE:TIME?" << "t3";
+    QTest::newRow("duration time") << WordDuration << "" << "NQ4000L\\Trigger\\Duration time [x]"
+                                   << "6.6E-6" << "DurationTime" << ":TRIGGER:DURATION:TIME?"
+                                   << "t3";
+    QTest::newRow("delay") << WordEdge << "" << "NQ4000L\\Time Base\\Delay [x]" << "0.0012"
+                           << "TimeDelay" << ":TIMEBASE:OFFSET?" << "t5";
+    QTest::newRow("CH1 offset") << WordEdge << "" << "NQ4000L\\CH1\\Offset [x]" << "0.7"
+                                << "Ch1Offset" << ":CHANNEL1:OFFSET?" << "v";
+    QTest::newRow("CH2 offset") << WordEdge << "" << "NQ4000L\\CH2\\Offset [x]" << "-1.2"
+                                << "Ch2Offset" << ":CHANNEL2:OFFSET?" << "v";
+    QTest::newRow("alternate CH1 holdoff")
+        << WordAlternation << WordEdge << "NQ4000L\\Trigger\\CH1\\Holdoff [x]" << "7.7E-7"
+        << "AltEdge1.Holdoff" << ":TRIGGER:ALTERNATION:EDGE:HOLDOFF?" << "t3";
+    QTest::newRow("alternate CH2 pulse width")
+        << WordAlternation << WordPulse << "NQ4000L\\Trigger\\CH2\\Pulse width [x]" << "8.8E-6"
+        << "AltPulse2.Width" << ":TRIGGER:ALTERNATION:PULSE:TIME?" << "t3";
+    QTest::newRow("alternate CH1 slope time")
+        << WordAlternation << WordSlope << "NQ4000L\\Trigger\\CH1\\Slope time [x]" << "9.9E-6"
+        << "AltSlope1.Time" << ":TRIGGER:ALTERNATION:SLOPE:TIME?" << "t3";
+    QTest::newRow("alternate CH2 delay")
+        << WordAlternation << "" << "NQ4000L\\Time Base\\CH2\\Delay [x]" << "0.0021"
+        << "AltDelay2" << ":TRIGGER:ALTERNATION:TIMEOFFSET?" << "t5";
+}
+
+void TestCtrlDialog::everyNumberRowReadsBack() {
+    QFETCH(QString, method);
+    QFETCH(QString, altType);
+    QFETCH(QString, path);
+    QFETCH(QString, input);
+    QFETCH(QString, field);
+    QFETCH(QString, query);
+    QFETCH(QString, form);
+    CtrlDataRecord& d = CtrlData;
+    const QHash<QString, QString*> fields = {
+        {"TrigHoldoff", &d.TrigHoldoff},       {"PulseWidth", &d.PulseWidth},
+        {"SlopeTime", &d.SlopeTime},           {"DurationTime", &d.DurationTime},
+        {"TimeDelay", &d.TimeDelay},           {"Ch1Offset", &d.Ch1Offset},
+        {"Ch2Offset", &d.Ch2Offset},           {"AltEdge1.Holdoff", &d.AltEdge1.Holdoff},
+        {"AltPulse2.Width", &d.AltPulse2.Width}, {"AltSlope1.Time", &d.AltSlope1.Time},
+        {"AltDelay2", &d.AltDelay2}};
+    QVERIFY(fields.contains(field));
+    const QString channel = path.contains("\\CH2\\") ? "CH2" : "CH1";
+    if (d.TrigMethod != method)
+        QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Method [" + d.TrigMethod + "]"), method, {}));
+    if (!altType.isEmpty())
+        QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\" + channel + "\\Trig type [x]"), altType, {}));
+    QString& stored = *fields[field];
+    stored = "before";
+    QVERIFY(CtrlDialogOK(rowAt(path), QString(), input));
+    if (query.contains("ALTERNATION"))
+        CmdSend(":TRIGGER:ALTERNATION:SOURCE CHANNEL" + channel.right(1));
+    const QString reply = CutAtLineFeed(CmdQuery(query));
+    QVERIFY(!reply.isEmpty());
+    const QString expected = form == "v"    ? NormVolt(reply)
+                             : form == "t5" ? NormTime5(reply)
+                                            : NormTime3(reply);
+    QCOMPARE(stored, expected);
 }
 
 void TestCtrlDialog::unitButtonsScaleTheNumber() {
