@@ -4,7 +4,7 @@ BUILD_TYPE  ?= RelWithDebInfo
 CMAKE_FLAGS ?=
 JOBS        ?= $(shell nproc)
 
-.PHONY: all deps configure build run test bench package clean
+.PHONY: all deps configure build run test bench fuzz package clean
 
 all: build
 
@@ -26,6 +26,13 @@ test: build
 bench: configure
 	@cmake --build $(BUILD) --target bench -j $(JOBS)
 	@bash scripts/run-bench.sh $(BUILD)
+
+# Every reader of outside bytes under clang's libFuzzer, FUZZ_SECONDS each,
+# starting from the corpus in fuzz/corpus (new inputs and crashes stay in
+# build-fuzz; copy the worth-keeping ones into the corpus by hand).
+FUZZ_SECONDS ?= 60
+fuzz: deps
+	@bash scripts/fuzz.sh build-fuzz $(FUZZ_SECONDS)
 
 # A .deb of the programs, the help pages, the desktop entry, the icon, the
 # AppStream data and the udev rule: apt install ./korvane_*.deb

@@ -9,6 +9,7 @@ packages=(
   zlib1g-dev libfftw3-dev qt6-svg-dev
   qt6-translations-l10n                  # Qt's own dialogs in Chinese
   desktop-file-utils appstream dpkg-dev  # checking and packing the desktop files
+  clang libclang-rt-14-dev               # the fuzz targets (libFuzzer)
   fonts-wqy-microhei   # CJK glyphs, so the Chinese texts render
   xvfb xauth           # a window on a headless box
 )

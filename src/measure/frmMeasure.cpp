@@ -84,7 +84,7 @@ QIcon MeasureIcon(int number) {
 frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     setObjectName("frmMeasure");
     auto* top = new QHBoxLayout;
-    auto button = [this, top](QToolButton*& b, const char* icon) {
+    auto button = [top](QToolButton*& b, const char* icon) {
         b = new QToolButton;
         b->setIcon(ThemeIcon(icon));
         b->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);

@@ -591,6 +591,11 @@ void copyName(const QString& name, char out[VI_FIND_BUFLEN]) {
 
 } // namespace
 
+void AddVisaBackend(std::unique_ptr<VisaBackend> backend) {
+    registry().backends.insert(registry().backends.begin(), std::move(backend));
+    registry().lastFound.clear();
+}
+
 void SetSimulatedUsbDirectory(const QString& directory) {
     simDirectory() = directory;
 }

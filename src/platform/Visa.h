@@ -70,6 +70,10 @@ public:
     virtual std::unique_ptr<VisaDevice> open(const QString& name, ViStatus* status) = 0;
 };
 
+// Another way to reach instruments, searched before the built-in ones (a
+// fuzz target's scripted device, say); kept to the program's end.
+void AddVisaBackend(std::unique_ptr<VisaBackend> backend);
+
 // Where the simulated instrument's USB face is looked for (its default:
 // $XDG_RUNTIME_DIR/nq4000l-sim or /tmp/nq4000l-sim-<uid>).
 void SetSimulatedUsbDirectory(const QString& directory);

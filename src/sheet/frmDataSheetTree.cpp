@@ -112,7 +112,7 @@ void frmDataSheetTree::PrepareMenu() {
 void frmDataSheetTree::itemChanged(QTreeWidgetItem* item) {
     if (editing_ || item != tree_->currentItem()) return;
     editing_ = true;
-    platform::RunHandler("DataSheetTree_AfterLabelEdit", [this, item] {
+    platform::RunHandler("DataSheetTree_AfterLabelEdit", [item] {
         if (!ChangeFormName(item->text(0))) {
             // Refused: the node shows its name again.
             DocKind kind;

@@ -197,7 +197,7 @@ void frmWave::buildControls() {
     top->addWidget(display);
 
     auto* output = new QVBoxLayout;
-    auto makeButton = [this, output](QToolButton*& b, const char* name, const char* icon) {
+    auto makeButton = [output](QToolButton*& b, const char* name, const char* icon) {
         b = new QToolButton;
         b->setObjectName(name);
         b->setIcon(ThemeIcon(icon));
