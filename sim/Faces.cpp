@@ -219,88 +219,112 @@ void UsbFace::close() {
     closeFd(listenFd_);
 }
 
+// A USB instrument serves several sessions at once: a search that opens and
+// closes the device while another program (or this one) holds a session
+// must not disturb that session. Each connection keeps its own unread reply.
 void UsbFace::serve() {
-    int client = -1;
-    std::vector<std::uint8_t> in, out; // received bytes not yet parsed; reply not yet read
-    bool readPending = false;
-    std::uint8_t readTag = 0;
-    std::uint32_t readCount = 0;
+    struct Session {
+        int fd = -1;
+        std::vector<std::uint8_t> in, out; // received bytes not yet parsed; reply not yet read
+        bool readPending = false;
+        std::uint8_t readTag = 0;
+        std::uint32_t readCount = 0;
+    };
+    std::vector<Session> sessions;
 
-    auto answerRead = [&] {
-        if (!readPending || out.empty() || client < 0) return;
-        const std::size_t n = std::min<std::size_t>(readCount, out.size());
+    auto answerRead = [](Session& s) {
+        if (!s.readPending || s.out.empty() || s.fd < 0) return;
+        const std::size_t n = std::min<std::size_t>(s.readCount, s.out.size());
         std::vector<std::uint8_t> msg = {'D',
-                                         readTag,
+                                         s.readTag,
                                          static_cast<std::uint8_t>(n),
                                          static_cast<std::uint8_t>(n >> 8),
                                          static_cast<std::uint8_t>(n >> 16),
                                          static_cast<std::uint8_t>(n >> 24)};
-        msg.insert(msg.end(), out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n));
-        out.erase(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n));
-        readPending = false;
-        if (!writeAll(client, msg)) closeFd(client);
+        msg.insert(msg.end(), s.out.begin(), s.out.begin() + static_cast<std::ptrdiff_t>(n));
+        s.out.erase(s.out.begin(), s.out.begin() + static_cast<std::ptrdiff_t>(n));
+        s.readPending = false;
+        if (!writeAll(s.fd, msg)) closeFd(s.fd);
     };
 
-    std::vector<std::uint8_t> arrived;
-    while (!stopping_) {
-        const ClientEvent event = nextClientEvent(wakeFd_[0], listenFd_, client, arrived);
-        if (event == ClientEvent::Stop) break;
-        if (event ==
-            ClientEvent::Connected) { // one controller at a time: a new one replaces the old
-            in.clear();
-            out.clear();
-            readPending = false;
-        }
-        if (event != ClientEvent::Data) continue;
-        in.insert(in.end(), arrived.begin(), arrived.end());
-        // Parse whole messages.
-        while (!in.empty()) {
-            const std::uint8_t type = in[0];
+    // Parses the session's whole messages; false when the link dropped.
+    auto parse = [this, &answerRead](Session& s) {
+        while (!s.in.empty()) {
+            const std::uint8_t type = s.in[0];
             std::size_t used = 0;
-            if (type == 'W' && in.size() >= 5) {
-                const std::uint32_t len = le32(&in[1]);
-                if (in.size() < 5 + len) break;
-                std::string text(in.begin() + 5, in.begin() + 5 + len);
+            if (type == 'W' && s.in.size() >= 5) {
+                const std::uint32_t len = le32(&s.in[1]);
+                if (s.in.size() < 5 + len) break;
+                std::string text(s.in.begin() + 5, s.in.begin() + 5 + len);
                 used = 5 + len;
-                std::string pending = text.back() == '\n' ? text : text + "\n";
+                std::string pending = !text.empty() && text.back() == '\n' ? text : text + "\n";
                 forEachLine(pending, [&](const std::string& line) {
-                    out.clear(); // a new command discards the unread reply
+                    s.out.clear(); // a new command discards the unread reply
                     const Reply r = answer(line);
                     if (r.kind == Reply::Kind::Text) {
-                        out.assign(r.data.begin(), r.data.end());
-                        out.push_back('\n');
+                        s.out.assign(r.data.begin(), r.data.end());
+                        s.out.push_back('\n');
                     } else if (r.kind == Reply::Kind::Block) {
-                        out = FrameBlock488(r.data);
+                        s.out = FrameBlock488(r.data);
                     }
                 });
-            } else if (type == 'R' && in.size() >= 6) {
-                readTag = in[1];
-                readCount = le32(&in[2]);
-                readPending = true;
+            } else if (type == 'R' && s.in.size() >= 6) {
+                s.readTag = s.in[1];
+                s.readCount = le32(&s.in[2]);
+                s.readPending = true;
                 used = 6;
             } else if (type == 'C') {
                 instrument_.Note("device clear");
-                out.clear();
-                readPending = false;
+                s.out.clear();
+                s.readPending = false;
                 used = 1;
             } else if (type != 'W' && type != 'R') {
                 used = 1; // not a message: skip the byte
             } else {
                 break; // an incomplete message
             }
-            in.erase(in.begin(), in.begin() + static_cast<std::ptrdiff_t>(used));
-            if (instrument_.LinkDropped()) break;
-            answerRead();
+            s.in.erase(s.in.begin(), s.in.begin() + static_cast<std::ptrdiff_t>(used));
+            if (instrument_.LinkDropped()) return false;
+            answerRead(s);
         }
-        if (instrument_.LinkDropped()) {
-            // The cable is pulled: the connection and the device node go away.
-            closeFd(client);
-            ::unlink(socketPath().c_str());
-            closeFd(listenFd_);
+        return true;
+    };
+
+    std::vector<std::uint8_t> bytes(65536);
+    bool dropped = false;
+    while (!stopping_ && !dropped) {
+        std::vector<pollfd> fds = {{wakeFd_[0], POLLIN, 0}, {listenFd_, POLLIN, 0}};
+        for (const Session& s : sessions)
+            fds.push_back({s.fd, POLLIN, 0});
+        if (::poll(fds.data(), fds.size(), -1) < 0) {
+            if (errno == EINTR) continue;
             break;
         }
+        if (fds[0].revents) break;
+        for (std::size_t i = 0; i < sessions.size() && !dropped; ++i) {
+            if (!(fds[i + 2].revents & (POLLIN | POLLHUP | POLLERR))) continue;
+            Session& s = sessions[i];
+            const ssize_t got = ::read(s.fd, bytes.data(), bytes.size());
+            if (got <= 0) {
+                closeFd(s.fd);
+                continue;
+            }
+            s.in.insert(s.in.end(), bytes.begin(), bytes.begin() + got);
+            dropped = !parse(s);
+        }
+        std::erase_if(sessions, [](const Session& s) { return s.fd < 0; });
+        if (!dropped && (fds[1].revents & POLLIN)) {
+            const int c = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
+            if (c >= 0) sessions.push_back(Session{c, {}, {}, false, 0, 0});
+        }
     }
-    closeFd(client);
+    if (dropped) {
+        // The cable is pulled: the connections and the device node go away.
+        ::unlink(socketPath().c_str());
+        closeFd(listenFd_);
+    }
+    for (Session& s : sessions)
+        closeFd(s.fd);
 }
 
 // ---- RS232 -----------------------------------------------------------------------------

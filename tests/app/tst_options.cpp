@@ -1,5 +1,6 @@
 // What the Options dialog shows when it opens and what its OK does.
 #include "RecordingTransport.h"
+#include "SimulatedLink.h"
 #include "TestPlatform.h"
 
 #include "app/ComPorts.h"
@@ -7,6 +8,7 @@
 #include "app/SoftwareSetting.h"
 #include "app/frmOptions.h"
 #include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 
 #include <QComboBox>
@@ -24,6 +26,7 @@ private slots:
     void openingWithDevicesFixesTheChosenIndex();
     void openingRepairsABadComPort();
     void moreThanElevenDevicesIsABoundsFault();
+    void openingWhileConnectedKeepsTheSession();
     void okWhileConnectedSendsBaudThenUnlocks();
     void okWhileConnectedWithTheSameBaudStillDisconnects();
     void okWhileDisconnectedSendsNothing();
@@ -113,6 +116,23 @@ void TestOptions::moreThanElevenDevicesIsABoundsFault() {
     QVERIFY_THROWS_EXCEPTION(platform::BoundsFault, OpenOptions(found));
     found.removeLast();
     QCOMPARE(OpenOptions(found).deviceItems.size(), 11);
+}
+
+// The search the dialog makes when it opens probes every instrument; the
+// session with the connected one must go on undisturbed.
+void TestOptions::openingWhileConnectedKeepsTheSession() {
+    TestPlatform tp;
+    SimulatedLink link;
+    QVERIFY(link.connected());
+    {
+        frmOptions dialog;
+        auto* devices = dialog.findChild<QComboBox*>("DeviceCombo");
+        QVERIFY(devices);
+        QCOMPARE(devices->count(), 1); // the connected instrument is found too
+    }
+    QVERIFY(!CutAtLineFeed(CmdQuery("*IDN?")).isEmpty());
+    QVERIFY(Connected);
+    QVERIFY(tp.boxes.isEmpty());
 }
 
 void TestOptions::okWhileConnectedSendsBaudThenUnlocks() {
