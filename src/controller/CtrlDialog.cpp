@@ -33,7 +33,7 @@ QString query(const QString& header) {
     return QueryText(header);
 }
 void send(const QString& header, const QString& value) {
-    CmdSend(SetCommand(header, value));
+    CmdSend(SetCommand(header, PointForm(value))); // a number from the tree keeps the point
 }
 QString methodWord(const QString& method) {
     return ":" + TriggerMethodToCmd(method);
@@ -175,7 +175,8 @@ QStringList AddLaSource() {
 
 // ---- shape -----------------------------------------------------------------------
 
-CtrlDialogLayout ShapeCtrlDialog(const CtrlRowMatch& row) {
+namespace {
+CtrlDialogLayout shapeWithPoint(const CtrlRowMatch& row) {
     CtrlDialogLayout l;
     const QStringList& caps = row.captions;
     const QString section = caps.value(0), row0 = caps.last();
@@ -316,6 +317,18 @@ CtrlDialogLayout ShapeCtrlDialog(const CtrlRowMatch& row) {
         w = {WordGridFull, WordGridHalf, WordGridNone};
     return l;
 }
+} // namespace
+
+// The lists and the box show numbers as the tree does, so the list opens on
+// the tree's value whatever the locale.
+CtrlDialogLayout ShapeCtrlDialog(const CtrlRowMatch& row) {
+    CtrlDialogLayout l = shapeWithPoint(row);
+    for (QString& item : l.items)
+        item = ShownForm(item);
+    l.selected = ShownForm(l.selected);
+    l.input = ShownForm(l.input);
+    return l;
+}
 
 // ---- read-backs --------------------------------------------------------------------
 
@@ -436,9 +449,10 @@ void GetTimeBaseParameter() {
 
 // ---- cmdOK ---------------------------------------------------------------------------
 
+// A number box takes the point or the machine's own decimal sign.
 bool IsNumeric(const QString& text) {
     bool ok = false;
-    text.trimmed().toDouble(&ok);
+    PointForm(text.trimmed()).toDouble(&ok);
     return ok;
 }
 
@@ -462,7 +476,7 @@ bool numberFrom(const QString& input, double& value) {
         platform::MsgBox(MsgNumberOnly, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
         return false;
     }
-    value = input.trimmed().toDouble();
+    value = PointForm(input.trimmed()).toDouble();
     return true;
 }
 
@@ -827,7 +841,16 @@ bool applyOtherRow(const QString& row, const QString& sel) {
 
 } // namespace
 
-bool CtrlDialogOK(const CtrlRowMatch& row, const QString& selected, const QString& input) {
+bool CtrlDialogOK(const CtrlRowMatch& row, const QString& shownSelected, const QString& input) {
+    // What the lists show goes to the instrument with the point; the row
+    // then shows its value the display's way again.
+    const QString selected = PointForm(shownSelected);
+    struct ShowRow {
+        QString* field;
+        ~ShowRow() {
+            if (field) *field = ShownForm(*field);
+        }
+    } showRow{row.field};
     // An instrument that has gone answers nothing: close and store nothing.
     if (CmdQuery(Idn).isEmpty()) return true;
     const QStringList& caps = row.captions;
@@ -856,7 +879,7 @@ bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input, const 
         platform::MsgBox(MsgNumberOnly, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
         return false;
     }
-    input = CStrNumber(input.trimmed().toDouble() * EnterUnit(button));
+    input = CStrNumber(PointForm(input.trimmed()).toDouble() * EnterUnit(button));
     return CtrlDialogOK(row, choice, input);
 }
 

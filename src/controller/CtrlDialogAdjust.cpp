@@ -91,14 +91,14 @@ void AdjustOK(int target, const QString& text) {
         QString& voltDiv = channel == 2 ? d.Ch2VoltDiv : d.Ch1VoltDiv;
         const QString& probe = channel == 2 ? d.Ch2Probe : d.Ch1Probe;
         const double volts = ParseVoltText(text);
-        voltDiv = text;
+        voltDiv = ShownForm(text); // the tree's way, whichever way the text came
         CmdSend(SetCommand(root + cmd::Probe, probe.left(probe.size() - 1)));
         CmdSend(SetCommand(root + cmd::Scale, VoltToCmdText(volts / GetCHProbeNum(probe))));
         platform::Sleep(200);
         (channel == 2 ? d.Ch2Offset : d.Ch1Offset) =
             NormVolt(CutAtLineFeed(CmdQuery(QueryCommand(root + cmd::Offset))));
     } else {
-        (channel == 2 ? d.Ch2Offset : d.Ch1Offset) = text;
+        (channel == 2 ? d.Ch2Offset : d.Ch1Offset) = ShownForm(text);
         const double volts = ParseVoltText(text);
         CmdSend(SetCommand(root + cmd::Offset, CStrNumber(volts)));
         (channel == 2 ? AdjustOffsetCh2 : AdjustOffsetCh1) = volts * 1e6;

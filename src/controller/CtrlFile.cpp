@@ -6,6 +6,7 @@
 #include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
+#include "controller/Picture.h"
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
@@ -115,7 +116,7 @@ CtrlFileRead ReadControlFileChecked(const QString& path) {
             critical(RuntimeErrorText("Input past end of file")); // what was read stays read
             return CtrlFileRead::CutShort;
         }
-        *field = text(lines[next++]);
+        *field = ShownForm(text(lines[next++])); // the file keeps the point
     }
     return CtrlFileRead::Whole;
 }
@@ -126,8 +127,10 @@ bool ReadControlFile(const QString& path) {
 
 bool WriteControlFile(const QString& path) {
     QByteArray bytes = quoted(ControlFileIdentification());
+    // Numbers keep the point whatever the display's sign, so a file reads the
+    // same on every machine.
     for (QString* field : ControlFileFields(CtrlData))
-        bytes += quoted(*field);
+        bytes += quoted(PointForm(*field));
     const QString error = platform::WriteFileAtomically(path, bytes);
     if (error.isEmpty()) return true;
     critical(error); // the old file stays, and the record stays unsaved

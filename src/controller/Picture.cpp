@@ -173,6 +173,27 @@ QChar MachineDecimalSign() {
     return point.isEmpty() ? QLatin1Char('.') : point.at(0);
 }
 
+namespace {
+QString swapDecimalSign(QString text, QChar from, QChar to) {
+    if (from == to) return text;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] != from) continue;
+        const bool digitBefore = i > 0 && text[i - 1].isDigit();
+        const bool digitAfter = i + 1 < text.size() && text[i + 1].isDigit();
+        if (digitBefore || digitAfter) text[i] = to;
+    }
+    return text;
+}
+} // namespace
+
+QString PointForm(const QString& shown) {
+    return swapDecimalSign(shown, MachineDecimalSign(), QLatin1Char('.'));
+}
+
+QString ShownForm(const QString& withPoint) {
+    return swapDecimalSign(withPoint, QLatin1Char('.'), MachineDecimalSign());
+}
+
 double Val(const QString& text) {
     std::string s;
     int i = 0;

@@ -22,6 +22,11 @@ QString FormatPicture(double value, const QString& picture, Precision precision,
 
 // The decimal sign of the machine's locale (a comma under a comma locale).
 QChar MachineDecimalSign();
+// A display text and the same text with the point: the display shows numbers
+// with the machine's sign, the instrument and the files take the point.
+// Only a sign next to a digit is a decimal sign; words are left alone.
+QString PointForm(const QString& shown);
+QString ShownForm(const QString& withPoint);
 
 // Val: leading blanks skipped, then a sign, digits, one point and an exponent
 // as far as they form a number; reading stops at the first other character.

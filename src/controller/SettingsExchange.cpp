@@ -19,8 +19,10 @@ namespace {
 
 using namespace cmd;
 
-void send(const QString& header, const QString& value) {
-    CmdSend(SetCommand(header, value));
+// The tree keeps numbers as the display shows them ("1,20V" under a comma
+// locale); the instrument reads only the point.
+void send(const QString& header, const QString& shownValue) {
+    CmdSend(SetCommand(header, PointForm(shownValue)));
 }
 // Read-all counts the empty replies in a row: one is a step's placeholder,
 // three mean the instrument is gone.
@@ -183,7 +185,7 @@ void writeDigital(CtrlDataRecord& d, const std::function<void()>& progress) {
         high += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (8 - i));
     for (int i = 9; i <= 16; ++i)
         low += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (16 - i));
-    send(La + Location, QString::number(high) + "," + QString::number(low));
+    CmdSend(SetCommand(La + Location, QString::number(high) + "," + QString::number(low)));
     send(La + Threshold, d.LaThreshold);
     progress();
 }

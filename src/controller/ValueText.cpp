@@ -41,7 +41,7 @@ double invalid() {
 
 double parseWithUnit(const QString& raw, QChar unit, std::initializer_list<Prefix> prefixes) {
     if (holdsOutOfRangeMark(raw)) return invalid();
-    const QString text = CutAtLineFeed(raw);
+    const QString text = PointForm(CutAtLineFeed(raw)); // a display text, in any locale
     const qsizetype at = text.indexOf(unit);
     if (at <= 0) return invalid();
     const QChar before = text[at - 1];
@@ -90,8 +90,9 @@ double ParseVoltTextWide(const QString& text) {
         text, 'V', {{'u', 1e6, true}, {'m', 1000, true}, {'k', 1000, false}, {'M', 1e6, false}});
 }
 
-QString TimeTextToExpText(const QString& text) {
-    if (holdsOutOfRangeMark(text)) return QString();
+QString TimeTextToExpText(const QString& shown) {
+    if (holdsOutOfRangeMark(shown)) return QString();
+    const QString text = PointForm(shown);
     const qsizetype at = text.indexOf('s');
     if (at <= 0) return QString();
     const QChar before = text[at - 1];
@@ -755,5 +756,5 @@ QString LevelFromDiv(const QString& divText, const QString& source, const Instru
     } else if (isAcLine(source)) {
         scale = offset = "0";
     }
-    return StrNumber(Val(divText) * Val(scale) - Val(offset)).trimmed();
+    return StrNumber(Val(PointForm(divText)) * Val(scale) - Val(offset)).trimmed();
 }

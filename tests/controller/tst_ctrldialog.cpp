@@ -11,6 +11,7 @@
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/CtrlDialogEntry.h"
 #include "controller/CtrlState.h"
+#include "controller/Picture.h"
 #include "controller/ValueText.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
@@ -27,6 +28,11 @@
 #include <memory>
 
 namespace {
+// A display text as the machine's locale shows it (the suite runs under a
+// comma locale too).
+QString shown(const QString& withPoint) {
+    return ShownForm(withPoint);
+}
 CtrlRowMatch rowAt(const QString& path) {
     return MatchCtrlPath(SplitCtrlPath(path));
 }
@@ -47,6 +53,8 @@ private slots:
     void alternateLevelSendsTheSourceFirst();
     void numbersAreTestedClampedAndReadBack();
     void everyNumberRowReadsBack_data();
+    void untouchedOkChangesNothing_data();
+    void untouchedOkChangesNothing();
     void everyNumberRowReadsBack();
     void unitButtonsScaleTheNumber();
     void anInstrumentThatHasGoneStoresNothing();
@@ -157,13 +165,13 @@ void TestCtrlDialog::wordListsInTheirOrder() {
 void TestCtrlDialog::laddersAndNumbers() {
     CtrlDialogLayout l = ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Level [0.00div]"));
     QCOMPARE(l.shape, DialogShape::Ladder);
-    QCOMPARE(l.items.first(), QString("6.00div"));
-    QCOMPARE(l.items.last(), QString("-6.04div"));
+    QCOMPARE(l.items.first(), shown("6.00div"));
+    QCOMPARE(l.items.last(), shown("-6.04div"));
     QCOMPARE(l.items.size(), 302);
-    QVERIFY(l.items.contains("0.00div"));
+    QVERIFY(l.items.contains(shown("0.00div")));
     l = ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Sensitivity [0.10div]"));
-    QCOMPARE(l.items.first(), QString("1.00div"));
-    QCOMPARE(l.items.last(), QString("0.09div"));
+    QCOMPARE(l.items.first(), shown("1.00div"));
+    QCOMPARE(l.items.last(), shown("0.09div"));
     CtrlData.TrigMethod = WordVideo;
     QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Line number [1]")).items.size(), 525);
     CtrlData.VideoStandard = "PAL/SECAM";
@@ -171,22 +179,22 @@ void TestCtrlDialog::laddersAndNumbers() {
              QString("625"));
     l = ShapeCtrlDialog(rowAt("NQ4000L\\Trigger\\Holdoff [100ns]"));
     QCOMPARE(l.shape, DialogShape::Number);
-    QCOMPARE(l.input, QString("100.000E-9"));
+    QCOMPARE(l.input, shown("100.000E-9"));
     QCOMPARE(l.unitButtons, (QList<int>{0, 1, 2, 3}));
     CtrlData.Ch1Offset = "-250mV";
     l = ShapeCtrlDialog(rowAt("NQ4000L\\CH1\\Offset [-250mV]"));
     QCOMPARE(l.shape, DialogShape::Volts);
-    QCOMPARE(l.input, QString("-0.25"));
+    QCOMPARE(l.input, shown("-0.25"));
     QCOMPARE(l.unitButtons, QList<int>{4});
     QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\CH1\\Volt/Div [1.00V]")).shape, DialogShape::Adjust);
     CtrlData.LaThreshold = "1.50V";
     l = ShapeCtrlDialog(rowAt("NQ4000L\\LA\\Threshold [1.50V]"));
     QCOMPARE(l.selected, QString("USER"));
-    QCOMPARE(l.input, QString("1.5"));
+    QCOMPARE(l.input, shown("1.5"));
     QCOMPARE(ShapeCtrlDialog(rowAt("NQ4000L\\LA\\Position\\D0 [0]")).items.size(), 16);
-    QCOMPARE(SetCtrlDialogVoltDivNum("10X").first(), QString("20.0mV"));
-    QCOMPARE(SetCtrlDialogVoltDivNum("10X").last(), QString("50.0V"));
-    QCOMPARE(SetCtrlDialogVoltDivNum("1000X").last(), QString("5.00kV"));
+    QCOMPARE(SetCtrlDialogVoltDivNum("10X").first(), shown("20.0mV"));
+    QCOMPARE(SetCtrlDialogVoltDivNum("10X").last(), shown("50.0V"));
+    QCOMPARE(SetCtrlDialogVoltDivNum("1000X").last(), shown("5.00kV"));
     QCOMPARE(SetCtrlDialogMemOffsetNum().size(), 3999);
 }
 
@@ -212,7 +220,7 @@ void TestCtrlDialog::voltDivUnderAProbeSendsTheBaseWord() {
     QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\CH1\\Volt/Div [1.00V]"), "10.0V", QString()));
     sync();
     QVERIFY(log().contains(":CHANNEL1:SCALE 1.00V"));
-    QCOMPARE(CtrlData.Ch1VoltDiv, QString("10.0V"));
+    QCOMPARE(CtrlData.Ch1VoltDiv, shown("10.0V"));
     QVERIFY(CtrlDirty);
 }
 
@@ -247,7 +255,7 @@ void TestCtrlDialog::alternateLevelSendsTheSourceFirst() {
     // 1 div of channel 2's 0.2 V, less its offset of 0.
     QCOMPARE(log(), (QStringList{"*IDN?", a + ":SOURCE CHANNEL2", ":CHANNEL2:SCALE?",
                                  ":CHANNEL2:OFFSET?", a + ":EDGE:LEVEL .2", "*IDN?"}));
-    QCOMPARE(CtrlData.AltEdge2.Level, QString("1.00div"));
+    QCOMPARE(CtrlData.AltEdge2.Level, shown("1.00div"));
 }
 
 void TestCtrlDialog::numbersAreTestedClampedAndReadBack() {
@@ -338,13 +346,56 @@ void TestCtrlDialog::everyNumberRowReadsBack() {
     QCOMPARE(stored, expected);
 }
 
+// A dialog opened on a row and closed with OK, nothing touched, leaves the
+// instrument and the tree as they were: the list opens on the current value
+// and the box holds a number that reads back to it. This run under a comma
+// locale too, where the tree shows "1,20V".
+void TestCtrlDialog::untouchedOkChangesNothing_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("input"); // the value set first; empty: a list entry
+    QTest::addColumn<QString>("query");
+    QTest::newRow("CH1 offset") << "NQ4000L\\CH1\\Offset [x]" << "1.2" << ":CHANNEL1:OFFSET?";
+    QTest::newRow("CH2 offset") << "NQ4000L\\CH2\\Offset [x]" << "-0.35" << ":CHANNEL2:OFFSET?";
+    QTest::newRow("holdoff") << "NQ4000L\\Trigger\\Holdoff [x]" << "2.5E-9" << ":TRIGGER:HOLDOFF?";
+    QTest::newRow("delay") << "NQ4000L\\Time Base\\Delay [x]" << "0.0012" << ":TIMEBASE:OFFSET?";
+    QTest::newRow("level") << "NQ4000L\\Trigger\\Level [x]" << "" << ":TRIGGER:EDGE:LEVEL?";
+    QTest::newRow("sensitivity") << "NQ4000L\\Trigger\\Sensitivity [x]" << ""
+                                 << ":TRIGGER:EDGE:SENSITIVITY?";
+    QTest::newRow("time/div") << "NQ4000L\\Time Base\\Time/Div [x]" << "" << ":TIMEBASE:SCALE?";
+    QTest::newRow("LA threshold") << "NQ4000L\\LA\\Threshold [x]" << "1.5" << ":LA:THRESHOLD?";
+}
+
+void TestCtrlDialog::untouchedOkChangesNothing() {
+    QFETCH(QString, path);
+    QFETCH(QString, input);
+    QFETCH(QString, query);
+    const CtrlRowMatch row = rowAt(path);
+    CtrlDialogLayout shape = ShapeCtrlDialog(row);
+    if (input.isEmpty()) {
+        QVERIFY(shape.items.size() > 3);
+        QVERIFY(CtrlDialogOK(row, shape.items.at(shape.items.size() / 3 + 1), QString()));
+    } else {
+        QVERIFY(CtrlDialogOK(row, shape.selected, input));
+    }
+    const QString reply = CutAtLineFeed(CmdQuery(query));
+    const QString shown = *row.field;
+    shape = ShapeCtrlDialog(row);
+    if (shape.shape == DialogShape::WordList || shape.shape == DialogShape::Ladder) {
+        QVERIFY2(shape.items.contains(shape.selected), qPrintable(shape.selected));
+        if (input.isEmpty()) QCOMPARE(shape.selected, shown);
+    }
+    QVERIFY(CtrlDialogOK(row, shape.selected, shape.input));
+    QCOMPARE(CutAtLineFeed(CmdQuery(query)), reply);
+    QCOMPARE(*row.field, shown);
+}
+
 void TestCtrlDialog::unitButtonsScaleTheNumber() {
     QString input = "2.5";
     QVERIFY(CtrlDialogEnter(rowAt("NQ4000L\\Trigger\\Holdoff [100ns]"), 2, input));
     QCOMPARE(input, QString("2.5E-09"));
     sync();
     QVERIFY(log().contains(":TRIGGER:HOLDOFF 0.0025us"));
-    QCOMPARE(CtrlData.TrigHoldoff, QString("2.50ns"));
+    QCOMPARE(CtrlData.TrigHoldoff, shown("2.50ns"));
     QCOMPARE(EnterUnit(0), 0.001);
     QCOMPARE(EnterUnit(1), 1e-6);
     QCOMPARE(EnterUnit(3), 1e-12);
@@ -442,7 +493,7 @@ void TestCtrlDialog::coarseAndFineSteps() {
     QFETCH(int, mode);
     QFETCH(int, direction);
     QFETCH(QString, result);
-    QCOMPARE(AdjustStep(text, probe, mode, direction), result);
+    QCOMPARE(AdjustStep(text, probe, mode, direction), shown(result));
 }
 
 void TestCtrlDialog::adjustOkSendsProbeAndBaseScale() {
@@ -452,7 +503,7 @@ void TestCtrlDialog::adjustOkSendsProbeAndBaseScale() {
     const QStringList l = log();
     QCOMPARE(l.mid(0, 3),
              (QStringList{":CHANNEL2:PROBE 10", ":CHANNEL2:SCALE 0.2v", ":CHANNEL2:OFFSET?"}));
-    QCOMPARE(CtrlData.Ch2VoltDiv, QString("2.00V"));
+    QCOMPARE(CtrlData.Ch2VoltDiv, shown("2.00V"));
     QCOMPARE(CutAtLineFeed(CmdQuery(":CHANNEL2:SCALE?")), QString("2.000000e+00"));
     QVERIFY(CtrlDirty);
     QCOMPARE(GetCHProbeNum("500X"), 500);
@@ -466,7 +517,7 @@ void TestCtrlDialog::holdingAStepButtonRepeats() {
     CtrlDialogAdjust dialog(0);
     dialog.show();
     QTest::mousePress(dialog.addButton(), Qt::LeftButton);
-    QCOMPARE(dialog.value()->text(), QString("5.00mV")); // the first step at once
+    QCOMPARE(dialog.value()->text(), shown("5.00mV")); // the first step at once
     QTest::qWait(250);
     // Released away from the button: the repeat stops all the same.
     QTest::mouseRelease(dialog.addButton(), Qt::LeftButton, {}, QPoint(-50, -50));
@@ -474,7 +525,7 @@ void TestCtrlDialog::holdingAStepButtonRepeats() {
     const QString held = dialog.value()->text();
     // Four or five repeats after the first step: 10, 20, 50, 100 (200) mV; a busy machine may lose
     // a tick.
-    QVERIFY2(held == "50.0mV" || held == "100mV" || held == "200mV", qPrintable(held));
+    QVERIFY2(held == shown("50.0mV") || held == "100mV" || held == "200mV", qPrintable(held));
     QTest::qWait(150);
     QCOMPARE(dialog.value()->text(), held);
 }
@@ -488,10 +539,10 @@ void TestCtrlDialog::aStepButtonFromTheKeyboardStepsOnce() {
     dialog.addButton()->setFocus();
     QTest::keyPress(dialog.addButton(), Qt::Key_Space);
     QTest::keyRelease(dialog.addButton(), Qt::Key_Space);
-    QCOMPARE(dialog.value()->text(), QString("5.00mV"));
+    QCOMPARE(dialog.value()->text(), shown("5.00mV"));
     QVERIFY(!dialog.repeating());
     QTest::qWait(150); // no repeat runs on until the next click
-    QCOMPARE(dialog.value()->text(), QString("5.00mV"));
+    QCOMPARE(dialog.value()->text(), shown("5.00mV"));
 }
 
 QTEST_MAIN(TestCtrlDialog)

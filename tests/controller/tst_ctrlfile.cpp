@@ -53,6 +53,7 @@ private slots:
     void cleanupTestCase() { ApplyLanguage(kLanguageEnglish); }
     void theFileHas194QuotedCrlfLines();
     void everyFieldRoundTripsButTheSizes();
+    void aCommaLocaleFileKeepsThePoint();
     void wrongFirstLineIsRefused_data();
     void wrongFirstLineIsRefused();
     void shortFileReadsAsFarAsItCan();
@@ -86,6 +87,31 @@ void TestCtrlFile::theFileHas194QuotedCrlfLines() {
     for (int i = 0; i < 194; ++i)
         QVERIFY2(lines[i].startsWith('"') && lines[i].endsWith("\"\r"), lines[i]);
     QCOMPARE(ControlFileFields(CtrlData).size(), qsizetype(193));
+}
+
+// The tree under a comma locale shows "1,20V"; the file holds "1.20V", so a
+// file moves between machines of either locale and means the same.
+void TestCtrlFile::aCommaLocaleFileKeepsThePoint() {
+    TestPlatform tp;
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    CtrlData.Ch1VoltDiv = "1,00V";
+    CtrlData.Ch2Offset = "-1,20V";
+    CtrlData.TrigMethod = "EDGE";
+    const QString path = tp.tempPath("comma.rmt");
+    QVERIFY(WriteControlFile(path));
+    const QList<QByteArray> lines = bytesOf(path).split('\n');
+    QCOMPARE(lines[3], QByteArray("\"1.00V\"\r"));
+    QVERIFY(bytesOf(path).contains("\"-1.20V\""));
+    CtrlData = CtrlDataDefaults();
+    QVERIFY(ReadControlFile(path));
+    QCOMPARE(CtrlData.Ch1VoltDiv, QString("1,00V"));
+    QCOMPARE(CtrlData.Ch2Offset, QString("-1,20V"));
+    QCOMPARE(CtrlData.TrigMethod, QString("EDGE"));
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    QVERIFY(ReadControlFile(path));
+    QCOMPARE(CtrlData.Ch1VoltDiv, QString("1.00V"));
+    QLocale::setDefault(before);
 }
 
 void TestCtrlFile::everyFieldRoundTripsButTheSizes() {

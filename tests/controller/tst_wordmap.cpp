@@ -1,6 +1,7 @@
 // Word mappings between display words and the instrument's set and reply
 // words, the pattern reply, raw-number conversions and the probe tables.
 #include "app/StringRES.h"
+#include "controller/Picture.h"
 #include "controller/ValueText.h"
 
 #include <QtTest>
@@ -266,7 +267,7 @@ void TestWordMap::thresholdAndProbe() {
     const QString got = kind == "fromReply" ? ThresholdFromReply(in)
                         : kind == "display" ? ThresholdToDisplay(in)
                                             : ProbeFromReply(in);
-    QCOMPARE(got, out);
+    QCOMPARE(got, ShownForm(out)); // a threshold's volts show the machine's decimal sign
 }
 
 void TestWordMap::patternReplyToLevels() {
