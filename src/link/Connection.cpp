@@ -79,7 +79,7 @@ bool identify(const QString& reply) {
 } // namespace
 
 void ConnectToDevice() {
-    Connecting = true;
+    BeginConnecting();
     LinkOpen = true;
     if (SoftwareSetting.ScopeIOType == kIoTypeRs232)
         Rs232Open();
@@ -94,7 +94,8 @@ void ConnectToDevice() {
         TryStatement([] { CmdSend(cmd::PointsModeNormal); });
         QString reply;
         TryStatement([&reply] { reply = CmdQuery(cmd::Idn).toUpper(); });
-        TryStatement([&] { identified = identify(reply); });
+        // A transport that failed on the way has said so: no second message.
+        if (!LinkResetWhileConnecting()) TryStatement([&] { identified = identify(reply); });
     }
     if (!identified) {
         ShowLamps(false);

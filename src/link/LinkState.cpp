@@ -23,7 +23,24 @@ void ShowLamps(bool connected) {
     if (g_lampView) g_lampView(connected);
 }
 
+namespace {
+bool g_resetWhileConnecting = false;
+} // namespace
+
 void ResetLinkState() {
+    // A failure during connect ends the connect: its remaining steps would
+    // only add messages about the same lost link.
+    if (Connecting) g_resetWhileConnecting = true;
+    Connecting = false;
     ShowLamps(false);
     Connected = false;
+}
+
+void BeginConnecting() {
+    g_resetWhileConnecting = false;
+    Connecting = true;
+}
+
+bool LinkResetWhileConnecting() {
+    return g_resetWhileConnecting;
 }

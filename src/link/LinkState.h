@@ -23,8 +23,11 @@ void SetLampView(LampView view);
 void ShowLamps(bool connected);
 
 // Marks the link down without a word to the instrument (after a transport
-// failure), so its panel stays locked.
+// failure), so its panel stays locked. During a connect it ends the connect.
 void ResetLinkState();
+// Connecting from here; whether a transport failure has ended it since.
+void BeginConnecting();
+bool LinkResetWhileConnecting();
 
 // The serial wait's clock: the frame's TimeOutTimer adds one ten times a second.
 extern int TickCount;
