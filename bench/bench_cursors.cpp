@@ -1,7 +1,7 @@
 // One cursor drag step of the waveform window (the cursor moved, the
 // read-outs recomputed, the picture redrawn over the kept screen) at 100 %
 // and 500 %, and one spectrum of the screen's samples with each window.
-#include "app/LoadLanguage.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/SheetRecords.h"
 #include "views/Cursors.h"
 #include "views/ScreenRenderer.h"

@@ -2,7 +2,6 @@
 // link's real pacing: the time measured against the sum of the pauses the
 // sequences must make (every Sleep they call, named waits included).
 #include "Simulator.h"
-#include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/SettingsExchange.h"
@@ -12,6 +11,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -2,7 +2,6 @@
 // link's real pacing: the time measured against the time the pacing alone
 // requires (100 ms before every write).
 #include "Simulator.h"
-#include "app/SoftwareSetting.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -10,6 +9,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Visa.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

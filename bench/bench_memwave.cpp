@@ -3,10 +3,10 @@
 // the pipeline (and the same on a 10,000-point capture), the CSV export, and
 // the peak memory above the program's idle size.
 #include "Files.h"
-#include "app/LoadLanguage.h"
 #include "memwave/CsvExport.h"
 #include "memwave/MemoryView.h"
 #include "memwave/WaveformFile.h"
+#include "shared/LoadLanguage.h"
 #include "views/ScreenRenderer.h"
 
 #include <QApplication>

@@ -2,7 +2,6 @@
 // pictures a second against the simulated instrument over USB with the
 // link's real pacing, with the share of the time that is mandated pauses.
 #include "Simulator.h"
-#include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
@@ -12,6 +11,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

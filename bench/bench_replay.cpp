@@ -2,9 +2,9 @@
 // window's default size, and the frames a replay at the 1 ms interval really
 // draws in a second, over 5 s.
 #include "Files.h"
-#include "app/LoadLanguage.h"
 #include "replay/RecordFile.h"
 #include "replay/frmRecordPlay.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 

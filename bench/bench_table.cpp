@@ -4,7 +4,6 @@
 #include "Simulator.h"
 #include "acquire/Jobs.h"
 #include "acquire/TableJob.h"
-#include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
@@ -12,6 +11,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/SheetRecords.h"
 #include "views/frmData.h"
 

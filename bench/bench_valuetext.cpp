@@ -1,6 +1,6 @@
 // How fast the value text runs: the display ladders and the parsers that
 // every reply, row and export goes through.
-#include "controller/ValueText.h"
+#include "shared/ValueText.h"
 
 #include <QElapsedTimer>
 #include <cstdio>

@@ -44,7 +44,8 @@ QByteArray FuzzPieces::next(int atMost) {
     if (at_ < size_) length |= static_cast<std::size_t>(data_[at_++]) << 8;
     if (length == 0xFFFF) length = size_ - at_;
     length = std::min({length, size_ - at_, static_cast<std::size_t>(atMost)});
-    const QByteArray piece(reinterpret_cast<const char*>(data_ + at_), static_cast<qsizetype>(length));
+    const QByteArray piece(reinterpret_cast<const char*>(data_ + at_),
+                           static_cast<qsizetype>(length));
     at_ += length;
     return piece;
 }

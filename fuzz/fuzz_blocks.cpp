@@ -5,7 +5,6 @@
 #include "FuzzSupport.h"
 
 #include "acquire/WaveJob.h"
-#include "app/SoftwareSetting.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/RS232Func.h"
@@ -13,6 +12,7 @@
 #include "panel/LcdImage.h"
 #include "platform/Faults.h"
 #include "platform/Visa.h"
+#include "shared/SoftwareSetting.h"
 
 #include <cstring>
 
@@ -69,9 +69,8 @@ void feedSerial(FuzzPieces& pieces, bool binary) {
     for (int n = 0; n < 8 && !pieces.atEnd(); ++n) {
         const QByteArray chunk = pieces.next();
         if (chunk.isEmpty()) continue;
-        platform::RunHandler("fuzz", [&] {
-            binary ? Rs232RecvBinary(chunk) : Rs232RecvText(chunk);
-        });
+        platform::RunHandler("fuzz",
+                             [&] { binary ? Rs232RecvBinary(chunk) : Rs232RecvText(chunk); });
     }
 }
 } // namespace

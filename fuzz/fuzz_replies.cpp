@@ -3,15 +3,15 @@
 // each reply.
 #include "FuzzSupport.h"
 
+#include "acquire/MeasureJob.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/PatternLevels.h"
 #include "controller/SettingsExchange.h"
-#include "controller/ValueText.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
-#include "acquire/MeasureJob.h"
 #include "platform/Faults.h"
+#include "shared/ValueText.h"
 
 namespace {
 class ScriptedInstrument : public LinkTransport {

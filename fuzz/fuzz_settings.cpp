@@ -1,11 +1,11 @@
 // The settings file, as hand editing may leave it, read at start-up.
 #include "FuzzSupport.h"
 
-#include "app/AppIdentity.h"
-#include "app/ComPorts.h"
-#include "app/FileFunc.h"
-#include "app/SoftwareSetting.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
+#include "shared/ComPorts.h"
+#include "shared/FileFunc.h"
+#include "shared/SoftwareSetting.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzSetUp();

@@ -6,8 +6,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzSetUp();
     QString error;
-    ParseSheet(QByteArray::fromRawData(reinterpret_cast<const char*>(data),
-                                       static_cast<qsizetype>(size)),
-               &error);
+    ParseSheet(
+        QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)),
+        &error);
     return 0;
 }

@@ -7,7 +7,6 @@
 #include "Files.h"
 #include "Instrument.h"
 #include "acquire/MeasureJob.h"
-#include "app/SoftwareSetting.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/PatternLevels.h"
@@ -16,6 +15,7 @@
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 #include "platform/Settings.h"
+#include "shared/SoftwareSetting.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
@@ -90,7 +90,8 @@ void blocks() {
     usb += FuzzPieces::encode(reply(":LCD:DATA?"));
     usb += FuzzPieces::encode(QByteArray());
     usb += FuzzPieces::encode("1.00V\n");
-    usb += FuzzPieces::encode(bytesOf(sim::FrameBlockSerial(instrument.Process(":SYSTEM:DATA?").data)));
+    usb += FuzzPieces::encode(
+        bytesOf(sim::FrameBlockSerial(instrument.Process(":SYSTEM:DATA?").data)));
     put("blocks", "seed-usb", usb);
     put("blocks", "seed-asrl", QByteArray(1, '\1') + usb.mid(1));
 }
@@ -137,8 +138,8 @@ void files() {
 void sheet() {
     NewDataSheet();
     put("sheet", "seed-empty", SheetBytes());
-    for (DocKind k : {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record,
-                      DocKind::MemoryWave})
+    for (DocKind k :
+         {DocKind::Wave, DocKind::Measure, DocKind::Data, DocKind::Record, DocKind::MemoryWave})
         AddDocument(k);
     WaveRecords[0].Loaded = WaveRecords[0].ShowCh1 = true;
     WaveRecords[0].PointCount = 300;

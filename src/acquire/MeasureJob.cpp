@@ -1,10 +1,10 @@
 #include "acquire/MeasureJob.h"
 
 #include "acquire/Jobs.h"
-#include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Clock.h"
 #include "platform/Pacing.h"
+#include "shared/ValueText.h"
 
 #include <QLocale>
 

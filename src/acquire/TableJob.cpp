@@ -2,11 +2,11 @@
 
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Clock.h"
 #include "platform/Faults.h"
+#include "shared/Picture.h"
+#include "shared/ValueText.h"
 
 #include <QLocale>
 

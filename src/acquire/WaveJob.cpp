@@ -1,17 +1,17 @@
 #include "acquire/WaveJob.h"
 
 #include "acquire/Jobs.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
-#include "controller/ValueText.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
 #include "platform/Clock.h"
 #include "platform/Pacing.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QLocale>
 #include <algorithm>

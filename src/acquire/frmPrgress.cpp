@@ -1,12 +1,12 @@
 #include "acquire/frmPrgress.h"
 
 #include "acquire/Jobs.h"
-#include "app/AppIdentity.h"
-#include "app/frmMain.h"
 #include "link/NQ4000Cmd.h"
 #include "link/RS232Func.h"
+#include "platform/MainWindow.h"
 #include "platform/Pacing.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
 
 #include <QCloseEvent>
 #include <QProgressBar>
@@ -25,7 +25,7 @@ QPoint frmPrgress::PlaceFor(QPoint stored, QSize frame, QSize dialog) {
 }
 
 frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
-    : QWidget(parent ? parent : fMainForm,
+    : QWidget(parent ? parent : platform::MainWindow(),
               Qt::Tool | Qt::WindowTitleHint | Qt::CustomizeWindowHint) {
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName("frmPrgress");
@@ -49,7 +49,8 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     stored_ = QPoint(platform::GetSettingInt(kAppTitle, kSection, "ProgressLeft", 500),
                      platform::GetSettingInt(kAppTitle, kSection, "ProgressTop", 800));
     const QPoint stored = stored_;
-    const QSize frame = fMainForm ? fMainForm->size() : QSize(1024, 768);
+    const QWidget* main = platform::MainWindow();
+    const QSize frame = main ? main->size() : QSize(1024, 768);
     adjustSize();
     move(PlaceFor(stored, frame, size()));
     Rs232Sending = true;

@@ -1,12 +1,12 @@
 #include "app/FrameLogic.h"
 
-#include "app/AppIdentity.h"
-#include "app/StringRES.h"
 #include "controller/CtrlState.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
 #include "platform/MsgBox.h"
+#include "shared/AppIdentity.h"
+#include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 
 std::array<QColor, 5> TraceColor;

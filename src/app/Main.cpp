@@ -1,9 +1,10 @@
-#include "app/AppIdentity.h"
-#include "app/Icons.h"
-#include "app/LoadLanguage.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "platform/EndSignals.h"
+#include "platform/MainWindow.h"
+#include "shared/AppIdentity.h"
+#include "shared/Icons.h"
+#include "shared/LoadLanguage.h"
 
 #include <QApplication>
 
@@ -22,6 +23,7 @@ int Main(int argc, char** argv) {
     QApplication::processEvents();
 
     fMainForm = new frmMain;
+    platform::SetMainWindow(fMainForm);
     fMainForm->setAttribute(Qt::WA_DeleteOnClose);
     fMainForm->Load();
     splash->close();

@@ -1,13 +1,13 @@
 #include "app/OptionsLogic.h"
 
-#include "app/ComPorts.h"
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
-#include "controller/Picture.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
+#include "shared/ComPorts.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/SoftwareSetting.h"
 
 #include <cmath>
 

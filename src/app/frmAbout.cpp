@@ -1,10 +1,10 @@
 #include "app/frmAbout.h"
 
-#include "app/AppIdentity.h"
-#include "app/LoadLanguage.h"
 #include "platform/Desktop.h"
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
+#include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

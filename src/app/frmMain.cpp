@@ -3,14 +3,8 @@
 #include "acquire/MeasureJob.h"
 #include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
-#include "app/AppIdentity.h"
-#include "app/ComPorts.h"
-#include "app/FileFunc.h"
 #include "app/FrameLogic.h"
-#include "app/Icons.h"
-#include "app/LoadLanguage.h"
 #include "app/OptionsLogic.h"
-#include "app/SoftwareSetting.h"
 #include "app/frmAbout.h"
 #include "app/frmNewDoc.h"
 #include "app/frmOptions.h"
@@ -35,6 +29,12 @@
 #include "platform/Settings.h"
 #include "platform/Visa.h"
 #include "replay/frmRecordPlay.h"
+#include "shared/AppIdentity.h"
+#include "shared/ComPorts.h"
+#include "shared/FileFunc.h"
+#include "shared/Icons.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/frmDataSheetTree.h"
@@ -443,6 +443,7 @@ void frmMain::timerInit_Timer() {
 
 void frmMain::LoadSoftwareSetting() {
     const FramePlaceTwips place = ReadSoftwareSetting();
+    VisaRsrcIndex = 0; // the link's part of loading: the device is chosen anew
     LoadComPortMap();
     const double dpi = screenDpi(this);
     const QRect wanted(

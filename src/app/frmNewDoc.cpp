@@ -1,8 +1,8 @@
 #include "app/frmNewDoc.h"
 
-#include "app/LoadLanguage.h"
 #include "app/OptionsLogic.h"
 #include "controller/CtrlFile.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 
 #include <QButtonGroup>

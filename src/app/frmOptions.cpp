@@ -1,11 +1,11 @@
 #include "app/frmOptions.h"
 
-#include "app/ComPorts.h"
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
 #include "link/LinkState.h"
 #include "link/UsbFunc.h"
 #include "platform/Faults.h"
+#include "shared/ComPorts.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QCheckBox>
 #include <QComboBox>

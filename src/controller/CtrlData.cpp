@@ -1,5 +1,10 @@
 #include "controller/CtrlData.h"
 
+#include "link/Connection.h"
+#include "link/NQ4000Cmd.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
+
 CtrlDataRecord CtrlData;
 
 CtrlDataRecord CtrlDataDefaults() {
@@ -193,6 +198,21 @@ QList<WordField> CtrlWordFields(CtrlDataRecord& d) {
           << WordField{&s->Coupling, G::Coupling};
     return f;
 }
+
+namespace {
+// The math display is the controller's to keep: read at every connect, off
+// when no instrument was identified. Registered with the link as this module
+// is loaded, so every program and test that holds the record hears it.
+void takeMathDisplayAtConnect(bool identified) {
+    CtrlData.MathDisplay =
+        identified ? SwitchFromReply(CutAtLineFeed(CmdQuery(QueryCommand(cmd::MathDisplay))))
+                   : WordOff;
+}
+[[maybe_unused]] const bool g_hearsConnects = [] {
+    SetConnectListener(takeMathDisplayAtConnect);
+    return true;
+}();
+} // namespace
 
 void RegisterCtrlDataForTranslation() {
     SetTranslatableFields([] { return CtrlWordFields(CtrlData); });

@@ -2,8 +2,8 @@
 // CtrlData: the one record of every instrument setting, each field a display
 // text. It is the program's image of the instrument and the content of a
 // control file. Slot i of the LA and pattern arrays is channel 16 - i.
-#include "app/LoadLanguage.h"
 #include "platform/Faults.h"
+#include "shared/LoadLanguage.h"
 
 #include <QList>
 #include <QString>

@@ -1,20 +1,20 @@
 #include "controller/CtrlDialog.h"
 
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/CtrlDialogEntry.h"
 #include "controller/CtrlState.h"
 #include "controller/PatternLevels.h"
-#include "controller/Picture.h"
 #include "controller/TriggerReads.h"
-#include "controller/ValueText.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>

@@ -1,14 +1,14 @@
 #include "controller/CtrlDialogAdjust.h"
 
-#include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 #include "platform/HoldRepeat.h"
 #include "platform/Pacing.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/ValueText.h"
 
 #include <QDialogButtonBox>
 #include <QGroupBox>

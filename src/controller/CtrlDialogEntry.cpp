@@ -1,8 +1,8 @@
 #include "controller/CtrlDialogEntry.h"
 
-#include "app/StringRES.h"
 #include "controller/CtrlDialogAdjust.h"
 #include "platform/MsgBox.h"
+#include "shared/StringRES.h"
 
 #include <QApplication>
 

@@ -1,16 +1,16 @@
 #include "controller/CtrlFile.h"
 
-#include "app/AppIdentity.h"
-#include "app/FileFunc.h"
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
-#include "controller/Picture.h"
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
 #include "platform/TextCodec.h"
+#include "shared/AppIdentity.h"
+#include "shared/FileFunc.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/StringRES.h"
 
 #include <QFile>
 #include <QStringDecoder>

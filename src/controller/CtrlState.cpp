@@ -2,7 +2,6 @@
 
 bool CtrlDirty = false;
 QString ControlFilePath;
-bool ModelHasLa = true;
 bool CtrlTreeBuilt = false;
 QString CtrlTreePath;
 QString CtrlDialogKey = " ";

@@ -1,11 +1,12 @@
 #pragma once
 // The controller's state that the rest of the program looks at.
+#include "link/LinkState.h" // ModelHasLa
+
 #include <QString>
 #include <functional>
 
 extern bool CtrlDirty;
 extern QString ControlFilePath;
-extern bool ModelHasLa; // the digital channels are presented
 
 extern bool CtrlTreeBuilt;    // the tree has been built once
 extern QString CtrlTreePath;  // full path of the node last clicked, sections joined by "\"

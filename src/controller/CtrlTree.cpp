@@ -1,7 +1,7 @@
 #include "controller/CtrlTree.h"
 
-#include "app/StringRES.h"
 #include "link/LinkState.h"
+#include "shared/StringRES.h"
 
 namespace {
 

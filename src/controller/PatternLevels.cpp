@@ -1,9 +1,9 @@
 #include "controller/PatternLevels.h"
 
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/NQ4000Cmd.h"
+#include "shared/StringRES.h"
 
 void SendPatternLevels(int changedBit) {
     const bool pattern = CtrlData.TrigMethod == WordPattern;

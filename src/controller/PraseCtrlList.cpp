@@ -1,14 +1,14 @@
 #include "controller/PraseCtrlList.h"
 
-#include "app/StringRES.h"
 #include "controller/CtrlDialogEntry.h"
 #include "controller/CtrlState.h"
 #include "controller/SettingsExchange.h"
 #include "controller/TriggerReads.h"
-#include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QApplication>
 

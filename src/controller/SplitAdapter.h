@@ -1,6 +1,6 @@
 #pragma once
 // Fills a dialog's number box and unit list from a Split... result.
-#include "controller/ValueText.h"
+#include "shared/ValueText.h"
 
 class QComboBox;
 class QLineEdit;

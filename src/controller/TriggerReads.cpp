@@ -1,9 +1,9 @@
 #include "controller/TriggerReads.h"
 
-#include "app/StringRES.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
+#include "shared/Picture.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 QString QueryText(const QString& header) {
     return CutAtLineFeed(CmdQuery(QueryCommand(header)));

@@ -1,8 +1,5 @@
 #include "controller/frmCtrlList.h"
 
-#include "app/AppIdentity.h"
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "controller/CtrlFile.h"
 #include "controller/CtrlState.h"
 #include "controller/PraseCtrlList.h"
@@ -10,6 +7,9 @@
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "platform/MsgBox.h"
+#include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 
 #include <QAction>
 #include <QHBoxLayout>

@@ -1,11 +1,5 @@
 #include "link/Connection.h"
 
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
-#include "controller/CtrlData.h"
-#include "controller/CtrlState.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/RS232Func.h"
@@ -13,6 +7,10 @@
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "shared/Picture.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 namespace {
 // The maker is the reference less its last four characters.
@@ -78,6 +76,13 @@ bool identify(const QString& reply) {
 }
 } // namespace
 
+namespace {
+ConnectListener& connectListener() {
+    static ConnectListener listener;
+    return listener;
+}
+} // namespace
+
 void ConnectToDevice() {
     BeginConnecting();
     LinkOpen = true;
@@ -97,19 +102,14 @@ void ConnectToDevice() {
         // A transport that failed on the way has said so: no second message.
         if (!LinkResetWhileConnecting()) TryStatement([&] { identified = identify(reply); });
     }
-    if (!identified) {
-        ShowLamps(false);
-        Connected = false;
-        CtrlData.MathDisplay = WordOff;
-    } else {
-        ShowLamps(true);
-        Connected = true;
-        platform::TryStatement([] {
-            CtrlData.MathDisplay =
-                SwitchFromReply(CutAtLineFeed(CmdQuery(QueryCommand(cmd::MathDisplay))));
-        });
-    }
+    ShowLamps(identified);
+    Connected = identified;
+    if (connectListener()) platform::TryStatement([identified] { connectListener()(identified); });
     Connecting = false;
+}
+
+void SetConnectListener(ConnectListener listener) {
+    connectListener() = std::move(listener);
 }
 
 void DisconnectFromDevice() {

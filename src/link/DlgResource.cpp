@@ -1,6 +1,6 @@
 #include "link/DlgResource.h"
 
-#include "app/LoadLanguage.h"
+#include "shared/LoadLanguage.h"
 
 #include <QApplication>
 #include <QComboBox>

@@ -2,6 +2,7 @@
 
 bool Connected = false;
 bool Connecting = false;
+bool ModelHasLa = true;
 bool LinkOpen = false;
 QString ModelName;
 int IsDigitalModel = 0;

@@ -10,6 +10,7 @@ extern bool Connecting; // inside ConnectToDevice: the transport may talk alread
 extern bool LinkOpen;   // the transport opened
 extern QString ModelName;
 extern int IsDigitalModel;
+extern bool ModelHasLa; // the digital channels are presented
 extern int BandwidthIndex;
 extern int RawBias; // 25: raw sample byte minus this is the screen row
 

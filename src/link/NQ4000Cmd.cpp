@@ -1,10 +1,10 @@
 #include "link/NQ4000Cmd.h"
 
-#include "app/SoftwareSetting.h"
 #include "link/LinkState.h"
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
 #include "platform/Pacing.h"
+#include "shared/SoftwareSetting.h"
 
 namespace {
 LinkTransport* g_standIn = nullptr;
@@ -63,9 +63,4 @@ QString CmdQuery(const QString& text) {
     }
     VisaWrite(text);
     return VisaReadText();
-}
-
-QString CutAtLineFeed(const QString& reply) {
-    const qsizetype at = reply.indexOf(QChar(10));
-    return at < 0 ? reply : reply.left(at);
 }

@@ -2,6 +2,8 @@
 // The instrument's wire protocol as the program uses it: one constant per
 // command word, the composition of set and query lines, and the two
 // operations everything above the transport calls, CmdSend and CmdQuery.
+#include "shared/ReplyText.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -144,8 +146,6 @@ QString QueryCommand(const QString& header, const QString& argument);
 void CmdSend(const QString& text);
 // Send and read one reply line; empty text is the sign of failure.
 QString CmdQuery(const QString& text);
-// The reply up to, not including, its first line feed; the whole text if none.
-QString CutAtLineFeed(const QString& reply);
 
 // A stand-in for both transports, for tests of the parts above the link.
 class LinkTransport {

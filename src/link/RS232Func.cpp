@@ -1,12 +1,12 @@
 #include "link/RS232Func.h"
 
-#include "app/ComPorts.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
-#include "controller/Picture.h"
 #include "link/LinkState.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "shared/ComPorts.h"
+#include "shared/Picture.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 
 #include <QCoreApplication>
 #include <QSerialPort>

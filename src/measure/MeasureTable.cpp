@@ -1,11 +1,11 @@
 #include "measure/MeasureTable.h"
 
 #include "acquire/MeasureJob.h"
-#include "app/AppIdentity.h"
-#include "app/LoadLanguage.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
 #include "link/NQ4000Cmd.h"
+#include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/ValueText.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "measure/PassFail.h"
 
-#include "controller/Picture.h"
+#include "shared/Picture.h"
 
 bool IsNumericText(const QString& text) {
     QString t = text.trimmed();

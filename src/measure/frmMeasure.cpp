@@ -1,11 +1,8 @@
 #include "measure/frmMeasure.h"
-#include "app/Icons.h"
+#include "shared/Icons.h"
 #include "views/Exports.h"
 
 #include "acquire/Jobs.h"
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "measure/MeasureTable.h"
 #include "measure/frmPassFailed.h"
@@ -13,6 +10,9 @@
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 #include "sheet/SheetRecords.h"
 
 #include <QHBoxLayout>

@@ -1,9 +1,9 @@
 #include "measure/frmPassFailed.h"
 
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 
 #include <QCheckBox>

@@ -1,7 +1,7 @@
 #include "memwave/CsvExport.h"
 
-#include "controller/ValueText.h"
 #include "platform/SafeFile.h"
+#include "shared/ValueText.h"
 
 #include <charconv>
 #include <cmath>

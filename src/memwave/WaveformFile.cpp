@@ -1,6 +1,6 @@
 #include "memwave/WaveformFile.h"
 
-#include "controller/ValueText.h"
+#include "shared/ValueText.h"
 
 #include <QFile>
 #include <cstring>

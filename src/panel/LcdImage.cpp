@@ -1,12 +1,12 @@
 #include "panel/LcdImage.h"
 
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
 #include "panel/VirtualKeys.h"
 
-#include "app/LoadLanguage.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 #include "platform/Pacing.h"
+#include "shared/LoadLanguage.h"
 
 #include <QGridLayout>
 #include <QGroupBox>

@@ -1,9 +1,7 @@
 #include "panel/frmV_Panel.h"
-#include "app/Icons.h"
+#include "shared/Icons.h"
 #include "views/Exports.h"
 
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -15,6 +13,8 @@
 #include "platform/MsgBox.h"
 #include "platform/Printing.h"
 #include "platform/SafeFile.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QBuffer>
 #include <QCloseEvent>

@@ -1,7 +1,7 @@
 #include "replay/RecordFile.h"
 
-#include "app/StringRES.h"
-#include "controller/ValueText.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QFile>
 #include <algorithm>

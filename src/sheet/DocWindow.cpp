@@ -1,8 +1,8 @@
 #include "sheet/DocWindow.h"
 
-#include "app/Icons.h"
-#include "app/LoadLanguage.h"
 #include "platform/Faults.h"
+#include "shared/Icons.h"
+#include "shared/LoadLanguage.h"
 
 #include <QCloseEvent>
 #include <QLabel>

@@ -1,7 +1,7 @@
 #include "sheet/frmDataSheetTree.h"
 
-#include "app/LoadLanguage.h"
 #include "platform/Faults.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 
 #include <QContextMenuEvent>

@@ -1,7 +1,7 @@
 #include "views/Cursors.h"
 
-#include "app/StringRES.h"
-#include "controller/ValueText.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 #include "views/ReadoutText.h"
 #include "views/ScreenRenderer.h"
 

@@ -1,9 +1,9 @@
 #include "views/Exports.h"
 
-#include "app/LoadLanguage.h"
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "shared/LoadLanguage.h"
 
 #include <QBuffer>
 

@@ -1,6 +1,6 @@
 #include "views/ReadoutText.h"
 
-#include "controller/Picture.h"
+#include "shared/Picture.h"
 
 namespace {
 QString show(double value, const char* picture, const char* unit) {

@@ -1,12 +1,12 @@
 #include "views/RefreshCycle.h"
 
 #include "acquire/Jobs.h"
-#include "app/Icons.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "link/LinkState.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "shared/Icons.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 
 #include <QThread>
 #include <QTimer>

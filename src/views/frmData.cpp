@@ -1,18 +1,18 @@
 #include "views/frmData.h"
-#include "app/Icons.h"
+#include "shared/Icons.h"
 #include "views/Exports.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/TableJob.h"
-#include "app/AppIdentity.h"
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "platform/Faults.h"
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 #include "sheet/SheetRecords.h"
 
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #include "views/frmWaveSetting.h"
 
-#include "app/LoadLanguage.h"
 #include "platform/Faults.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetRecords.h"

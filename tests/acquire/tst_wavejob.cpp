@@ -7,14 +7,14 @@
 #include "Simulator.h"
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
-#include "app/ComPorts.h"
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/RS232Func.h"
+#include "shared/ComPorts.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
 #include "sheet/SheetRecords.h"
 
 #include <QElapsedTimer>

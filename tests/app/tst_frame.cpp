@@ -3,12 +3,7 @@
 #include "Simulator.h"
 #include "TestPlatform.h"
 
-#include "app/AppIdentity.h"
-#include "app/FileFunc.h"
 #include "app/FrameLogic.h"
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "app/frmNewDoc.h"
@@ -18,6 +13,11 @@
 #include "link/LinkState.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
+#include "shared/AppIdentity.h"
+#include "shared/FileFunc.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 
 #include <QLabel>
@@ -89,7 +89,9 @@ void TestFrame::startFrame() {
 }
 
 void TestFrame::startsWithoutInstrumentAndWithoutMessages() {
+    VisaRsrcIndex = 3; // a choice of the last run is not kept
     startFrame();
+    QCOMPARE(VisaRsrcIndex, 0);
     QVERIFY(tp_->boxes.isEmpty());
     QVERIFY(!Connected);
     QCOMPARE(frame_->statusText(), QString("Status: "));
@@ -340,9 +342,10 @@ void TestFrame::chineseCaptionsDoWhatTheySay_data() {
     QTest::addColumn<QString>("disconnectCaption");
     QTest::newRow("Tools menu") << "mnuTools" << QString::fromUtf8("连接示波器(&C)")
                                 << QString::fromUtf8("断开连接(&D)");
-    QTest::newRow("toolbar") << "toolbar" << QString::fromUtf8("连接示波器") << QString::fromUtf8("断开连接");
-    QTest::newRow("controller menu") << "popmenu1" << QString::fromUtf8("连接示波器(&C)")
-                                     << QString::fromUtf8("断开连接(&I)");
+    QTest::newRow("toolbar") << "toolbar" << QString::fromUtf8("连接示波器")
+                             << QString::fromUtf8("断开连接");
+    QTest::newRow("controller menu")
+        << "popmenu1" << QString::fromUtf8("连接示波器(&C)") << QString::fromUtf8("断开连接(&I)");
 }
 
 void TestFrame::chineseCaptionsDoWhatTheySay() {
@@ -357,10 +360,10 @@ void TestFrame::chineseCaptionsDoWhatTheySay() {
     platform::SetSimulatedUsbDirectory(dir.path());
     startFrame();
     frame_->action("mnuLanguageChinese")->trigger();
-    const QList<QAction*> offered =
-        where == "toolbar"    ? frame_->toolBar()->actions()
-        : where == "mnuTools" ? frame_->menu(where)->actions()
-                              : frame_->findChild<QMenu*>(where)->actions();
+    const QList<QAction*> offered = where == "toolbar" ? frame_->toolBar()->actions()
+                                    : where == "mnuTools"
+                                        ? frame_->menu(where)->actions()
+                                        : frame_->findChild<QMenu*>(where)->actions();
     QAction* connect = commandCaptioned(offered, connectCaption);
     QAction* disconnect = commandCaptioned(offered, disconnectCaption);
     QVERIFY(connect && disconnect);

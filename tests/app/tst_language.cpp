@@ -1,8 +1,8 @@
 // The English and Chinese text tables and the switch between them.
 #include "TestPlatform.h"
 
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 
 #include <QAbstractButton>
 #include <QMessageBox>

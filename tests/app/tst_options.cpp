@@ -3,13 +3,13 @@
 #include "SimulatedLink.h"
 #include "TestPlatform.h"
 
-#include "app/ComPorts.h"
 #include "app/OptionsLogic.h"
-#include "app/SoftwareSetting.h"
 #include "app/frmOptions.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
+#include "shared/ComPorts.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QComboBox>
 #include <QTabWidget>

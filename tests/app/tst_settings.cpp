@@ -1,12 +1,12 @@
 // The persisted settings record and the recent-file lists, through the real store.
 #include "TestPlatform.h"
 
-#include "app/AppIdentity.h"
-#include "app/ComPorts.h"
-#include "app/FileFunc.h"
-#include "app/SoftwareSetting.h"
 #include "link/LinkState.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
+#include "shared/ComPorts.h"
+#include "shared/FileFunc.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QFile>
 #include <QtTest>
@@ -33,7 +33,6 @@ private slots:
 
 void TestSettings::emptyStoreGivesTheDefaults() {
     TestPlatform tp;
-    VisaRsrcIndex = 3;
     const FramePlaceTwips place = ReadSoftwareSetting();
     const SoftwareSettingRecord& s = SoftwareSetting;
     QCOMPARE(s.StartupCheckHardware, false);
@@ -45,7 +44,6 @@ void TestSettings::emptyStoreGivesTheDefaults() {
     QCOMPARE(s.GPIB_Addr, 7);
     QCOMPARE(s.RefreshType, QString("Single"));
     QCOMPARE(s.RefreshInterval, 1000);
-    QCOMPARE(VisaRsrcIndex, 0);
     QCOMPARE(place.left, 1000.0);
     QCOMPARE(place.top, 1000.0);
     QCOMPARE(place.width, 6500.0);

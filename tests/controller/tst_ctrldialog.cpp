@@ -5,20 +5,20 @@
 #include "TestPlatform.h"
 
 #include "Simulator.h"
-#include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlDialog.h"
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/CtrlDialogEntry.h"
 #include "controller/CtrlState.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
 #include "platform/Pacing.h"
 #include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/ValueText.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -282,33 +282,72 @@ void TestCtrlDialog::everyNumberRowReadsBack_data() {
     QTest::addColumn<QString>("field");
     QTest::addColumn<QString>("query");
     QTest::addColumn<QString>("form");
-    QTest::newRow("holdoff") << WordEdge << "" << "NQ4000L\\Trigger\\Holdoff [x]" << "3.3E-7"
-                             << "TrigHoldoff" << ":TRIGGER:HOLDOFF?" << "t3";
-    QTest::newRow("pulse width") << WordPulse << "" << "NQ4000L\\Trigger\\Pulse width [x]"
-                                 << "4.4E-6" << "PulseWidth" << ":TRIGGER:PULSE:WIDTH?" << "t3";
-    QTest::newRow("slope time") << WordSlope << "" << "NQ4000L\\Trigger\\Slope time [x]"
-                                << "5.5E-6" << "SlopeTime" << ":TRIGGER:SLOPE:TIME?" << "t3";
-    QTest::newRow("duration time") << WordDuration << "" << "NQ4000L\\Trigger\\Duration time [x]"
-                                   << "6.6E-6" << "DurationTime" << ":TRIGGER:DURATION:TIME?"
+    QTest::newRow("holdoff") << WordEdge << ""
+                             << "NQ4000L\\Trigger\\Holdoff [x]"
+                             << "3.3E-7"
+                             << "TrigHoldoff"
+                             << ":TRIGGER:HOLDOFF?"
+                             << "t3";
+    QTest::newRow("pulse width") << WordPulse << ""
+                                 << "NQ4000L\\Trigger\\Pulse width [x]"
+                                 << "4.4E-6"
+                                 << "PulseWidth"
+                                 << ":TRIGGER:PULSE:WIDTH?"
+                                 << "t3";
+    QTest::newRow("slope time") << WordSlope << ""
+                                << "NQ4000L\\Trigger\\Slope time [x]"
+                                << "5.5E-6"
+                                << "SlopeTime"
+                                << ":TRIGGER:SLOPE:TIME?"
+                                << "t3";
+    QTest::newRow("duration time") << WordDuration << ""
+                                   << "NQ4000L\\Trigger\\Duration time [x]"
+                                   << "6.6E-6"
+                                   << "DurationTime"
+                                   << ":TRIGGER:DURATION:TIME?"
                                    << "t3";
-    QTest::newRow("delay") << WordEdge << "" << "NQ4000L\\Time Base\\Delay [x]" << "0.0012"
-                           << "TimeDelay" << ":TIMEBASE:OFFSET?" << "t5";
-    QTest::newRow("CH1 offset") << WordEdge << "" << "NQ4000L\\CH1\\Offset [x]" << "0.7"
-                                << "Ch1Offset" << ":CHANNEL1:OFFSET?" << "v";
-    QTest::newRow("CH2 offset") << WordEdge << "" << "NQ4000L\\CH2\\Offset [x]" << "-1.2"
-                                << "Ch2Offset" << ":CHANNEL2:OFFSET?" << "v";
+    QTest::newRow("delay") << WordEdge << ""
+                           << "NQ4000L\\Time Base\\Delay [x]"
+                           << "0.0012"
+                           << "TimeDelay"
+                           << ":TIMEBASE:OFFSET?"
+                           << "t5";
+    QTest::newRow("CH1 offset") << WordEdge << ""
+                                << "NQ4000L\\CH1\\Offset [x]"
+                                << "0.7"
+                                << "Ch1Offset"
+                                << ":CHANNEL1:OFFSET?"
+                                << "v";
+    QTest::newRow("CH2 offset") << WordEdge << ""
+                                << "NQ4000L\\CH2\\Offset [x]"
+                                << "-1.2"
+                                << "Ch2Offset"
+                                << ":CHANNEL2:OFFSET?"
+                                << "v";
     QTest::newRow("alternate CH1 holdoff")
-        << WordAlternation << WordEdge << "NQ4000L\\Trigger\\CH1\\Holdoff [x]" << "7.7E-7"
-        << "AltEdge1.Holdoff" << ":TRIGGER:ALTERNATION:EDGE:HOLDOFF?" << "t3";
+        << WordAlternation << WordEdge << "NQ4000L\\Trigger\\CH1\\Holdoff [x]"
+        << "7.7E-7"
+        << "AltEdge1.Holdoff"
+        << ":TRIGGER:ALTERNATION:EDGE:HOLDOFF?"
+        << "t3";
     QTest::newRow("alternate CH2 pulse width")
-        << WordAlternation << WordPulse << "NQ4000L\\Trigger\\CH2\\Pulse width [x]" << "8.8E-6"
-        << "AltPulse2.Width" << ":TRIGGER:ALTERNATION:PULSE:TIME?" << "t3";
+        << WordAlternation << WordPulse << "NQ4000L\\Trigger\\CH2\\Pulse width [x]"
+        << "8.8E-6"
+        << "AltPulse2.Width"
+        << ":TRIGGER:ALTERNATION:PULSE:TIME?"
+        << "t3";
     QTest::newRow("alternate CH1 slope time")
-        << WordAlternation << WordSlope << "NQ4000L\\Trigger\\CH1\\Slope time [x]" << "9.9E-6"
-        << "AltSlope1.Time" << ":TRIGGER:ALTERNATION:SLOPE:TIME?" << "t3";
-    QTest::newRow("alternate CH2 delay")
-        << WordAlternation << "" << "NQ4000L\\Time Base\\CH2\\Delay [x]" << "0.0021"
-        << "AltDelay2" << ":TRIGGER:ALTERNATION:TIMEOFFSET?" << "t5";
+        << WordAlternation << WordSlope << "NQ4000L\\Trigger\\CH1\\Slope time [x]"
+        << "9.9E-6"
+        << "AltSlope1.Time"
+        << ":TRIGGER:ALTERNATION:SLOPE:TIME?"
+        << "t3";
+    QTest::newRow("alternate CH2 delay") << WordAlternation << ""
+                                         << "NQ4000L\\Time Base\\CH2\\Delay [x]"
+                                         << "0.0021"
+                                         << "AltDelay2"
+                                         << ":TRIGGER:ALTERNATION:TIMEOFFSET?"
+                                         << "t5";
 }
 
 void TestCtrlDialog::everyNumberRowReadsBack() {
@@ -320,19 +359,24 @@ void TestCtrlDialog::everyNumberRowReadsBack() {
     QFETCH(QString, query);
     QFETCH(QString, form);
     CtrlDataRecord& d = CtrlData;
-    const QHash<QString, QString*> fields = {
-        {"TrigHoldoff", &d.TrigHoldoff},       {"PulseWidth", &d.PulseWidth},
-        {"SlopeTime", &d.SlopeTime},           {"DurationTime", &d.DurationTime},
-        {"TimeDelay", &d.TimeDelay},           {"Ch1Offset", &d.Ch1Offset},
-        {"Ch2Offset", &d.Ch2Offset},           {"AltEdge1.Holdoff", &d.AltEdge1.Holdoff},
-        {"AltPulse2.Width", &d.AltPulse2.Width}, {"AltSlope1.Time", &d.AltSlope1.Time},
-        {"AltDelay2", &d.AltDelay2}};
+    const QHash<QString, QString*> fields = {{"TrigHoldoff", &d.TrigHoldoff},
+                                             {"PulseWidth", &d.PulseWidth},
+                                             {"SlopeTime", &d.SlopeTime},
+                                             {"DurationTime", &d.DurationTime},
+                                             {"TimeDelay", &d.TimeDelay},
+                                             {"Ch1Offset", &d.Ch1Offset},
+                                             {"Ch2Offset", &d.Ch2Offset},
+                                             {"AltEdge1.Holdoff", &d.AltEdge1.Holdoff},
+                                             {"AltPulse2.Width", &d.AltPulse2.Width},
+                                             {"AltSlope1.Time", &d.AltSlope1.Time},
+                                             {"AltDelay2", &d.AltDelay2}};
     QVERIFY(fields.contains(field));
     const QString channel = path.contains("\\CH2\\") ? "CH2" : "CH1";
     if (d.TrigMethod != method)
         QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\Method [" + d.TrigMethod + "]"), method, {}));
     if (!altType.isEmpty())
-        QVERIFY(CtrlDialogOK(rowAt("NQ4000L\\Trigger\\" + channel + "\\Trig type [x]"), altType, {}));
+        QVERIFY(
+            CtrlDialogOK(rowAt("NQ4000L\\Trigger\\" + channel + "\\Trig type [x]"), altType, {}));
     QString& stored = *fields[field];
     stored = "before";
     QVERIFY(CtrlDialogOK(rowAt(path), QString(), input));
@@ -354,15 +398,30 @@ void TestCtrlDialog::untouchedOkChangesNothing_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("input"); // the value set first; empty: a list entry
     QTest::addColumn<QString>("query");
-    QTest::newRow("CH1 offset") << "NQ4000L\\CH1\\Offset [x]" << "1.2" << ":CHANNEL1:OFFSET?";
-    QTest::newRow("CH2 offset") << "NQ4000L\\CH2\\Offset [x]" << "-0.35" << ":CHANNEL2:OFFSET?";
-    QTest::newRow("holdoff") << "NQ4000L\\Trigger\\Holdoff [x]" << "2.5E-9" << ":TRIGGER:HOLDOFF?";
-    QTest::newRow("delay") << "NQ4000L\\Time Base\\Delay [x]" << "0.0012" << ":TIMEBASE:OFFSET?";
-    QTest::newRow("level") << "NQ4000L\\Trigger\\Level [x]" << "" << ":TRIGGER:EDGE:LEVEL?";
-    QTest::newRow("sensitivity") << "NQ4000L\\Trigger\\Sensitivity [x]" << ""
+    QTest::newRow("CH1 offset") << "NQ4000L\\CH1\\Offset [x]"
+                                << "1.2"
+                                << ":CHANNEL1:OFFSET?";
+    QTest::newRow("CH2 offset") << "NQ4000L\\CH2\\Offset [x]"
+                                << "-0.35"
+                                << ":CHANNEL2:OFFSET?";
+    QTest::newRow("holdoff") << "NQ4000L\\Trigger\\Holdoff [x]"
+                             << "2.5E-9"
+                             << ":TRIGGER:HOLDOFF?";
+    QTest::newRow("delay") << "NQ4000L\\Time Base\\Delay [x]"
+                           << "0.0012"
+                           << ":TIMEBASE:OFFSET?";
+    QTest::newRow("level") << "NQ4000L\\Trigger\\Level [x]"
+                           << ""
+                           << ":TRIGGER:EDGE:LEVEL?";
+    QTest::newRow("sensitivity") << "NQ4000L\\Trigger\\Sensitivity [x]"
+                                 << ""
                                  << ":TRIGGER:EDGE:SENSITIVITY?";
-    QTest::newRow("time/div") << "NQ4000L\\Time Base\\Time/Div [x]" << "" << ":TIMEBASE:SCALE?";
-    QTest::newRow("LA threshold") << "NQ4000L\\LA\\Threshold [x]" << "1.5" << ":LA:THRESHOLD?";
+    QTest::newRow("time/div") << "NQ4000L\\Time Base\\Time/Div [x]"
+                              << ""
+                              << ":TIMEBASE:SCALE?";
+    QTest::newRow("LA threshold") << "NQ4000L\\LA\\Threshold [x]"
+                                  << "1.5"
+                                  << ":LA:THRESHOLD?";
 }
 
 void TestCtrlDialog::untouchedOkChangesNothing() {

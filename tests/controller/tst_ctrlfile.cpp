@@ -2,14 +2,14 @@
 // short and damaged files, and the New / Open / Save flows.
 #include "TestPlatform.h"
 
-#include "app/AppIdentity.h"
-#include "app/FileFunc.h"
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/CtrlState.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
+#include "shared/FileFunc.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 
 #include <QDir>
 #include <QFile>

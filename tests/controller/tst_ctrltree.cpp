@@ -1,9 +1,9 @@
 // The controller tree's shape for every trigger method and alternate type,
 // and the dispatcher's reading of a clicked path.
-#include "app/LoadLanguage.h"
 #include "controller/CtrlState.h"
 #include "controller/CtrlTree.h"
 #include "controller/PraseCtrlList.h"
+#include "shared/LoadLanguage.h"
 
 #include <QtTest>
 

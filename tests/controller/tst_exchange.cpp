@@ -8,11 +8,8 @@
 #include "acquire/Jobs.h"
 #include "acquire/MeasureJob.h"
 #include "acquire/frmPrgress.h"
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
-#include "controller/Picture.h"
 #include "controller/PraseCtrlList.h"
 #include "controller/SettingsExchange.h"
 #include "link/Connection.h"
@@ -21,6 +18,9 @@
 #include "link/UsbFunc.h"
 #include "platform/Pacing.h"
 #include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
+#include "shared/StringRES.h"
 
 #include <QApplication>
 #include <QRegularExpression>
@@ -490,7 +490,7 @@ void TestExchange::autoSetWaitsThenReadsAll() {
     QCOMPARE(log().first(), QString(":AUTO"));
     QVERIFY(g_sleeps.contains(4000));
     QCOMPARE(log()[1], QString(":TRIGGER:STATUS?")); // the read-all job
-    QCOMPARE(CtrlData.TimeDiv, shown("500.0us"));  // what the instrument chose
+    QCOMPARE(CtrlData.TimeDiv, shown("500.0us"));    // what the instrument chose
     QCOMPARE(CtrlData.Ch1VoltDiv, QString("500mV"));
 }
 

@@ -1,6 +1,6 @@
 // The picture formatter and the Val rule: the ground every value text stands on.
-#include "controller/Picture.h"
 #include "platform/Faults.h"
+#include "shared/Picture.h"
 
 #include <QtTest>
 

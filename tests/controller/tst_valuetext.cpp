@@ -1,8 +1,8 @@
 // Parsers, display ladders, dialog fields and command numbers. Expected texts
 // are worked out by hand from the ladders, not recomputed.
-#include "app/StringRES.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
+#include "shared/Picture.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QLocale>
 #include <QtTest>
@@ -215,14 +215,22 @@ void TestValueText::normTime_data() {
                                        << "100.0ns";
     // The ladder's boundaries: a hair under the decade stays below it. The
     // reading is 32-bit, so "0.99999" itself already falls under the s rung.
-    QTest::newRow("s boundary, on it") << 3 << "1" << "1.00s";
-    QTest::newRow("s boundary, float under it") << 3 << "0.99999" << "1000ms";
-    QTest::newRow("s boundary, under it") << 3 << "0.99998" << "1000ms";
-    QTest::newRow("ms boundary, on it") << 3 << "0.001" << "1.00ms";
-    QTest::newRow("ms boundary, under it") << 3 << "0.00099998" << "1000us";
-    QTest::newRow("10 s boundary") << 3 << "10" << "10.0s";
-    QTest::newRow("10 s, float under it") << 3 << "9.9999" << "10.00s";
-    QTest::newRow("100 ms boundary") << 4 << "0.099999" << "100.0ms";
+    QTest::newRow("s boundary, on it") << 3 << "1"
+                                       << "1.00s";
+    QTest::newRow("s boundary, float under it") << 3 << "0.99999"
+                                                << "1000ms";
+    QTest::newRow("s boundary, under it") << 3 << "0.99998"
+                                          << "1000ms";
+    QTest::newRow("ms boundary, on it") << 3 << "0.001"
+                                        << "1.00ms";
+    QTest::newRow("ms boundary, under it") << 3 << "0.00099998"
+                                           << "1000us";
+    QTest::newRow("10 s boundary") << 3 << "10"
+                                   << "10.0s";
+    QTest::newRow("10 s, float under it") << 3 << "9.9999"
+                                          << "10.00s";
+    QTest::newRow("100 ms boundary") << 4 << "0.099999"
+                                     << "100.0ms";
 }
 
 void TestValueText::normTime() {

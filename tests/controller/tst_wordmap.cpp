@@ -1,8 +1,8 @@
 // Word mappings between display words and the instrument's set and reply
 // words, the pattern reply, raw-number conversions and the probe tables.
-#include "app/StringRES.h"
-#include "controller/Picture.h"
-#include "controller/ValueText.h"
+#include "shared/Picture.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QtTest>
 

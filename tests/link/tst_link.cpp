@@ -4,9 +4,7 @@
 #include "TestPlatform.h"
 
 #include "Simulator.h"
-#include "app/ComPorts.h"
 #include "app/OptionsLogic.h"
-#include "app/SoftwareSetting.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/Connection.h"
@@ -16,6 +14,8 @@
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
 #include "platform/Visa.h"
+#include "shared/ComPorts.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

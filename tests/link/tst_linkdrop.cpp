@@ -5,13 +5,13 @@
 #include "SimulatedLink.h"
 #include "TestPlatform.h"
 
-#include "app/StringRES.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/SettingsExchange.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
+#include "shared/StringRES.h"
 
 #include <QRegularExpression>
 #include <QtTest>

@@ -2,13 +2,13 @@
 // talked to through the same procedures as the built-in transports.
 #include "TestPlatform.h"
 
-#include "app/SoftwareSetting.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/UsbFunc.h"
 #include "platform/Visa.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

@@ -5,14 +5,14 @@
 #include "SimulatedLink.h"
 #include "TestPlatform.h"
 
-#include "app/LoadLanguage.h"
-#include "app/SoftwareSetting.h"
-#include "app/StringRES.h"
 #include "link/LinkState.h"
 #include "link/UsbFunc.h"
 #include "panel/LcdImage.h"
 #include "panel/VirtualKeys.h"
 #include "panel/frmV_Panel.h"
+#include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 
 #include <QTimer>
 #include <QToolButton>

@@ -4,11 +4,11 @@
 #include "TestPlatform.h"
 
 #include "Files.h"
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
 #include "replay/RecordFile.h"
 #include "replay/Replay.h"
 #include "replay/frmRecordPlay.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 

@@ -2,8 +2,8 @@
 // records packed, renamed, the changes prompt, and the tree's menu.
 #include "TestPlatform.h"
 
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetRecords.h"

@@ -3,9 +3,9 @@
 // old file, mutated files, and reopening with windows.
 #include "TestPlatform.h"
 
-#include "app/AppIdentity.h"
-#include "app/LoadLanguage.h"
-#include "app/StringRES.h"
+#include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetFile.h"

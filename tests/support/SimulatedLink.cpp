@@ -1,6 +1,5 @@
 #include "SimulatedLink.h"
 
-#include "app/LoadLanguage.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "link/Connection.h"
@@ -8,6 +7,7 @@
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
 #include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
 
 SimulatedLink::SimulatedLink(sim::SimulatorOptions options) {
     options.usbDirectory = dir_.path().toStdString();

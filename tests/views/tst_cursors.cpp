@@ -1,7 +1,7 @@
 // Cursors and read-outs, and the spectrum computed on the PC.
 #include "TestPlatform.h"
 
-#include "app/LoadLanguage.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 #include "views/Cursors.h"

@@ -1,7 +1,7 @@
 // The screen renderer, checked by sampling pixels where the rules put them.
 #include "TestPlatform.h"
 
-#include "app/LoadLanguage.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/SheetRecords.h"
 #include "views/ScreenRenderer.h"
 

@@ -1,9 +1,9 @@
-#include "app/ComPorts.h"
+#include "shared/ComPorts.h"
 
-#include "app/AppIdentity.h"
-#include "app/SoftwareSetting.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
+#include "shared/AppIdentity.h"
+#include "shared/SoftwareSetting.h"
 
 #include <QCollator>
 #include <QSerialPortInfo>

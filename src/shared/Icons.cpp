@@ -1,4 +1,4 @@
-#include "app/Icons.h"
+#include "shared/Icons.h"
 
 #include <QPainter>
 #include <algorithm>

@@ -1,7 +1,7 @@
-#include "app/FileFunc.h"
+#include "shared/FileFunc.h"
 
-#include "app/AppIdentity.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
 
 namespace {
 RecentMenuView g_ctrlView, g_sheetView;

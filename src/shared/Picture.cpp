@@ -1,4 +1,4 @@
-#include "controller/Picture.h"
+#include "shared/Picture.h"
 
 #include "platform/Faults.h"
 

@@ -27,8 +27,7 @@ struct FramePlaceTwips {
     double left = 1000, top = 1000, width = 6500, height = 6500;
 };
 
-// Reads every row into SoftwareSetting; RS232 never survives a restart. Also
-// resets the chosen USB device (VisaRsrcIndex) as the link's part of loading.
+// Reads every row into SoftwareSetting; RS232 never survives a restart.
 FramePlaceTwips ReadSoftwareSetting();
 // Writes every row; the frame's place only when it is given (not minimised).
 void WriteSoftwareSetting(const FramePlaceTwips* place);

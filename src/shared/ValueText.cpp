@@ -1,8 +1,8 @@
-#include "controller/ValueText.h"
+#include "shared/ValueText.h"
 
-#include "app/StringRES.h"
-#include "controller/Picture.h"
-#include "link/NQ4000Cmd.h"
+#include "shared/Picture.h"
+#include "shared/ReplyText.h"
+#include "shared/StringRES.h"
 
 #include <QHash>
 #include <cmath>

@@ -1,7 +1,7 @@
 #pragma once
 // The program's two languages: the stored choice, the caption tables of every
 // form, the tree labels, the measure names, and the switch between them.
-#include "app/StringRES.h"
+#include "shared/StringRES.h"
 
 #include <QList>
 #include <QString>

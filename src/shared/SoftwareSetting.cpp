@@ -1,8 +1,7 @@
-#include "app/SoftwareSetting.h"
+#include "shared/SoftwareSetting.h"
 
-#include "app/AppIdentity.h"
-#include "link/LinkState.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
 
 SoftwareSettingRecord SoftwareSetting;
 
@@ -39,7 +38,6 @@ FramePlaceTwips ReadSoftwareSetting() {
 
     // The program always comes up on USB: the user picks RS232 again in each run.
     if (s.ScopeIOType == kIoTypeRs232) s.ScopeIOType = kIoTypeUsb;
-    VisaRsrcIndex = 0;
 
     FramePlaceTwips place;
     place.left = platform::GetSettingDouble(kAppTitle, kPlace, "MainLeft", place.left);

@@ -1,7 +1,7 @@
-#include "app/LoadLanguage.h"
+#include "shared/LoadLanguage.h"
 
-#include "app/AppIdentity.h"
 #include "platform/Settings.h"
+#include "shared/AppIdentity.h"
 
 #include <QCoreApplication>
 #include <QHash>

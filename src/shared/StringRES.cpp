@@ -1,4 +1,4 @@
-#include "app/StringRES.h"
+#include "shared/StringRES.h"
 
 #include <QHash>
 

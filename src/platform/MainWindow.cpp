@@ -1,0 +1,23 @@
+#include "platform/MainWindow.h"
+
+#include <QPointer>
+#include <QWidget>
+
+namespace platform {
+
+namespace {
+QPointer<QWidget>& mainWindow() {
+    static QPointer<QWidget> window;
+    return window;
+}
+} // namespace
+
+QWidget* MainWindow() {
+    return mainWindow().data();
+}
+
+void SetMainWindow(QWidget* window) {
+    mainWindow() = window;
+}
+
+} // namespace platform

@@ -1,0 +1,6 @@
+#include "shared/ReplyText.h"
+
+QString CutAtLineFeed(const QString& reply) {
+    const qsizetype at = reply.indexOf(QChar(10));
+    return at < 0 ? reply : reply.left(at);
+}
