@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Includes point one way: platform, shared, link, the subsystems, app. A
+# lower folder that includes a higher one fails the check.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+status=0
+check() { # folder, the folders it may include
+  local folder=$1; shift
+  local allowed; allowed=$(printf '%s|' "$@"); allowed=${allowed%|}
+  if grep -nE '#include "[a-z]+/' src/"$folder"/*.h src/"$folder"/*.cpp |
+     grep -vE "#include \"($allowed)/"; then
+    echo "src/$folder includes a layer above it" >&2
+    status=1
+  fi
+}
+check platform platform
+check shared platform shared
+check link platform shared link
+for folder in controller acquire sheet views measure replay memwave panel cli; do
+  if grep -nE '#include "app/' src/"$folder"/*.h src/"$folder"/*.cpp; then
+    echo "src/$folder includes app/" >&2
+    status=1
+  fi
+done
+exit $status
