@@ -122,12 +122,9 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     f5->setContext(Qt::WidgetWithChildrenShortcut);
     connect(f5, &QShortcut::activated, this,
             platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
-    Timer1_ = new QTimer(this);
-    Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this,
-            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
-    Timer2_ = new QTimer(this);
-    connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    const RefreshTimers timers = MakeRefreshTimers(this, [this] { Timer1_Timer(); });
+    Timer1_ = timers.Timer1;
+    Timer2_ = timers.Timer2;
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(620, 520);
@@ -136,9 +133,7 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
 
 frmMeasure::~frmMeasure() {
     RemoveCaptionRoutine(captionRoutine_);
-    if (AutoRefreshActive(RefreshKind::Measure) && ActiveRefreshSlot == Tag() &&
-        record().AutoRunning)
-        SetAutoRefreshActive(RefreshKind::Measure, false);
+    EndOwnAutoRefresh(RefreshKind::Measure, Tag(), record().AutoRunning);
 }
 
 MeasureRecord& frmMeasure::record() const {

@@ -2,6 +2,7 @@
 
 #include "acquire/Jobs.h"
 #include "link/LinkState.h"
+#include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "shared/Icons.h"
@@ -93,6 +94,21 @@ void ShowRefreshLook(QAbstractButton* button, bool stop) {
     button->setIcon(ThemeIcon(stop ? "process-stop" : "view-refresh"));
     button->setCheckable(stop);
     button->setChecked(stop);
+}
+
+RefreshTimers MakeRefreshTimers(QObject* window, const std::function<void()>& timer1Tick) {
+    RefreshTimers t{new QTimer(window), new QTimer(window)};
+    t.Timer1->setInterval(1);
+    QObject::connect(t.Timer1, &QTimer::timeout, window,
+                     platform::Guarded("Timer1_Timer", timer1Tick));
+    QObject::connect(t.Timer2, &QTimer::timeout, window,
+                     [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    return t;
+}
+
+void EndOwnAutoRefresh(RefreshKind kind, int slot, bool autoRunning) {
+    if (AutoRefreshActive(kind) && ActiveRefreshSlot == slot && autoRunning)
+        SetAutoRefreshActive(kind, false);
 }
 
 bool IsRefreshKey(int key, Qt::KeyboardModifiers modifiers) {

@@ -68,3 +68,15 @@ void RunRefreshCycle(RefreshKind kind, const RefreshWindow& window);
 void EndAutoRefresh(RefreshKind kind, const RefreshWindow& window);
 // F5 with no shift key refreshes.
 bool IsRefreshKey(int key, Qt::KeyboardModifiers modifiers);
+
+// The two timers every refreshing window keeps, made with the window as
+// their parent: Timer1 ticks every millisecond with the window's own step
+// (started by the caller once the window is built), Timer2 sets RefreshTick
+// to the interval it waited.
+struct RefreshTimers {
+    QTimer* Timer1;
+    QTimer* Timer2;
+};
+RefreshTimers MakeRefreshTimers(QObject* window, const std::function<void()>& timer1Tick);
+// A window going away while its own automatic refresh runs ends that refresh.
+void EndOwnAutoRefresh(RefreshKind kind, int slot, bool autoRunning);

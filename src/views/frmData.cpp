@@ -149,12 +149,9 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
     connect(f5, &QShortcut::activated, this,
             platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
 
-    Timer1_ = new QTimer(this);
-    Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this,
-            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
-    Timer2_ = new QTimer(this);
-    connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    const RefreshTimers timers = MakeRefreshTimers(this, [this] { Timer1_Timer(); });
+    Timer1_ = timers.Timer1;
+    Timer2_ = timers.Timer2;
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(480, 420);
@@ -163,8 +160,7 @@ frmData::frmData(int slot) : DocWindow(DocKind::Data, slot) {
 
 frmData::~frmData() {
     RemoveCaptionRoutine(captionRoutine_);
-    if (AutoRefreshActive(RefreshKind::Data) && ActiveRefreshSlot == Tag() && record().AutoRunning)
-        SetAutoRefreshActive(RefreshKind::Data, false);
+    EndOwnAutoRefresh(RefreshKind::Data, Tag(), record().AutoRunning);
 }
 
 DataRecord& frmData::record() const {

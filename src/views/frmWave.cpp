@@ -106,12 +106,9 @@ frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
     // Form load: the first paint waits for the first tick, the zoom list, 100 %.
     zoom_ = 1.0;
     firstPaint_ = true;
-    Timer1_ = new QTimer(this);
-    Timer1_->setInterval(1);
-    connect(Timer1_, &QTimer::timeout, this,
-            platform::Guarded("Timer1_Timer", [this] { Timer1_Timer(); }));
-    Timer2_ = new QTimer(this);
-    connect(Timer2_, &QTimer::timeout, this, [] { RefreshTick = SoftwareSetting.RefreshInterval; });
+    const RefreshTimers timers = MakeRefreshTimers(this, [this] { Timer1_Timer(); });
+    Timer1_ = timers.Timer1;
+    Timer2_ = timers.Timer2;
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(640, 460);
@@ -120,8 +117,7 @@ frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
 
 frmWave::~frmWave() {
     RemoveCaptionRoutine(captionRoutine_);
-    if (AutoRefreshActive(RefreshKind::Wave) && ActiveRefreshSlot == Tag() && record().AutoRunning)
-        SetAutoRefreshActive(RefreshKind::Wave, false);
+    EndOwnAutoRefresh(RefreshKind::Wave, Tag(), record().AutoRunning);
 }
 
 WaveRecord& frmWave::record() const {
