@@ -320,6 +320,15 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
         progress();
     };
     const QString active = query(Channel + Active);
+    // An instrument that answers its first question with noise (a serial
+    // line at the wrong baud rate, say) is not understood: nothing it says
+    // goes into the tree, and the link is down until the user connects again.
+    if (!active.isEmpty() && active.compare("CHANNEL1", Qt::CaseInsensitive) != 0 &&
+        active.compare("CHANNEL2", Qt::CaseInsensitive) != 0) {
+        platform::MsgBox(MsgCantRead);
+        ResetLinkState();
+        return;
+    }
     progress();
     read([&] {
         d.RunStop =

@@ -59,6 +59,7 @@ private slots:
     void readAllRestoresTheActiveChannel();
     void readAllGoesOnThroughEmptyReplies();
     void aSilentInstrumentEndsTheDownloadAndKeepsTheTree();
+    void aNoiseAnsweringInstrumentLeavesTheTree();
     void aLinkThatDropsHalfwayEndsTheJobUsable();
     void runningControlCommands();
     void setTrigTo50ReadsBackPerMethod();
@@ -343,7 +344,9 @@ class SometimesSilent : public RecordingTransport {
 public:
     QString Query(const QString& command) override {
         log << command;
-        return ++count_ % 3 == 0 ? QString() : QStringLiteral("1");
+        const bool silent = ++count_ % 3 == 0;
+        if (command == ":CHANNEL:ACTIVE?") return QStringLiteral("CHANNEL1");
+        return silent ? QString() : QStringLiteral("1");
     }
 
 private:
@@ -354,10 +357,24 @@ private:
 void TestExchange::readAllGoesOnThroughEmptyReplies() {
     SometimesSilent transport; // one empty reply at a time: a placeholder, and on
     ReadAllSettings();
-    QCOMPARE(transport.log.last(), QString(":CHANNEL:ACTIVE 1")); // the sequence ran to its end
+    QCOMPARE(transport.log.last(),
+             QString(":CHANNEL:ACTIVE CHANNEL1")); // the sequence ran to its end
     QVERIFY(tp_->boxes.isEmpty());
     QVERIFY(LastReadAllComplete());
     QCOMPARE(CtrlData.Ch1Probe, QString("1X"));
+}
+
+void TestExchange::aNoiseAnsweringInstrumentLeavesTheTree() {
+    CtrlData.TimeDiv = "2.000ms";
+    const CtrlDataRecord before = CtrlData;
+    sim::Faults noise;
+    noise.garbage = true;
+    link_->instrument().SetFaults(noise);
+    ReadAllSettings();
+    QCOMPARE(tp_->prompts(), QStringList{MsgCantRead});
+    QVERIFY(!Connected);
+    QVERIFY(CtrlData == before);
+    QVERIFY(!CtrlDirty);
 }
 
 void TestExchange::aSilentInstrumentEndsTheDownloadAndKeepsTheTree() {

@@ -7,6 +7,7 @@
 #include "app/OptionsLogic.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
+#include "controller/SettingsExchange.h"
 #include "link/Connection.h"
 #include "link/DlgResource.h"
 #include "link/LinkState.h"
@@ -16,6 +17,7 @@
 #include "platform/Visa.h"
 #include "shared/ComPorts.h"
 #include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -104,6 +106,7 @@ private slots:
     void rs232LateReplyWithinTheWaitIsTaken();
     void rs232BinaryReplyByItsPrefix();
     void rs232PortThatDisappearsFailsTheWrite();
+    void rs232GarbageDownloadKeepsTheTree();
     void optionsListsTheUsbDevices();
     void usbtmcReadFillsTheRequestFromTransfers();
     void searchExpressions_data();
@@ -438,6 +441,26 @@ void TestLink::rs232ReplyWithoutLineFeedTimesOut() {
     QVERIFY(tp_->boxes.isEmpty()); // a serial time-out says nothing
     QCOMPARE(line.received(), QByteArray("*IDN?\n"));
     Connected = false;
+}
+
+// A wrong baud rate looks like an instrument that answers noise with no line
+// end: the download stops at the third silent reply and the tree stays.
+void TestLink::rs232GarbageDownloadKeepsTheTree() {
+    RegisterSettingsJobs();
+    connectOverRs232(3);
+    SetTickInterval(5);
+    CtrlData = CtrlDataDefaults();
+    CtrlData.TimeDiv = "2.000ms";
+    CtrlDirty = false;
+    const CtrlDataRecord before = CtrlData;
+    sim::Faults garbage;
+    garbage.garbage = true;
+    sim_->instrument().SetFaults(garbage);
+    ReadAllSettings();
+    QCOMPARE(tp_->prompts(), QStringList{MsgCantRead});
+    QVERIFY(!Connected);
+    QVERIFY(CtrlData == before);
+    QVERIFY(!CtrlDirty);
 }
 
 void TestLink::rs232LateReplyWithinTheWaitIsTaken() {
