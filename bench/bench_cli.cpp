@@ -14,10 +14,10 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QTemporaryDir dir;
     const QString wfm = dir.filePath("deep.wfm");
-    sim::WaveformSpec spec;
-    spec.points = 2000000;
+    sim::WaveformFileContent wave;
+    wave.points = 2000000;
     std::string error;
-    if (!sim::WriteWaveformFile(wfm.toStdString(), spec, &error)) return 1;
+    if (!sim::WriteWaveformFile(wfm.toStdString(), wave, &error)) return 1;
     auto run = [&dir](const QStringList& args) {
         QProcess p;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();

@@ -4,8 +4,8 @@
 #include "shared/LoadLanguage.h"
 #include "sheet/SheetRecords.h"
 #include "views/Cursors.h"
+#include "views/FftAnalysis.h"
 #include "views/ScreenRenderer.h"
-#include "views/Spectrum.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -56,10 +56,10 @@ int main(int argc, char** argv) {
     QTemporaryDir dir;
     for (int points : {10000, 2000000}) {
         const QString path = dir.filePath(QString("w%1.wfm").arg(points));
-        sim::WaveformSpec spec;
-        spec.points = points;
+        sim::WaveformFileContent wave;
+        wave.points = points;
         std::string error;
-        if (!sim::WriteWaveformFile(path.toStdString(), spec, &error)) return 1;
+        if (!sim::WriteWaveformFile(path.toStdString(), wave, &error)) return 1;
         resetPeak();
         const long idle = peakKiB();
         QElapsedTimer clock;

@@ -20,10 +20,10 @@ int main(int argc, char** argv) {
     ApplyLanguage(kLanguageEnglish);
     QTemporaryDir dir;
     const QString path = dir.filePath("long.rcd");
-    sim::RecordSpec spec;
-    spec.frames = 2000;
+    sim::RecordFileContent record;
+    record.frames = 2000;
     std::string error;
-    if (!sim::WriteRecordFile(path.toStdString(), spec, &error)) return 1;
+    if (!sim::WriteRecordFile(path.toStdString(), record, &error)) return 1;
 
     QElapsedTimer clock;
     clock.start();

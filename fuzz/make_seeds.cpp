@@ -98,7 +98,7 @@ void blocks() {
 
 void files() {
     const QString tmp = QDir::tempPath() + "/korvane-seed";
-    sim::RecordSpec record;
+    sim::RecordFileContent record;
     record.frames = 3;
     std::string error;
     sim::WriteRecordFile((tmp + ".rcd").toStdString(), record, &error);
@@ -108,13 +108,13 @@ void files() {
     sim::WriteRecordFile((tmp + ".rcd").toStdString(), record, &error);
     put("record", "seed-ch2", fileBytes(tmp + ".rcd"));
     for (bool older : {false, true}) {
-        sim::WaveformSpec wave;
+        sim::WaveformFileContent wave;
         wave.points = 240;
         wave.olderHead = older;
         sim::WriteWaveformFile((tmp + ".wfm").toStdString(), wave, &error);
         put("waveform", older ? "seed-older" : "seed-current", fileBytes(tmp + ".wfm"));
     }
-    sim::WaveformSpec alternate;
+    sim::WaveformFileContent alternate;
     alternate.points = 100;
     alternate.alternate = true;
     alternate.digital = false;

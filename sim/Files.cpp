@@ -48,7 +48,7 @@ bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t
     return true;
 }
 
-bool WriteRecordFile(const std::string& path, const RecordSpec& s, std::string* error) {
+bool WriteRecordFile(const std::string& path, const RecordFileContent& s, std::string* error) {
     if (s.frames < 1 || s.frames > 30000) {
         if (error) *error = "frames must lie between 1 and 30000";
         return false;
@@ -94,7 +94,7 @@ bool WriteRecordFile(const std::string& path, const RecordSpec& s, std::string* 
     return WriteFileAtomically(path, head, error);
 }
 
-bool WriteWaveformFile(const std::string& path, const WaveformSpec& s, std::string* error) {
+bool WriteWaveformFile(const std::string& path, const WaveformFileContent& s, std::string* error) {
     if (s.points < 1 || s.points > 2000000) {
         if (error) *error = "points must lie between 1 and 2000000";
         return false;

@@ -9,7 +9,7 @@
 
 namespace sim {
 
-struct RecordSpec {
+struct RecordFileContent {
     int channel = 1;      // 1 or 2
     int sourceField = -1; // the head's source field; -1 = by channel (0 CH1, 1 CH2)
     int frames = 100;
@@ -22,9 +22,9 @@ struct RecordSpec {
     bool channelValid = true;
 };
 // Writes the file; false with a reason on failure.
-bool WriteRecordFile(const std::string& path, const RecordSpec& record, std::string* error);
+bool WriteRecordFile(const std::string& path, const RecordFileContent& record, std::string* error);
 
-struct WaveformSpec {
+struct WaveformFileContent {
     bool olderHead = false; // the 252-byte head whose samples are stored 25 rows lower
     int points = 4000;
     int points2 = 0; // CH2 points in alternate-trigger files (0 = same as points)
@@ -38,7 +38,8 @@ struct WaveformSpec {
     float sampleRate = 0; // 0 = points / (12 divisions)
     std::uint16_t digitalMask = 0xFFFF;
 };
-bool WriteWaveformFile(const std::string& path, const WaveformSpec& wave, std::string* error);
+bool WriteWaveformFile(const std::string& path, const WaveformFileContent& wave,
+                       std::string* error);
 
 // Writes bytes to path through a temporary file and a rename.
 bool WriteFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,

@@ -91,8 +91,8 @@ int main(int argc, char** argv) {
     sim::Generator::parse("sine:1000:1.0", ch1);
     sim::Generator::parse("square:2000:0.5", ch2);
     std::string rcdPath, wfmPath, model;
-    sim::RecordSpec record;
-    sim::WaveformSpec waveform;
+    sim::RecordFileContent record;
+    sim::WaveformFileContent waveform;
     bool log = false;
 
     for (int i = 1; i < argc; ++i) {

@@ -5,7 +5,7 @@
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetRecords.h"
-#include "views/Spectrum.h"
+#include "views/FftAnalysis.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -177,17 +177,17 @@ void TestCli::screenWritesAPicture() {
 void TestCli::filesWithoutAnInstrument() {
     sim_.reset(); // nothing is plugged in
     const QString wfm = runtime_->filePath("w.wfm");
-    sim::WaveformSpec spec;
-    spec.points = 1000;
+    sim::WaveformFileContent wave;
+    wave.points = 1000;
     std::string error;
-    QVERIFY(sim::WriteWaveformFile(wfm.toStdString(), spec, &error));
+    QVERIFY(sim::WriteWaveformFile(wfm.toStdString(), wave, &error));
     const QString csv = runtime_->filePath("w.csv");
     QCOMPARE(run({"wfm2csv", wfm, csv}).status, 0);
     QFile f(csv);
     QVERIFY(f.open(QIODevice::ReadOnly));
     QCOMPARE(f.readAll().count('\n'), 2 + 1000);
     const QString rcd = runtime_->filePath("r.rcd");
-    sim::RecordSpec record;
+    sim::RecordFileContent record;
     record.frames = 5;
     QVERIFY(sim::WriteRecordFile(rcd.toStdString(), record, &error));
     const QString png = runtime_->filePath("r.png");

@@ -22,11 +22,11 @@
 
 namespace {
 
-QByteArray simulatorFile(const sim::WaveformSpec& spec) {
+QByteArray simulatorFile(const sim::WaveformFileContent& wave) {
     QTemporaryDir dir;
     const QString path = dir.filePath("w.wfm");
     std::string error;
-    if (!sim::WriteWaveformFile(path.toStdString(), spec, &error)) return QByteArray();
+    if (!sim::WriteWaveformFile(path.toStdString(), wave, &error)) return QByteArray();
     QFile f(path);
     f.open(QIODevice::ReadOnly);
     return f.readAll();
@@ -86,13 +86,13 @@ void TestMemWave::init() {
 }
 
 void TestMemWave::bothHeadsGiveTheSameRecord() {
-    sim::WaveformSpec spec;
-    spec.points = 3000;
-    spec.digital = false;
-    spec.ch1VoltsPerDiv = spec.ch2VoltsPerDiv = 2.0; // traces inside the screen
-    const MemoryRecord current = load(simulatorFile(spec));
-    spec.olderHead = true;
-    const MemoryRecord older = load(simulatorFile(spec));
+    sim::WaveformFileContent wave;
+    wave.points = 3000;
+    wave.digital = false;
+    wave.ch1VoltsPerDiv = wave.ch2VoltsPerDiv = 2.0; // traces inside the screen
+    const MemoryRecord current = load(simulatorFile(wave));
+    wave.olderHead = true;
+    const MemoryRecord older = load(simulatorFile(wave));
     QVERIFY(current.Loaded && older.Loaded);
     QCOMPARE(older.PointsMain, current.PointsMain);
     QCOMPARE(older.VoltDiv1, current.VoltDiv1);
@@ -133,10 +133,10 @@ void TestMemWave::digitalBytesPerPoint() {
     QFETCH(int, points);
     QFETCH(int, bytes);
     QCOMPARE(DigitalBytesPerPoint(points), bytes);
-    sim::WaveformSpec spec;
-    spec.points = points;
-    spec.ch2 = false;
-    const QByteArray file = simulatorFile(spec);
+    sim::WaveformFileContent wave;
+    wave.points = points;
+    wave.ch2 = false;
+    const QByteArray file = simulatorFile(wave);
     QCOMPARE(file.size(), qsizetype(kWfmHeadSize + 4 + points + qsizetype(points) * bytes));
     const MemoryRecord rec = load(file);
     QVERIFY(rec.LAValid);
@@ -180,9 +180,9 @@ void TestMemWave::brokenFiles() {
 }
 
 void TestMemWave::truncatedSectionsReadZero() {
-    sim::WaveformSpec spec;
-    spec.points = 1000;
-    const QByteArray file = simulatorFile(spec);
+    sim::WaveformFileContent wave;
+    wave.points = 1000;
+    const QByteArray file = simulatorFile(wave);
     const MemoryRecord rec = load(file.left(kWfmHeadSize + 4 + 500));
     QVERIFY(rec.Loaded);
     QCOMPARE(int(rec.Ch1Data.size()), 1001);
@@ -192,11 +192,11 @@ void TestMemWave::truncatedSectionsReadZero() {
 }
 
 void TestMemWave::mutatedFilesNeverCrash() {
-    sim::WaveformSpec spec;
-    spec.points = 200;
-    spec.alternate = true;
-    spec.points2 = 150;
-    const QByteArray seed = simulatorFile(spec);
+    sim::WaveformFileContent wave;
+    wave.points = 200;
+    wave.alternate = true;
+    wave.points2 = 150;
+    const QByteArray seed = simulatorFile(wave);
     QRandomGenerator random(777);
     MemoryView view;
     for (int round = 0; round < 2000; ++round) {
@@ -412,11 +412,11 @@ void TestMemWave::viewerOpensZoomsStepsAndExports() {
     auto* w = qobject_cast<frmOpenWaveform*>(DocForm(DocKind::MemoryWave, 0));
     QVERIFY(w);
     w->Timer1_Timer();
-    sim::WaveformSpec spec;
-    spec.points = 20000;
+    sim::WaveformFileContent wave;
+    wave.points = 20000;
     const QString path = tp_->tempPath("view.wfm");
     std::string error;
-    QVERIFY(sim::WriteWaveformFile(path.toStdString(), spec, &error));
+    QVERIFY(sim::WriteWaveformFile(path.toStdString(), wave, &error));
     tp_->chosenPaths = {path};
     w->OpenWaveformFile();
     QCOMPARE(tp_->fileDialogs[0].title, QString("Open Waveform Files"));

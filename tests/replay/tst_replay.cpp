@@ -55,11 +55,11 @@ QByteArray frames(int count, unsigned char fill) {
 }
 
 QString simulatorRecord(const QString& path, int frames, int channel) {
-    sim::RecordSpec spec;
-    spec.frames = frames;
-    spec.channel = channel;
+    sim::RecordFileContent record;
+    record.frames = frames;
+    record.channel = channel;
     std::string error;
-    return sim::WriteRecordFile(path.toStdString(), spec, &error) ? path : QString();
+    return sim::WriteRecordFile(path.toStdString(), record, &error) ? path : QString();
 }
 
 } // namespace

@@ -485,7 +485,7 @@ void TestSimulator::commandLogInOrder() {
 
 void TestSimulator::recordFile() {
     QTemporaryDir dir;
-    RecordSpec plan;
+    RecordFileContent plan;
     plan.channel = 2;
     plan.frames = 7;
     plan.voltsPerDiv = 0.2;
@@ -521,7 +521,7 @@ void TestSimulator::recordFile() {
 void TestSimulator::waveformFiles() {
     QTemporaryDir dir;
     std::string error;
-    WaveformSpec plan;
+    WaveformFileContent plan;
     plan.points = 1000;
     const QString current = dir.filePath("c.wfm");
     QVERIFY(WriteWaveformFile(current.toStdString(), plan, &error));
@@ -539,7 +539,7 @@ void TestSimulator::waveformFiles() {
     QVERIFY(WriteWaveformFile(current.toStdString(), plan, &error));
     QCOMPARE(slurp(current).size(), std::size_t(272 + 4 + 600000 + 600000));
 
-    WaveformSpec older;
+    WaveformFileContent older;
     older.olderHead = true;
     older.points = 500;
     older.ch2 = false;
@@ -550,7 +550,7 @@ void TestSimulator::waveformFiles() {
     QCOMPARE(b.size(), std::size_t(252 + 4 + 500)); // no digital section in an older file
     QCOMPARE(int(b[120]), 0);                       // trigger mode, at its older place
 
-    WaveformSpec alternate;
+    WaveformFileContent alternate;
     alternate.alternate = true;
     alternate.points = 800;
     alternate.points2 = 400;

@@ -5,7 +5,7 @@
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 #include "views/Cursors.h"
-#include "views/Spectrum.h"
+#include "views/FftAnalysis.h"
 #include "views/frmWave.h"
 #include "views/frmWaveSetting.h"
 

@@ -1,4 +1,4 @@
-#include "views/Spectrum.h"
+#include "views/FftAnalysis.h"
 
 #include "views/ScreenRenderer.h"
 
