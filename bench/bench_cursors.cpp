@@ -1,6 +1,7 @@
 // One cursor drag step of the waveform window (the cursor moved, the
 // read-outs recomputed, the picture redrawn over the kept screen) at 100 %
 // and 500 %, and one spectrum of the screen's samples with each window.
+#include "BenchSupport.h"
 #include "shared/LoadLanguage.h"
 #include "sheet/SheetRecords.h"
 #include "views/Cursors.h"
@@ -8,9 +9,7 @@
 #include "views/ScreenRenderer.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QPainter>
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -35,28 +34,17 @@ WaveRecord fullRecord() {
     return r;
 }
 
-double median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
-
 void benchDrag(const WaveRecord& r, double z, const char* target) {
     const QImage screen = RenderScreen(r, z, true);
     CursorSet set;
     set.CursorXOn = set.CursorYOn = true;
-    std::vector<double> times;
-    for (int step = 0; step < 300; ++step) {
-        QElapsedTimer clock;
-        clock.start();
+    const double median = MedianMs(300, [&](int step) {
         DragCursor(set, CursorId::X1, QPointF(30 + step % 250 * z, 100), z);
         QImage picture = screen;
         QPainter painter(&picture);
         DisplayCursorM(painter, r, set, z);
-        painter.end();
-        times.push_back(clock.nsecsElapsed() / 1e6);
-    }
-    std::printf("drag step at %3.0f %%: median %.3f ms (target %s)\n", z * 100, median(times),
-                target);
+    });
+    std::printf("drag step at %3.0f %%: median %.3f ms (target %s)\n", z * 100, median, target);
 }
 } // namespace
 
@@ -68,16 +56,12 @@ int main(int argc, char** argv) {
     benchDrag(r, 5.0, "reported");
     const std::vector<double> volts = ChannelVolts(r, 1);
     for (int w = 0; w < 4; ++w) {
-        std::vector<double> times;
-        for (int i = 0; i < 200; ++i) {
-            QElapsedTimer clock;
-            clock.start();
+        const double median = MedianMs(200, [&](int) {
             const auto spectrum =
                 ComputeSpectrum(volts, static_cast<FftWindow>(w), FftScale::DbVrms);
-            times.push_back(clock.nsecsElapsed() / 1e6);
-        }
+        });
         std::printf("spectrum, %-9s: median %.3f ms for %d values\n",
-                    qPrintable(kFftWindowNames[w]), median(times), kSpectrumCount);
+                    qPrintable(kFftWindowNames[w]), median, kSpectrumCount);
     }
     return 0;
 }

@@ -2,6 +2,7 @@
 // digital data): open to the first picture, one zoom or scroll step through
 // the pipeline (and the same on a 10,000-point capture), the CSV export, and
 // the peak memory above the program's idle size.
+#include "BenchSupport.h"
 #include "Files.h"
 #include "memwave/CsvExport.h"
 #include "memwave/MemoryView.h"
@@ -14,7 +15,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -34,19 +34,14 @@ long peakKiB() {
     return 0;
 }
 
+// The timing covers the pipeline; setting the zoom and place is a store each.
 double stepMedian(MemoryRecord& rec, MemoryView& view) {
-    std::vector<double> times;
     const double timeDiv = rec.TimeDiv;
-    for (int i = 0; i < 200; ++i) {
-        rec.TimeDiv = timeDiv * (i % 2 ? 0.5 : 1.0); // zoom in and out
-        rec.Delay = (i % 7) * timeDiv / 10;          // and scroll
-        QElapsedTimer clock;
-        clock.start();
+    return MedianMs(200, [&](int run) {
+        rec.TimeDiv = timeDiv * (run % 2 ? 0.5 : 1.0); // zoom in and out
+        rec.Delay = (run % 7) * timeDiv / 10;          // and scroll
         view.pipeline(rec, PipelinePart::All);
-        times.push_back(clock.nsecsElapsed() / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
+    });
 }
 } // namespace
 

@@ -1,62 +1,30 @@
 // The data window's two costs: one table job against the simulated
 // instrument with the link's real pacing, over the pauses it must make, and
 // filling the table view with 1200 rows.
-#include "Simulator.h"
+#include "BenchSupport.h"
 #include "acquire/Jobs.h"
 #include "acquire/TableJob.h"
-#include "controller/CtrlData.h"
-#include "link/Connection.h"
-#include "link/LinkState.h"
-#include "link/UsbFunc.h"
-#include "platform/MsgBox.h"
-#include "platform/Pacing.h"
-#include "platform/Visa.h"
-#include "shared/LoadLanguage.h"
 #include "sheet/SheetRecords.h"
 #include "views/frmData.h"
+
+#include <memory>
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTableView>
-#include <QTemporaryDir>
 #include <cstdio>
-
-namespace {
-long long g_paused = 0;
-void addPause(int ms) {
-    g_paused += ms;
-}
-} // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    QTemporaryDir dir;
-    sim::SimulatorOptions options;
-    options.usbDirectory = dir.path().toStdString();
-    sim::Simulator simulator(options);
-    if (!simulator.Start()) return 1;
-    platform::SetSimulatedUsbDirectory(dir.path());
-    platform::SetMsgBoxHook([](const platform::MsgBoxRequest& r) {
-        std::fprintf(stderr, "message: %s\n", qPrintable(r.prompt));
-        return platform::MsgResult::Ok;
-    });
-    ApplyLanguage(kLanguageEnglish);
-    CtrlData = CtrlDataDefaults();
     RegisterTableJobs();
-    OpenVisaRM();
-    ConnectToDevice();
-    if (!Connected) return 1;
-    platform::SetSleepObserver(addPause);
-    g_paused = 100; // the job window starts its job 100 ms after it shows
+    auto instrument = std::make_unique<BenchInstrument>();
+    if (!instrument->connected()) return 1;
+    CountPausesFrom(100); // the job window starts its job 100 ms after it shows
     QElapsedTimer clock;
     clock.start();
     RunJob(kJobTableCh1, "table", 0);
-    const double measured = clock.nsecsElapsed() / 1e6;
-    std::printf("table job: measured %.1f ms, pauses %lld ms, overhead %.2f %% (target at most "
-                "1 %%)\n",
-                measured, g_paused, (measured - g_paused) / g_paused * 100);
-    platform::SetSleepObserver(nullptr);
-    DisconnectFromDevice();
+    PrintPacingOverhead("table job", clock.nsecsElapsed() / 1e6);
+    instrument.reset();
 
     DataRecord record;
     record.Loaded = true;

@@ -1,0 +1,79 @@
+#include "BenchSupport.h"
+
+#include "controller/CtrlData.h"
+#include "link/Connection.h"
+#include "link/LinkState.h"
+#include "link/UsbFunc.h"
+#include "platform/MsgBox.h"
+#include "platform/Pacing.h"
+#include "platform/Visa.h"
+#include "shared/LoadLanguage.h"
+
+#include <QElapsedTimer>
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+double MedianMs(int runs, const std::function<void(int run)>& step) {
+    std::vector<double> times;
+    times.reserve(static_cast<std::size_t>(runs));
+    for (int run = 0; run < runs; ++run) {
+        QElapsedTimer clock;
+        clock.start();
+        step(run);
+        times.push_back(clock.nsecsElapsed() / 1e6);
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+namespace {
+long long g_paused = 0;
+void addPause(int ms) {
+    g_paused += ms;
+}
+} // namespace
+
+BenchInstrument::BenchInstrument(const std::function<void(sim::Instrument&)>& prepare) {
+    sim::SimulatorOptions options;
+    options.usbDirectory = dir_.path().toStdString();
+    simulator_ = std::make_unique<sim::Simulator>(options);
+    std::string error;
+    if (!simulator_->Start(&error)) {
+        std::fprintf(stderr, "simulator: %s\n", error.c_str());
+        return;
+    }
+    if (prepare) prepare(simulator_->instrument());
+    platform::SetSimulatedUsbDirectory(dir_.path());
+    platform::SetMsgBoxHook([](const platform::MsgBoxRequest& r) {
+        std::fprintf(stderr, "message: %s\n", qPrintable(r.prompt));
+        return platform::MsgResult::Ok;
+    });
+    ApplyLanguage(kLanguageEnglish);
+    CtrlData = CtrlDataDefaults();
+    OpenVisaRM();
+    ConnectToDevice();
+    platform::SetSleepObserver(addPause);
+}
+
+BenchInstrument::~BenchInstrument() {
+    platform::SetSleepObserver(nullptr);
+    DisconnectFromDevice();
+}
+
+bool BenchInstrument::connected() const {
+    return Connected;
+}
+
+void CountPausesFrom(long long startMs) {
+    g_paused = startMs;
+}
+
+long long PausedMs() {
+    return g_paused;
+}
+
+void PrintPacingOverhead(const char* name, double measuredMs) {
+    std::printf("%s: measured %.1f ms, pauses %lld ms, overhead %.2f %% (target at most 1 %%)\n",
+                name, measuredMs, g_paused, (measuredMs - g_paused) / g_paused * 100);
+}
