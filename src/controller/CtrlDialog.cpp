@@ -449,13 +449,6 @@ void GetTimeBaseParameter() {
 
 // ---- cmdOK ---------------------------------------------------------------------------
 
-// A number box takes the point or the machine's own decimal sign.
-bool IsNumeric(const QString& text) {
-    bool ok = false;
-    PointForm(text.trimmed()).toDouble(&ok);
-    return ok;
-}
-
 double EnterUnit(int button) {
     switch (button) {
     case 1:

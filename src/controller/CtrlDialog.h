@@ -40,7 +40,6 @@ bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input,
                      const QString& choice = QString());
 // The unit of a cmdEnter button: 0 and 4 milli, 1 micro, 2 nano, 3 pico.
 double EnterUnit(int button);
-bool IsNumeric(const QString& text);
 
 // Read-backs.
 void GetTriggerMethod(const QString& method);

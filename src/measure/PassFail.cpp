@@ -2,15 +2,6 @@
 
 #include "shared/Picture.h"
 
-bool IsNumericText(const QString& text) {
-    QString t = text.trimmed();
-    if (t.isEmpty()) return false;
-    t.replace(MachineDecimalSign(), QLatin1Char('.')); // the user's own decimal sign
-    bool ok = false;
-    t.toDouble(&ok);
-    return ok;
-}
-
 PassFailEditor::PassFailEditor(const std::array<MeasureItem, 18>& copy) : items(copy) {
     SelectByNameIndex(0);
 }
@@ -53,11 +44,11 @@ bool PassFailEditor::EditNumber(bool under, const QString& text) {
     if (text.startsWith('-')) {
         const QString rest = text.mid(1);
         if (rest.isEmpty()) return true; // the user goes on typing
-        if (!IsNumericText(rest)) {
+        if (!IsNumeric(rest)) {
             (under ? underNum : overNum).clear();
             return false;
         }
-    } else if (!IsNumericText(text)) {
+    } else if (!IsNumeric(text)) {
         (under ? underNum : overNum).clear();
         return false;
     }
@@ -72,7 +63,7 @@ void PassFailEditor::ChangeUnit(bool under, int row) {
     (under ? underUnit : overUnit) = row;
     if (!ShowDone || !UnderSetDone) return;
     const QString& number = under ? underNum : overNum;
-    if (number.isEmpty() || number == QLatin1String("-") || !IsNumericText(number)) return;
+    if (number.isEmpty() || number == QLatin1String("-") || !IsNumeric(number)) return;
     if (under)
         SetUnderNum();
     else
@@ -81,7 +72,7 @@ void PassFailEditor::ChangeUnit(bool under, int row) {
 
 namespace {
 double parseLimit(MeasureFamily family, QString number, const QString& unit, double previous) {
-    number = number.trimmed().replace(MachineDecimalSign(), QLatin1Char('.'));
+    number = PointForm(number.trimmed()); // the user's own decimal sign too
     bool ok = false;
     const double value = ParseByFamily(family, number + unit, &ok);
     return ok ? value : previous; // a limit that does not read keeps the old number

@@ -7,9 +7,8 @@
 #include <QString>
 #include <array>
 
-// "1e3", "-2.5", " 7 " are numbers; a lone "-" is not (but is let through
-// while typing, see PassFailEditor::EditNumber).
-bool IsNumericText(const QString& text);
+// A lone "-" is no number (IsNumeric) but is let through while typing, see
+// PassFailEditor::EditNumber.
 
 class PassFailEditor {
 public:

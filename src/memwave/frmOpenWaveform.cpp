@@ -401,16 +401,7 @@ void frmOpenWaveform::Step(HoldTarget target, bool up) {
 }
 
 void frmOpenWaveform::ZoomCombo_Commit() {
-    double z = 0;
-    if (!ParseZoomText(ZoomCombo_->currentText(), &z)) {
-        platform::MsgBox(MsgBadZoom, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
-        ZoomCombo_->setEditText(ZoomText(zoom_));
-        return;
-    }
-    RescaleCursors(cursors_, zoom_, z);
-    zoom_ = z;
-    ZoomCombo_->setEditText(ZoomText(zoom_));
-    redraw();
+    if (CommitZoomBox(ZoomCombo_, zoom_, cursors_)) redraw();
 }
 
 void frmOpenWaveform::Reset_Click() {

@@ -194,6 +194,12 @@ QString ShownForm(const QString& withPoint) {
     return swapDecimalSign(withPoint, QLatin1Char('.'), MachineDecimalSign());
 }
 
+bool IsNumeric(const QString& text) {
+    bool ok = false;
+    PointForm(text.trimmed()).toDouble(&ok);
+    return ok;
+}
+
 double Val(const QString& text) {
     std::string s;
     int i = 0;

@@ -27,6 +27,9 @@ QChar MachineDecimalSign();
 // Only a sign next to a digit is a decimal sign; words are left alone.
 QString PointForm(const QString& shown);
 QString ShownForm(const QString& withPoint);
+// A number box's text: "1e3", "-2.5", " 7 ", "1,5" under a comma locale are
+// numbers; an empty text or a lone "-" is not.
+bool IsNumeric(const QString& text);
 
 // Val: leading blanks skipped, then a sign, digits, one point and an exponent
 // as far as they form a number; reading stops at the first other character.

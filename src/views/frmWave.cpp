@@ -85,8 +85,7 @@ void WavePicture::paintEvent(QPaintEvent*) {
 bool ParseZoomText(const QString& text, double* zoom) {
     const QString t = text.trimmed();
     if (!t.endsWith('%')) return false;
-    QString number = t.left(t.size() - 1).trimmed();
-    number.replace(MachineDecimalSign(), QLatin1Char('.'));
+    const QString number = PointForm(t.left(t.size() - 1).trimmed());
     bool ok = false;
     const double value = number.toDouble(&ok);
     if (!ok) return false;
@@ -96,6 +95,19 @@ bool ParseZoomText(const QString& text, double* zoom) {
 
 QString ZoomText(double zoom) {
     return FormatPicture(zoom, "0%", Precision::Double);
+}
+
+bool CommitZoomBox(QComboBox* box, double& zoom, CursorSet& cursors) {
+    double z = 0;
+    const bool taken = ParseZoomText(box->currentText(), &z);
+    if (!taken) {
+        platform::MsgBox(MsgBadZoom, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
+    } else {
+        RescaleCursors(cursors, zoom, z);
+        zoom = z;
+    }
+    box->setEditText(ZoomText(zoom));
+    return taken;
 }
 
 // ---- the window ---------------------------------------------------------------------
@@ -361,16 +373,7 @@ void frmWave::LoadData() {
 // ---- display options ------------------------------------------------------------------
 
 void frmWave::ZoomCombo_Commit() {
-    double z = 0;
-    if (!ParseZoomText(ZoomCombo_->currentText(), &z)) {
-        platform::MsgBox(MsgBadZoom, platform::MsgButtons::Ok, platform::MsgIcon::Exclamation);
-        ZoomCombo_->setEditText(ZoomText(zoom_));
-        return;
-    }
-    RescaleCursors(cursors_, zoom_, z);
-    zoom_ = z;
-    ZoomCombo_->setEditText(ZoomText(zoom_));
-    Form_Resize();
+    if (CommitZoomBox(ZoomCombo_, zoom_, cursors_)) Form_Resize();
 }
 
 void frmWave::BestFitChk_Click(bool checked) {

@@ -44,6 +44,10 @@ private:
 // A factor below 0.01 is raised to 0.01.
 bool ParseZoomText(const QString& text, double* zoom);
 QString ZoomText(double zoom); // "0%" picture of the factor
+// The zoom box's commit in every picture window: a good text moves the
+// cursors with the picture and becomes the zoom; a bad one is said and the
+// box shows the zoom again. True when the zoom was taken.
+bool CommitZoomBox(QComboBox* box, double& zoom, CursorSet& cursors);
 
 class frmWave : public DocWindow {
     Q_OBJECT

@@ -12,6 +12,7 @@
 #include "measure/frmPassFailed.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
 #include "shared/ValueText.h"
@@ -156,7 +157,7 @@ void TestMeasure::numericCheck_data() {
 void TestMeasure::numericCheck() {
     QFETCH(QString, text);
     QFETCH(bool, numeric);
-    QCOMPARE(IsNumericText(text), numeric);
+    QCOMPARE(IsNumeric(text), numeric);
 }
 
 void TestMeasure::editorTypesAndKeepsLimits() {
