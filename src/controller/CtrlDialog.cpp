@@ -32,9 +32,6 @@ namespace {
 QString query(const QString& header) {
     return QueryText(header);
 }
-void send(const QString& header, const QString& value) {
-    CmdSend(SetCommand(header, PointForm(value))); // a number from the tree keeps the point
-}
 QString methodWord(const QString& method) {
     return ":" + TriggerMethodToCmd(method);
 }
@@ -401,7 +398,7 @@ void GetTriggerMethod(const QString& method) {
 
 void GetTriggerAltTrigType(int channel) {
     const AltFields f = altFields(channel);
-    send(AlternationSource, ChannelRoot(channel).mid(1));
+    CmdSet(AlternationSource, ChannelRoot(channel).mid(1));
     const QString scale = query(ChannelRoot(channel) + Scale);
     const QString alt = TriggerAlternation;
     auto level = [&](const QString& header) {
@@ -478,8 +475,8 @@ bool applyAlternateRow(int channel, const QString& row, const QString& sel, cons
     const AltFields f = altFields(channel);
     const QString channelWord = channel == 2 ? "CH2" : "CH1";
     if (row == QLatin1String("Trig type")) {
-        send(AlternationSource, ChannelRoot(channel).mid(1));
-        send(TriggerAlternation + Type, TriggerMethodToCmd(sel));
+        CmdSet(AlternationSource, ChannelRoot(channel).mid(1));
+        CmdSet(TriggerAlternation + Type, TriggerMethodToCmd(sel));
         *f.type = sel;
         GetTriggerAltTrigType(channel);
         CtrlTreeChanged(CtrlTreeChange::Shape);
@@ -489,7 +486,7 @@ bool applyAlternateRow(int channel, const QString& row, const QString& sel, cons
                            row == QLatin1String("Slope time");
     double number = 0;
     if (numberRow && !numberFrom(input, number)) return false;
-    send(AlternationSource, ChannelRoot(channel).mid(1));
+    CmdSet(AlternationSource, ChannelRoot(channel).mid(1));
     platform::Sleep(numberRow ? 50 : 100);
     const QString& type = *f.type;
     const QString header = TriggerAlternation + methodWord(type) + altLeaf(row);
@@ -553,7 +550,7 @@ bool applyAlternateRow(int channel, const QString& row, const QString& sel, cons
     if (!field) return true;
     if (row.startsWith(QLatin1String("Level"))) value = LevelFromDiv(sel, channelWord, CmdQuery);
     if (numberRow) value = TimeToCmdText(clampMagnitude(number, 1e20));
-    send(header, value);
+    CmdSet(header, value);
     *field = numberRow ? *field : sel;
     if (numberRow)
         *field = NormTime3(
@@ -577,32 +574,32 @@ bool applyChannelRow(int channel, const QString& row, const QString& sel, const 
     QString& probe = channel == 2 ? d.Ch2Probe : d.Ch1Probe;
     QString& invert = channel == 2 ? d.Ch2Invert : d.Ch1Invert;
     if (row == QLatin1String("Display")) {
-        send(root + DisplayLeaf, SwitchToCmd(sel));
+        CmdSet(root + DisplayLeaf, SwitchToCmd(sel));
         display = SwitchFromReply(query(root + DisplayLeaf));
     } else if (row == QLatin1String("Volt/Div")) {
         voltDiv = sel;
-        send(root + Scale, ProbeScaledToBase(sel, probe));
+        CmdSet(root + Scale, ProbeScaledToBase(sel, probe));
     } else if (row == QLatin1String("Offset")) {
         double number = 0;
         if (!numberFrom(input, number)) return false;
-        send(root + Offset, CStrNumber(clampMagnitude(number, 400000)));
+        CmdSet(root + Offset, CStrNumber(clampMagnitude(number, 400000)));
         platform::Sleep(200);
         offset = NormVolt(query(root + Offset));
     } else if (row == QLatin1String("Coupling")) {
         coupling = sel;
-        send(root + Coupling, CouplingToCmd(sel));
+        CmdSet(root + Coupling, CouplingToCmd(sel));
     } else if (row == QLatin1String("BW Limit")) {
         bwLimit = sel;
-        send(root + BwLimit, SwitchToCmd(sel));
+        CmdSet(root + BwLimit, SwitchToCmd(sel));
     } else if (row == QLatin1String("Probe")) {
         probe = sel;
-        send(root + Probe, sel.left(sel.size() - 1));
+        CmdSet(root + Probe, sel.left(sel.size() - 1));
         platform::Sleep(200);
         voltDiv = NormVolt(query(root + Scale));
         offset = NormVolt(query(root + Offset));
     } else if (row == QLatin1String("Invert")) {
         invert = sel;
-        send(root + Invert, SwitchToCmd(sel));
+        CmdSet(root + Invert, SwitchToCmd(sel));
     }
     CtrlTreeChanged(CtrlTreeChange::Texts);
     return true;
@@ -615,38 +612,38 @@ bool applyLaRow(const QStringList& caps, const QString& sel, const QString& inpu
     if (group == QLatin1String("Channel")) {
         if (row == QLatin1String("D15-D8") || row == QLatin1String("D7-D0")) {
             const bool high = row == QLatin1String("D15-D8");
-            send(La + (high ? Group2 : Group1), SwitchToCmd(sel));
+            CmdSet(La + (high ? Group2 : Group1), SwitchToCmd(sel));
             (high ? d.LaGroupHigh : d.LaGroupLow) = sel;
             for (int i = high ? 1 : 9; i <= (high ? 8 : 16); ++i)
                 d.LaChannel[i] = sel;
         } else {
             const int n = digitalNumber(row);
-            send(DigitalRoot(n) + Turn, SwitchToCmd(sel));
+            CmdSet(DigitalRoot(n) + Turn, SwitchToCmd(sel));
             d.LaChannel[16 - n] = sel;
             d.LaGroupHigh = d.LaChannel[8]; // the last slot's word is the group's word
             d.LaGroupLow = d.LaChannel[16];
         }
     } else if (group == QLatin1String("Position")) {
         const int n = digitalNumber(row);
-        send(DigitalRoot(n) + Position, sel);
+        CmdSet(DigitalRoot(n) + Position, sel);
         d.LaPosition[16 - n] = query(DigitalRoot(n) + Position);
     } else if (group == QLatin1String("Size")) {
         const bool high = row == QLatin1String("D15-D8");
-        send(La + (high ? Group2 : Group1) + Size, SizeToCmd(sel));
+        CmdSet(La + (high ? Group2 : Group1) + Size, SizeToCmd(sel));
         (high ? d.LaSizeHigh : d.LaSizeLow) = sel;
     } else if (row == QLatin1String("Display")) {
-        send(La + DisplayLeaf, SwitchToCmd(sel));
+        CmdSet(La + DisplayLeaf, SwitchToCmd(sel));
         d.LaDisplay = SwitchFromReply(query(La + DisplayLeaf));
     } else if (row == QLatin1String("Threshold")) {
         if (sel == WordUser) {
             double number = 0;
             if (!numberFrom(input, number)) return false;
-            send(La + Threshold, VoltToCmdText(number));
+            CmdSet(La + Threshold, VoltToCmdText(number));
             platform::Sleep(100);
             const QString reply = query(La + Threshold);
             if (reply.startsWith(QLatin1String("User"))) d.LaThreshold = NormVolt(reply.mid(5));
         } else {
-            send(La + Threshold, sel);
+            CmdSet(La + Threshold, sel);
             d.LaThreshold = sel;
         }
     }
@@ -660,10 +657,10 @@ bool applyTimeBaseRow(const QStringList& caps, const QString& sel, const QString
     const QString group = caps.size() == 3 ? caps[1] : QString();
     if (group == QLatin1String("CH1") || group == QLatin1String("CH2")) {
         const int channel = group == QLatin1String("CH2") ? 2 : 1;
-        send(AlternationSource, ChannelRoot(channel).mid(1));
+        CmdSet(AlternationSource, ChannelRoot(channel).mid(1));
         platform::Sleep(50);
         if (row == QLatin1String("Time/Div")) {
-            send(TriggerAlternation + TimeScale, sel);
+            CmdSet(TriggerAlternation + TimeScale, sel);
             platform::Sleep(50);
             (channel == 2 ? d.AltTimeDiv2 : d.AltTimeDiv1) =
                 NormTime4(query(TriggerAlternation + TimeScale));
@@ -671,23 +668,23 @@ bool applyTimeBaseRow(const QStringList& caps, const QString& sel, const QString
             double number = 0;
             if (!numberFrom(input, number)) return false;
             query(TriggerAlternation + TimeScale); // asked first, as the instrument expects
-            send(TriggerAlternation + TimeOffset, TimeToCmdTextDot(clampMagnitude(number, 1e20)));
+            CmdSet(TriggerAlternation + TimeOffset, TimeToCmdTextDot(clampMagnitude(number, 1e20)));
             platform::Sleep(50);
             (channel == 2 ? d.AltDelay2 : d.AltDelay1) =
                 NormTime5(query(TriggerAlternation + TimeOffset));
         }
     } else if (row == QLatin1String("Time/Div")) {
-        send(Timebase + Scale, sel);
+        CmdSet(Timebase + Scale, sel);
         d.TimeDiv = NormTime4(query(Timebase + Scale));
     } else if (row == QLatin1String("Delay")) {
         double number = 0;
         if (!numberFrom(input, number)) return false;
         query(Timebase + Scale);
-        send(Timebase + Offset, TimeToCmdTextDot(clampMagnitude(number, 1e20)));
+        CmdSet(Timebase + Offset, TimeToCmdTextDot(clampMagnitude(number, 1e20)));
         platform::Sleep(100);
         GetTimeBaseParameter();
     } else if (row == QLatin1String("Format")) {
-        send(Timebase + Format, TimeFormatToCmd(sel));
+        CmdSet(Timebase + Format, TimeFormatToCmd(sel));
         platform::Sleep(100);
         d.TimeFormat = TimeFormatFromReply(query(Timebase + Format));
         if (d.TimeFormat == QLatin1String("X-Y")) d.Ch1Display = d.Ch2Display = WordOn;
@@ -718,7 +715,7 @@ bool applyTriggerRow(const QStringList& caps, const QString& sel, const QString&
     if (numberRow && !numberFrom(input, number)) return false;
     number = clampMagnitude(number, 1e20);
     if (row == QLatin1String("Method")) {
-        send(Trigger + Mode, TriggerMethodToCmd(sel));
+        CmdSet(Trigger + Mode, TriggerMethodToCmd(sel));
         d.TrigMethod = sel;
         if (sel == WordAlternation) d.TimeFormat = "Y-T"; // the instrument leaves X-Y
         CtrlTreeChanged(CtrlTreeChange::Shape);
@@ -726,68 +723,68 @@ bool applyTriggerRow(const QStringList& caps, const QString& sel, const QString&
         d.LaDisplay = SwitchFromReply(query(La + DisplayLeaf));
         GetTriggerMethod(d.TrigMethod);
     } else if (row == QLatin1String("Source")) {
-        send(Trigger + m + Source, TriggerSourceToCmd(sel));
+        CmdSet(Trigger + m + Source, TriggerSourceToCmd(sel));
         GetTriggerMethod(d.TrigMethod);
         CtrlTreeChanged(CtrlTreeChange::Shape);
     } else if (row == QLatin1String("Mode")) {
-        send(Trigger + m + Sweep, SweepToCmd(sel));
+        CmdSet(Trigger + m + Sweep, SweepToCmd(sel));
         GetTriggerMethod(d.TrigMethod);
     } else if (row == QLatin1String("Coupling")) {
-        send(Trigger + m + Coupling, CouplingToCmd(sel));
+        CmdSet(Trigger + m + Coupling, CouplingToCmd(sel));
         GetTriggerMethod(d.TrigMethod);
     } else if (row == QLatin1String("Level")) {
-        send(Trigger + m + Level, LevelFromDiv(sel, query(Trigger + m + Source), CmdQuery));
+        CmdSet(Trigger + m + Level, LevelFromDiv(sel, query(Trigger + m + Source), CmdQuery));
         GetTriggerMethod(d.TrigMethod);
     } else if (row == QLatin1String("Sensitivity")) {
-        send(Trigger + m + Sensitivity, sel);
+        CmdSet(Trigger + m + Sensitivity, sel);
         GetTriggerMethod(d.TrigMethod);
     } else if (row == QLatin1String("Holdoff")) {
-        send(Trigger + Holdoff, TimeToCmdText(number));
+        CmdSet(Trigger + Holdoff, TimeToCmdText(number));
         platform::Sleep(100);
         d.TrigHoldoff = NormTime3(query(Trigger + Holdoff));
         GetTriggerMethod(d.TrigMethod);
     } else if (row == QLatin1String("Slope")) {
         d.EdgeSlope = sel;
-        send(Trigger + Edge + Slope, EdgeSlopeToCmd(sel));
+        CmdSet(Trigger + Edge + Slope, EdgeSlopeToCmd(sel));
     } else if (row == QLatin1String("Pulse mode")) {
         d.PulseMode = sel;
-        send(Trigger + Pulse + Mode, PulseModeToCmd(sel));
+        CmdSet(Trigger + Pulse + Mode, PulseModeToCmd(sel));
     } else if (row == QLatin1String("Pulse width")) {
-        send(Trigger + Pulse + Width, TimeToCmdText(number));
+        CmdSet(Trigger + Pulse + Width, TimeToCmdText(number));
         d.PulseWidth = NormTime3(query(Trigger + Pulse + Width));
     } else if (row == QLatin1String("Polarity")) {
         d.VideoPolarity = sel;
-        send(Trigger + Video + Polarity, VideoPolarityToCmd(sel));
+        CmdSet(Trigger + Video + Polarity, VideoPolarityToCmd(sel));
     } else if (row == QLatin1String("Sync")) {
         d.VideoSync = sel;
-        send(Trigger + Video + Mode, VideoSyncToCmd(sel));
+        CmdSet(Trigger + Video + Mode, VideoSyncToCmd(sel));
     } else if (row == QLatin1String("Line number")) {
         d.VideoLine = sel;
-        send(Trigger + Video + Line, sel);
+        CmdSet(Trigger + Video + Line, sel);
     } else if (row == QLatin1String("Video Standard")) {
         d.VideoStandard = sel;
-        send(Trigger + Video + Standard, VideoStandardToCmd(sel));
+        CmdSet(Trigger + Video + Standard, VideoStandardToCmd(sel));
         platform::Sleep(100);
         d.VideoLine = query(Trigger + Video + Line);
     } else if (row == QLatin1String("Slope mode")) {
         d.SlopeMode = sel;
-        send(Trigger + Slope + Mode, SlopeModeToCmd(sel));
+        CmdSet(Trigger + Slope + Mode, SlopeModeToCmd(sel));
     } else if (row == QLatin1String("Slope time")) {
-        send(Trigger + Slope + Time, TimeToCmdText(number));
+        CmdSet(Trigger + Slope + Time, TimeToCmdText(number));
         d.SlopeTime = NormTime3(query(Trigger + Slope + Time));
     } else if (row == QLatin1String("LevelA") || row == QLatin1String("LevelB")) {
         const bool a = row == QLatin1String("LevelA");
-        send(Trigger + Slope + (a ? LevelA : LevelB),
-             LevelFromDiv(sel, query(Trigger + Slope + Source), CmdQuery));
+        CmdSet(Trigger + Slope + (a ? LevelA : LevelB),
+               LevelFromDiv(sel, query(Trigger + Slope + Source), CmdQuery));
         (a ? d.SlopeLevelA : d.SlopeLevelB) = sel;
     } else if (row == QLatin1String("Slope Window")) {
         d.SlopeWindow = sel;
-        send(Trigger + Slope + Window, sel);
+        CmdSet(Trigger + Slope + Window, sel);
     } else if (row == QLatin1String("Qualifier")) {
         d.DurationQualifier = sel;
-        send(Trigger + Duration + Qualifier, QualifierToCmd(sel));
+        CmdSet(Trigger + Duration + Qualifier, QualifierToCmd(sel));
     } else if (row == QLatin1String("Duration time")) {
-        send(Trigger + Duration + Time, TimeToCmdText(number));
+        CmdSet(Trigger + Duration + Time, TimeToCmdText(number));
         platform::Sleep(100);
         d.DurationTime = NormTime3(query(Trigger + Duration + Time));
     }
@@ -803,26 +800,26 @@ bool applyOtherRow(const QString& row, const QString& sel) {
         if (query(Timebase + Format) != QLatin1String("SCANNING"))
             d.TimeDiv = NormTime4(query(Timebase + Scale));
     } else if (row == QLatin1String("Sampling Mode")) {
-        send(Acquire + Mode, SamplingToCmd(sel));
+        CmdSet(Acquire + Mode, SamplingToCmd(sel));
         platform::Sleep(50);
         d.SamplingMode = SamplingFromReply(query(Acquire + Mode));
     } else if (row == QLatin1String("Acquisition")) {
         d.Acquisition = sel;
-        send(Acquire + Type, AcquisitionToCmd(sel));
+        CmdSet(Acquire + Type, AcquisitionToCmd(sel));
         CtrlTreeChanged(CtrlTreeChange::Shape);
         return true;
     } else if (row == QLatin1String("Averages")) {
         d.Averages = sel;
-        send(Acquire + Averages, sel);
+        CmdSet(Acquire + Averages, sel);
     } else if (row == QLatin1String("Type")) {
-        send(Display + Type, DisplayTypeToCmd(sel));
+        CmdSet(Display + Type, DisplayTypeToCmd(sel));
         d.DisplayType = DisplayTypeFromReply(query(Display + Type));
     } else if (row == QLatin1String("Persist")) {
         d.DisplayPersist = sel;
-        send(Display + Persist, SwitchToCmd(sel));
+        CmdSet(Display + Persist, SwitchToCmd(sel));
     } else if (row == QLatin1String("Grid")) {
         d.DisplayGrid = sel;
-        send(Display + Grid, GridToCmd(sel));
+        CmdSet(Display + Grid, GridToCmd(sel));
     } else if (row == QLatin1String("Intensity")) {
         d.Intensity = sel;
     } else if (row == QLatin1String("Anti-aliasing")) {
@@ -834,16 +831,8 @@ bool applyOtherRow(const QString& row, const QString& sel) {
 
 } // namespace
 
-bool CtrlDialogOK(const CtrlRowMatch& row, const QString& shownSelected, const QString& input) {
-    // What the lists show goes to the instrument with the point; the row
-    // then shows its value the display's way again.
-    const QString selected = PointForm(shownSelected);
-    struct ShowRow {
-        QString* field;
-        ~ShowRow() {
-            if (field) *field = ShownForm(*field);
-        }
-    } showRow{row.field};
+namespace {
+bool okWithPoint(const CtrlRowMatch& row, const QString& selected, const QString& input) {
     // An instrument that has gone answers nothing: close and store nothing.
     if (CmdQuery(Idn).isEmpty()) return true;
     const QStringList& caps = row.captions;
@@ -865,6 +854,15 @@ bool CtrlDialogOK(const CtrlRowMatch& row, const QString& shownSelected, const Q
     if (!done) return false;
     CtrlDirty = true;
     return true;
+}
+} // namespace
+
+bool CtrlDialogOK(const CtrlRowMatch& row, const QString& shownSelected, const QString& input) {
+    // What the lists show goes to the instrument with the point; the row
+    // then shows its value the display's way again.
+    const bool closes = okWithPoint(row, PointForm(shownSelected), input);
+    if (row.field) *row.field = ShownForm(*row.field);
+    return closes;
 }
 
 bool CtrlDialogEnter(const CtrlRowMatch& row, int button, QString& input, const QString& choice) {

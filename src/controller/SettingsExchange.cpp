@@ -19,11 +19,6 @@ namespace {
 
 using namespace cmd;
 
-// The tree keeps numbers as the display shows them ("1,20V" under a comma
-// locale); the instrument reads only the point.
-void send(const QString& header, const QString& shownValue) {
-    CmdSend(SetCommand(header, PointForm(shownValue)));
-}
 // Read-all counts the empty replies in a row: one is a step's placeholder,
 // three mean the instrument is gone.
 bool g_countSilence = false;
@@ -52,58 +47,58 @@ void writeChannel(int channel, const QString& display, const QString& probe, con
                   const QString& offset, const QString& coupling, const QString& bwLimit,
                   const std::function<void()>& progress) {
     const QString root = ChannelRoot(channel);
-    send(root + DisplayLeaf, SwitchToCmd(display));
+    CmdSet(root + DisplayLeaf, SwitchToCmd(display));
     progress();
-    send(root + Probe, probe.left(probe.size() - 1));
+    CmdSet(root + Probe, probe.left(probe.size() - 1));
     progress();
-    send(root + Scale, voltDiv);
+    CmdSet(root + Scale, voltDiv);
     progress();
-    send(root + Offset, offset);
+    CmdSet(root + Offset, offset);
     progress();
-    send(root + Coupling, CouplingToCmd(coupling));
+    CmdSet(root + Coupling, CouplingToCmd(coupling));
     progress();
-    send(root + BwLimit, SwitchToCmd(bwLimit));
+    CmdSet(root + BwLimit, SwitchToCmd(bwLimit));
     progress();
 }
 
 void writeLevel(const QString& method, const QString& leaf, const QString& level) {
     const QString source = query(Trigger + method + Source);
-    send(Trigger + method + leaf, LevelFromDiv(level, source, CmdQuery));
+    CmdSet(Trigger + method + leaf, LevelFromDiv(level, source, CmdQuery));
 }
 
 void writeMethod(const CtrlDataRecord& d) {
     const QString& m = d.TrigMethod;
     if (m == WordEdge) {
-        send(Trigger + Edge + Source, TriggerSourceToCmd(d.EdgeSource));
-        send(Trigger + Edge + Slope, EdgeSlopeToCmd(d.EdgeSlope));
-        send(Trigger + Edge + Sweep, SweepToCmd(d.EdgeSweep));
-        send(Trigger + Edge + Coupling, CouplingToCmd(d.EdgeCoupling));
-        send(Trigger + Edge + Sensitivity, d.EdgeSensitivity);
+        CmdSet(Trigger + Edge + Source, TriggerSourceToCmd(d.EdgeSource));
+        CmdSet(Trigger + Edge + Slope, EdgeSlopeToCmd(d.EdgeSlope));
+        CmdSet(Trigger + Edge + Sweep, SweepToCmd(d.EdgeSweep));
+        CmdSet(Trigger + Edge + Coupling, CouplingToCmd(d.EdgeCoupling));
+        CmdSet(Trigger + Edge + Sensitivity, d.EdgeSensitivity);
         writeLevel(Edge, Level, d.EdgeLevel);
     } else if (m == WordPulse) {
-        send(Trigger + Pulse + Source, TriggerSourceToCmd(d.PulseSource));
-        send(Trigger + Pulse + Mode, PulseModeToCmd(d.PulseMode));
-        send(Trigger + Pulse + Width, d.PulseWidth);
-        send(Trigger + Pulse + Sweep, SweepToCmd(d.PulseSweep));
-        send(Trigger + Pulse + Coupling, CouplingToCmd(d.PulseCoupling));
-        send(Trigger + Pulse + Sensitivity, d.PulseSensitivity);
+        CmdSet(Trigger + Pulse + Source, TriggerSourceToCmd(d.PulseSource));
+        CmdSet(Trigger + Pulse + Mode, PulseModeToCmd(d.PulseMode));
+        CmdSet(Trigger + Pulse + Width, d.PulseWidth);
+        CmdSet(Trigger + Pulse + Sweep, SweepToCmd(d.PulseSweep));
+        CmdSet(Trigger + Pulse + Coupling, CouplingToCmd(d.PulseCoupling));
+        CmdSet(Trigger + Pulse + Sensitivity, d.PulseSensitivity);
         writeLevel(Pulse, Level, d.PulseLevel);
     } else if (m == WordVideo) {
-        send(Trigger + Video + Source, TriggerSourceToCmd(d.VideoSource));
-        send(Trigger + Video + Polarity, VideoPolarityToCmd(d.VideoPolarity));
-        send(Trigger + Video + Mode, VideoSyncToCmd(d.VideoSync));
-        send(Trigger + Video + Standard, VideoStandardToCmd(d.VideoStandard));
-        send(Trigger + Video + Line, d.VideoLine);
-        send(Trigger + Video + Sensitivity, d.VideoSensitivity);
+        CmdSet(Trigger + Video + Source, TriggerSourceToCmd(d.VideoSource));
+        CmdSet(Trigger + Video + Polarity, VideoPolarityToCmd(d.VideoPolarity));
+        CmdSet(Trigger + Video + Mode, VideoSyncToCmd(d.VideoSync));
+        CmdSet(Trigger + Video + Standard, VideoStandardToCmd(d.VideoStandard));
+        CmdSet(Trigger + Video + Line, d.VideoLine);
+        CmdSet(Trigger + Video + Sensitivity, d.VideoSensitivity);
         writeLevel(Video, Level, d.VideoLevel);
     } else if (m == WordSlope) {
-        send(Trigger + Slope + Source, TriggerSourceToCmd(d.SlopeSource));
-        send(Trigger + Slope + Mode, SlopeModeToCmd(d.SlopeMode));
-        send(Trigger + Slope + Time, d.SlopeTime);
-        send(Trigger + Slope + Window, d.SlopeWindow);
-        send(Trigger + Slope + Sweep, SweepToCmd(d.SlopeSweep));
-        send(Trigger + Slope + Coupling, CouplingToCmd(d.SlopeCoupling));
-        send(Trigger + Slope + Sensitivity, d.SlopeSensitivity);
+        CmdSet(Trigger + Slope + Source, TriggerSourceToCmd(d.SlopeSource));
+        CmdSet(Trigger + Slope + Mode, SlopeModeToCmd(d.SlopeMode));
+        CmdSet(Trigger + Slope + Time, d.SlopeTime);
+        CmdSet(Trigger + Slope + Window, d.SlopeWindow);
+        CmdSet(Trigger + Slope + Sweep, SweepToCmd(d.SlopeSweep));
+        CmdSet(Trigger + Slope + Coupling, CouplingToCmd(d.SlopeCoupling));
+        CmdSet(Trigger + Slope + Sensitivity, d.SlopeSensitivity);
         writeLevel(Slope, LevelA, d.SlopeLevelA);
         writeLevel(Slope, LevelB, d.SlopeLevelB);
     } else if (m == WordAlternation) {
@@ -120,40 +115,40 @@ void writeMethod(const CtrlDataRecord& d) {
               Alt{2, d.AltType2, d.AltEdge2, d.AltPulse2, d.AltVideo2, d.AltSlope2}}) {
             const QString channel = a.channel == 1 ? "CH1" : "CH2";
             const QString alt = TriggerAlternation;
-            send(AlternationSource, ChannelRoot(a.channel).mid(1));
-            send(alt + Type, TriggerMethodToCmd(a.type));
+            CmdSet(AlternationSource, ChannelRoot(a.channel).mid(1));
+            CmdSet(alt + Type, TriggerMethodToCmd(a.type));
             auto level = [&](const QString& value) {
                 return LevelFromDiv(value, channel, CmdQuery);
             };
             if (a.type == WordEdge) {
-                send(alt + Edge + Slope, EdgeSlopeToCmd(a.e.Slope));
-                send(alt + Edge + Coupling, CouplingToCmd(a.e.Coupling));
-                send(alt + Edge + Level, level(a.e.Level));
-                send(alt + Edge + Sensitivity, a.e.Sensitivity);
-                send(alt + Edge + Holdoff, a.e.Holdoff);
+                CmdSet(alt + Edge + Slope, EdgeSlopeToCmd(a.e.Slope));
+                CmdSet(alt + Edge + Coupling, CouplingToCmd(a.e.Coupling));
+                CmdSet(alt + Edge + Level, level(a.e.Level));
+                CmdSet(alt + Edge + Sensitivity, a.e.Sensitivity);
+                CmdSet(alt + Edge + Holdoff, a.e.Holdoff);
             } else if (a.type == WordPulse) {
-                send(alt + Pulse + Mode, PulseModeToCmd(a.p.Mode));
-                send(alt + Pulse + Time, a.p.Width);
-                send(alt + Pulse + Coupling, CouplingToCmd(a.p.Coupling));
-                send(alt + Pulse + Level, level(a.p.Level));
-                send(alt + Pulse + Sensitivity, a.p.Sensitivity);
-                send(alt + Pulse + Holdoff, a.p.Holdoff);
+                CmdSet(alt + Pulse + Mode, PulseModeToCmd(a.p.Mode));
+                CmdSet(alt + Pulse + Time, a.p.Width);
+                CmdSet(alt + Pulse + Coupling, CouplingToCmd(a.p.Coupling));
+                CmdSet(alt + Pulse + Level, level(a.p.Level));
+                CmdSet(alt + Pulse + Sensitivity, a.p.Sensitivity);
+                CmdSet(alt + Pulse + Holdoff, a.p.Holdoff);
             } else if (a.type == WordVideo) {
-                send(alt + Video + Polarity, VideoPolarityToCmd(a.v.Polarity));
-                send(alt + Video + Mode, VideoSyncToCmd(a.v.Sync));
-                send(alt + Video + Standard, VideoStandardToCmd(a.v.Standard));
-                send(alt + Video + Line, a.v.Line);
-                send(alt + Video + Sensitivity, a.v.Sensitivity);
-                send(alt + Video + Holdoff, a.v.Holdoff);
-                send(alt + Video + Level, level(a.v.Level));
+                CmdSet(alt + Video + Polarity, VideoPolarityToCmd(a.v.Polarity));
+                CmdSet(alt + Video + Mode, VideoSyncToCmd(a.v.Sync));
+                CmdSet(alt + Video + Standard, VideoStandardToCmd(a.v.Standard));
+                CmdSet(alt + Video + Line, a.v.Line);
+                CmdSet(alt + Video + Sensitivity, a.v.Sensitivity);
+                CmdSet(alt + Video + Holdoff, a.v.Holdoff);
+                CmdSet(alt + Video + Level, level(a.v.Level));
             } else if (a.type == WordSlope) {
-                send(alt + Slope + Mode, SlopeModeToCmd(a.s.Mode));
-                send(alt + Slope + Time, a.s.Time);
-                send(alt + Slope + LevelA, level(a.s.LevelA));
-                send(alt + Slope + LevelB, level(a.s.LevelB));
-                send(alt + Slope + Sensitivity, a.s.Sensitivity);
-                send(alt + Slope + Holdoff, a.s.Holdoff);
-                send(alt + Slope + Coupling, CouplingToCmd(a.s.Coupling));
+                CmdSet(alt + Slope + Mode, SlopeModeToCmd(a.s.Mode));
+                CmdSet(alt + Slope + Time, a.s.Time);
+                CmdSet(alt + Slope + LevelA, level(a.s.LevelA));
+                CmdSet(alt + Slope + LevelB, level(a.s.LevelB));
+                CmdSet(alt + Slope + Sensitivity, a.s.Sensitivity);
+                CmdSet(alt + Slope + Holdoff, a.s.Holdoff);
+                CmdSet(alt + Slope + Coupling, CouplingToCmd(a.s.Coupling));
             }
         }
     }
@@ -163,30 +158,31 @@ void writeDigital(CtrlDataRecord& d, const std::function<void()>& progress) {
     const QString saved = d.TrigMethod;
     if (d.TrigMethod == WordPattern) {
         SendPatternLevels();
-        send(Trigger + Pattern + Sweep, SweepToCmd(d.PatternSweep));
+        CmdSet(Trigger + Pattern + Sweep, SweepToCmd(d.PatternSweep));
     } else if (d.TrigMethod == WordDuration) {
         SendPatternLevels();
-        send(Trigger + Duration + Qualifier, QualifierToCmd(d.DurationQualifier));
-        send(Trigger + Duration + Time, d.DurationTime);
-        send(Trigger + Duration + Sweep, SweepToCmd(d.DurationSweep));
+        CmdSet(Trigger + Duration + Qualifier, QualifierToCmd(d.DurationQualifier));
+        CmdSet(Trigger + Duration + Time, d.DurationTime);
+        CmdSet(Trigger + Duration + Sweep, SweepToCmd(d.DurationSweep));
     }
     d.TrigMethod = saved;
     progress();
-    send(La + DisplayLeaf, SwitchToCmd(d.LaDisplay));
+    CmdSet(La + DisplayLeaf, SwitchToCmd(d.LaDisplay));
     long status = 0;
     for (int i = 1; i <= 16; ++i)
         if (d.LaChannel[i] == WordOn) status += 1L << (16 - i);
-    send(La + Status, QString::number(status));
-    send(La + Group2 + Size, SizeToCmd(d.LaSizeHigh));
-    send(La + Group1 + Size, SizeToCmd(d.LaSizeLow));
+    CmdSet(La + Status, QString::number(status));
+    CmdSet(La + Group2 + Size, SizeToCmd(d.LaSizeHigh));
+    CmdSet(La + Group1 + Size, SizeToCmd(d.LaSizeLow));
     progress();
     qint64 high = 0, low = 0;
     for (int i = 1; i <= 8; ++i)
         high += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (8 - i));
     for (int i = 9; i <= 16; ++i)
         low += static_cast<qint64>(Val(d.LaPosition[i])) << (4 * (16 - i));
+    // A list: its commas are separators, not decimal signs.
     CmdSend(SetCommand(La + Location, QString::number(high) + "," + QString::number(low)));
-    send(La + Threshold, d.LaThreshold);
+    CmdSet(La + Threshold, d.LaThreshold);
     progress();
 }
 
@@ -195,7 +191,7 @@ void writeDigital(CtrlDataRecord& d, const std::function<void()>& progress) {
 void readAlternation(int channel, QString& type, AltEdgeFields& e, AltPulseFields& p,
                      AltVideoFields& v, AltSlopeFields& s) {
     const QString scale = query(ChannelRoot(channel) + Scale);
-    send(AlternationSource, ChannelRoot(channel).mid(1));
+    CmdSet(AlternationSource, ChannelRoot(channel).mid(1));
     const QString alt = TriggerAlternation;
     auto level = [&](const QString& header) {
         QString sc = scale;
@@ -252,40 +248,40 @@ void WriteAllSettings(const std::function<void()>& progressHook) {
     CmdSend(RunStateToCmd(d.RunStop));
     progress();
     // The alternation's time bases go out whatever the method.
-    send(AlternationSource, ArgChannel1);
-    send(TriggerAlternation + TimeScale, d.AltTimeDiv1);
-    send(TriggerAlternation + TimeOffset, d.AltDelay1);
+    CmdSet(AlternationSource, ArgChannel1);
+    CmdSet(TriggerAlternation + TimeScale, d.AltTimeDiv1);
+    CmdSet(TriggerAlternation + TimeOffset, d.AltDelay1);
     progress();
-    send(AlternationSource, ArgChannel2);
-    send(TriggerAlternation + TimeScale, d.AltTimeDiv2);
-    send(TriggerAlternation + TimeOffset, d.AltDelay2);
+    CmdSet(AlternationSource, ArgChannel2);
+    CmdSet(TriggerAlternation + TimeScale, d.AltTimeDiv2);
+    CmdSet(TriggerAlternation + TimeOffset, d.AltDelay2);
     progress();
-    send(Timebase + Format, TimeFormatToCmd(d.TimeFormat));
+    CmdSet(Timebase + Format, TimeFormatToCmd(d.TimeFormat));
     platform::Sleep(500);
     progress();
-    send(Timebase + Scale, d.TimeDiv);
+    CmdSet(Timebase + Scale, d.TimeDiv);
     platform::Sleep(1000);
     progress();
-    send(Timebase + Offset, d.TimeDelay);
+    CmdSet(Timebase + Offset, d.TimeDelay);
     progress();
     writeChannel(1, d.Ch1Display, d.Ch1Probe, d.Ch1VoltDiv, d.Ch1Offset, d.Ch1Coupling,
                  d.Ch1BwLimit, progress);
     writeChannel(2, d.Ch2Display, d.Ch2Probe, d.Ch2VoltDiv, d.Ch2Offset, d.Ch2Coupling,
                  d.Ch2BwLimit, progress);
-    send(Trigger + Mode, TriggerMethodToCmd(d.TrigMethod));
+    CmdSet(Trigger + Mode, TriggerMethodToCmd(d.TrigMethod));
     progress();
-    send(Trigger + Holdoff, d.TrigHoldoff);
+    CmdSet(Trigger + Holdoff, d.TrigHoldoff);
     progress();
     writeMethod(d);
     progress();
     if (ModelHasLa) writeDigital(d, progress);
-    send(Acquire + Mode, SamplingToCmd(d.SamplingMode));
-    send(Acquire + Type, AcquisitionToCmd(d.Acquisition));
-    send(Acquire + Averages, d.Averages);
+    CmdSet(Acquire + Mode, SamplingToCmd(d.SamplingMode));
+    CmdSet(Acquire + Type, AcquisitionToCmd(d.Acquisition));
+    CmdSet(Acquire + Averages, d.Averages);
     progress();
-    send(Display + Type, DisplayTypeToCmd(d.DisplayType));
-    send(Display + Persist, SwitchToCmd(d.DisplayPersist));
-    send(Display + Grid, GridToCmd(d.DisplayGrid));
+    CmdSet(Display + Type, DisplayTypeToCmd(d.DisplayType));
+    CmdSet(Display + Persist, SwitchToCmd(d.DisplayPersist));
+    CmdSet(Display + Grid, GridToCmd(d.DisplayGrid));
     progress();
 }
 
@@ -334,10 +330,10 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
         d.RunStop =
             RunStateFromReply(query(TriggerStatus) == QLatin1String("STOP") ? "STOP" : "RUN");
     });
-    send(AlternationSource, ArgChannel1);
+    CmdSet(AlternationSource, ArgChannel1);
     read([&] { d.AltTimeDiv1 = NormTime4(query(TriggerAlternation + TimeScale)); });
     read([&] { d.AltDelay1 = NormTime4(query(TriggerAlternation + TimeOffset)); });
-    send(AlternationSource, ArgChannel2);
+    CmdSet(AlternationSource, ArgChannel2);
     read([&] { d.AltTimeDiv2 = NormTime4(query(TriggerAlternation + TimeScale)); });
     read([&] { d.AltDelay2 = NormTime4(query(TriggerAlternation + TimeOffset)); });
     read([&] { d.TimeFormat = TimeFormatFromReply(query(Timebase + Format)); });
@@ -445,7 +441,7 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
     read([&] { d.DisplayPersist = SwitchFromReply(query(Display + Persist)); });
     read([&] { d.DisplayGrid = GridFromReply(query(Display + Grid)); });
     CtrlTreeChanged(CtrlTreeChange::Shape);
-    send(Channel + Active, active); // the alternate queries switched it
+    CmdSet(Channel + Active, active); // the alternate queries switched it
 }
 
 // ---- the buttons ------------------------------------------------------------------

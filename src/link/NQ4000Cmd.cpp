@@ -4,6 +4,7 @@
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
 #include "platform/Pacing.h"
+#include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
 
 namespace {
@@ -48,6 +49,10 @@ void CmdSend(const QString& text) {
         VisaWrite(text);
         platform::Sleep(200);
     }
+}
+
+void CmdSet(const QString& header, const QString& shownValue) {
+    CmdSend(SetCommand(header, PointForm(shownValue)));
 }
 
 QString CmdQuery(const QString& text) {

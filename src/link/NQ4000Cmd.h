@@ -144,6 +144,10 @@ QString QueryCommand(const QString& header, const QString& argument);
 
 // Fire and forget: the transport's write, then 200 ms on USB, 100 ms on RS232.
 void CmdSend(const QString& text);
+// CmdSend of a set command whose value is a display text: the tree keeps
+// numbers as the display shows them ("1,20V" under a comma locale), the
+// instrument reads only the point.
+void CmdSet(const QString& header, const QString& shownValue);
 // Send and read one reply line; empty text is the sign of failure.
 QString CmdQuery(const QString& text);
 
