@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 QTemporaryDir& folder() {
@@ -28,6 +30,12 @@ void FuzzSetUp() {
     platform::SetPacingScale(0);
     platform::SetMsgBoxHook([](const platform::MsgBoxRequest&) { return platform::MsgResult::Ok; });
     platform::SetSettingsDirectory(folder().path());
+}
+
+void FuzzRequire(bool holds, const char* what) {
+    if (holds) return;
+    std::fprintf(stderr, "broken: %s\n", what);
+    std::abort();
 }
 
 QString FuzzFile(const QString& name, const std::uint8_t* data, std::size_t size) {

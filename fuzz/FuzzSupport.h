@@ -8,6 +8,8 @@
 #include <cstdint>
 
 void FuzzSetUp();
+// A property every input must keep; a broken one stops the run like a crash.
+void FuzzRequire(bool holds, const char* what);
 // A file in the target's private folder holding the input.
 QString FuzzFile(const QString& name, const std::uint8_t* data, std::size_t size);
 

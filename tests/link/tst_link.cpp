@@ -99,7 +99,6 @@ private slots:
     void nonUsbBusCountsRequestedLessEleven();
     void systemDataThroughParaConv();
     void colourOrMonoFromTheIdentity();
-    void droppedLinkSaysSoOnceAndStaysUsable();
     void rs232ConnectOverThePseudoTerminal();
     void rs232ChunksJoinAndEndAtTheFirstLineFeed();
     void rs232ReplyWithoutLineFeedTimesOut();
@@ -379,31 +378,6 @@ void TestLink::colourOrMonoFromTheIdentity() {
     QVERIFY(IsColorDevice());
     sim_->instrument().SetIdentity(sim::Identity::Mono());
     QVERIFY(!IsColorDevice());
-}
-
-void TestLink::droppedLinkSaysSoOnceAndStaysUsable() {
-    startSimulator();
-    ConnectToDevice();
-    sim::Faults f;
-    f.dropAtCommand = 2;
-    sim_->instrument().SetFaults(f);
-    CmdQuery(":TRIGGER:STATUS?");
-    QCOMPARE(CmdQuery(":TRIGGER:STATUS?"), QString()); // the cable is pulled at this one
-    QVERIFY(!Connected);
-    QCOMPARE(lamps_.last(), false);
-    QCOMPARE(tp_->prompts().size(), 1);
-    QVERIFY(tp_->prompts()[0] == "Can't Read data from Device!" ||
-            tp_->prompts()[0] == "Can't Connect to Device!");
-    // Nothing more is said; the program goes on.
-    CmdQuery("*IDN?");
-    CmdSend(":RUN");
-    QCOMPARE(tp_->boxes.size(), 1);
-    // Plugged back, Connect works again without a restart.
-    QVERIFY(sim_->Plug());
-    tp_->boxes.clear();
-    ConnectToDevice();
-    QVERIFY2(Connected, qPrintable(tp_->prompts().join("|")));
-    QVERIFY(tp_->boxes.isEmpty());
 }
 
 void TestLink::rs232ConnectOverThePseudoTerminal() {

@@ -53,7 +53,6 @@ private slots:
     void brokenFiles_data();
     void brokenFiles();
     void truncatedSectionsReadZero();
-    void mutatedFilesNeverCrash();
     void csvPictures_data();
     void csvPictures();
     void csvPicturesMatchTheFormatter();
@@ -189,31 +188,6 @@ void TestMemWave::truncatedSectionsReadZero() {
     QCOMPARE(int(rec.Ch1Data[999]), 0);
     QCOMPARE(int(rec.Ch2Data[0]), 0);
     QCOMPARE(int(rec.LAData.size()), 2000);
-}
-
-void TestMemWave::mutatedFilesNeverCrash() {
-    sim::WaveformFileContent wave;
-    wave.points = 200;
-    wave.alternate = true;
-    wave.points2 = 150;
-    const QByteArray seed = simulatorFile(wave);
-    QRandomGenerator random(777);
-    MemoryView view;
-    for (int round = 0; round < 2000; ++round) {
-        QByteArray file = seed;
-        for (int e = 0; e < 1 + random.bounded(6); ++e) {
-            const int at = random.bounded(static_cast<int>(qMin<qsizetype>(file.size(), 300)));
-            if (random.bounded(4) == 0)
-                file.truncate(random.bounded(static_cast<int>(file.size())));
-            else if (at < file.size())
-                file[at] = static_cast<char>(random.bounded(256));
-            if (file.isEmpty()) break;
-        }
-        MemoryRecord rec;
-        if (LoadWaveformBytes(file, rec) != WaveformLoad::Ok) continue;
-        view.attach(rec);
-        view.pipeline(rec, PipelinePart::All); // any head's numbers draw without a fault
-    }
 }
 
 void TestMemWave::csvPictures_data() {

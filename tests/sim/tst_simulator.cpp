@@ -1,7 +1,6 @@
 // The simulated instrument from the outside: its reply spellings, the framing
 // of both transports over real channels, discard-on-new-command, the fault
 // modes, and the files it writes.
-#include "Files.h"
 #include "Simulator.h"
 
 #include <QTemporaryDir>
@@ -12,7 +11,6 @@
 #include <sys/un.h>
 #include <termios.h>
 #include <unistd.h>
-#include <zlib.h>
 
 using namespace sim;
 
@@ -108,13 +106,6 @@ std::vector<std::uint8_t> readExactly(int fd, std::size_t n, int timeoutMs = 300
     return out;
 }
 
-std::vector<std::uint8_t> slurp(const QString& path) {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return {};
-    const QByteArray b = f.readAll();
-    return std::vector<std::uint8_t>(b.begin(), b.end());
-}
-
 std::uint32_t le(const std::vector<std::uint8_t>& b, std::size_t at, int bytes) {
     std::uint32_t v = 0;
     for (int i = 0; i < bytes; ++i)
@@ -127,13 +118,9 @@ std::uint32_t le(const std::vector<std::uint8_t>& b, std::size_t at, int bytes) 
 class TestSimulator : public QObject {
     Q_OBJECT
 private slots:
-    void replySpellingsDifferFromSetWords_data();
-    void replySpellingsDifferFromSetWords();
-    void numbersWithUnitsAndProbe();
     void alternationLeavesSpeakOfTheChosenChannel();
     void digitalPackingRoundTrips();
     void keysActOnTheState();
-    void identities();
     void measurementsAndStars();
     void blockFramings();
     void usbFaceReadsLikeUsbtmc();
@@ -142,101 +129,7 @@ private slots:
     void faultLatencySilenceGarbageTruncation();
     void faultDropAndPlugBack();
     void commandLogInOrder();
-    void recordFile();
-    void waveformFiles();
 };
-
-void TestSimulator::replySpellingsDifferFromSetWords_data() {
-    QTest::addColumn<QString>("set");
-    QTest::addColumn<QString>("query");
-    QTest::addColumn<QString>("reply");
-    QTest::newRow("format") << ":TIMEBASE:FORMAT SCANNING"
-                            << ":TIMEBASE:FORMAT?"
-                            << "SCANNING";
-    QTest::newRow("format yt") << ":TIMEBASE:FORMAT YT"
-                               << ":TIMEBASE:FORMAT?"
-                               << "Y-T";
-    QTest::newRow("format xy") << ":TIMEBASE:FORMAT XY"
-                               << ":TIMEBASE:FORMAT?"
-                               << "X-Y";
-    QTest::newRow("pulse mode") << ":TRIGGER:PULSE:MODE -GREATERTHAN"
-                                << ":TRIGGER:PULSE:MODE?"
-                                << "-GREATER THAN";
-    QTest::newRow("slope mode") << ":TRIGGER:SLOPE:MODE +EQUAL"
-                                << ":TRIGGER:SLOPE:MODE?"
-                                << "+EQUAL";
-    QTest::newRow("video mode") << ":TRIGGER:VIDEO:MODE EVENfield"
-                                << ":TRIGGER:VIDEO:MODE?"
-                                << "EVEN FIELD";
-    QTest::newRow("all lines") << ":TRIGGER:VIDEO:MODE ALLlines"
-                               << ":TRIGGER:VIDEO:MODE?"
-                               << "ALL LINES";
-    QTest::newRow("standard") << ":TRIGGER:VIDEO:STANDARD PALSECAM"
-                              << ":TRIGGER:VIDEO:STANDARD?"
-                              << "PAL/SECAM";
-    QTest::newRow("sampling") << ":ACQUIRE:MODE ETIME"
-                              << ":ACQUIRE:MODE?"
-                              << "EQUAL_TIME";
-    QTest::newRow("qualifier") << ":TRIGGER:DURATION:QUALIFIER GREATERTHAN"
-                               << ":TRIGGER:DURATION:QUALIFIER?"
-                               << "GREATER THAN";
-    QTest::newRow("source") << ":TRIGGER:EDGE:SOURCE CHANNEL2"
-                            << ":TRIGGER:EDGE:SOURCE?"
-                            << "CH2";
-    QTest::newRow("digital source") << ":TRIGGER:EDGE:SOURCE DIGITAL7"
-                                    << ":TRIGGER:EDGE:SOURCE?"
-                                    << "D7";
-    QTest::newRow("threshold family") << ":LA:THRESHOLD CMOS"
-                                      << ":LA:THRESHOLD?"
-                                      << "CMOS";
-    QTest::newRow("threshold user") << ":LA:THRESHOLD 1.5v"
-                                    << ":LA:THRESHOLD?"
-                                    << "User 1.50";
-    QTest::newRow("channel display") << ":CHANNEL2:DISPLAY OFF"
-                                     << ":CHANNEL2:DISPLAY?"
-                                     << "0";
-    QTest::newRow("math") << ":MATH:DISPLAY ON"
-                          << ":MATH:DISPLAY?"
-                          << "ON";
-    QTest::newRow("unknown word keeps the old") << ":DISPLAY:GRID QUARTER"
-                                                << ":DISPLAY:GRID?"
-                                                << "FULL";
-    QTest::newRow("pattern with edge") << ":TRIGGER:PATTERN:PATTERN 65280,65535,3,1"
-                                       << ":TRIGGER:PATTERN:PATTERN?"
-                                       << "PATTERN,65280,65535,D3,Negative";
-    QTest::newRow("pattern without edge") << ":TRIGGER:DURATION:PATTERN 5,255"
-                                          << ":TRIGGER:DURATION:PATTERN?"
-                                          << "DURATION,5,255,None,Positive";
-}
-
-void TestSimulator::replySpellingsDifferFromSetWords() {
-    QFETCH(QString, set);
-    QFETCH(QString, query);
-    QFETCH(QString, reply);
-    Instrument instrument;
-    QCOMPARE(instrument.Process(set.toStdString()).kind, Reply::Kind::None);
-    QCOMPARE(QString::fromStdString(text(instrument.Process(query.toStdString()))), reply);
-}
-
-void TestSimulator::numbersWithUnitsAndProbe() {
-    Instrument i;
-    i.Process(":TIMEBASE:SCALE 10.00us");
-    QCOMPARE(text(i.Process(":TIMEBASE:SCALE?")), std::string("1.000000e-05"));
-    i.Process(":TRIGGER:EDGE:SENSITIVITY 0.10div");
-    QCOMPARE(text(i.Process(":TRIGGER:EDGE:SENSITIVITY?")), std::string("1.000000e-01"));
-    i.Process(":TRIGGER:HOLDOFF 2.500E-9");
-    QCOMPARE(text(i.Process(":TRIGGER:HOLDOFF?")), std::string("2.500000e-09"));
-    i.Process(":CHANNEL1:OFFSET -200000000.0nv");
-    QCOMPARE(text(i.Process(":CHANNEL1:OFFSET?")), std::string("-2.000000e-01"));
-    // The scale is set at 1X and read at the probe.
-    i.Process(":CHANNEL1:PROBE 10");
-    i.Process(":CHANNEL1:SCALE 1.00V");
-    QCOMPARE(text(i.Process(":CHANNEL1:SCALE?")), std::string("1.000000e+01"));
-    QCOMPARE(text(i.Process(":CHANNEL1:PROBE?")), std::string("1.000000e+01"));
-    QCOMPARE(text(i.Process(":ACQUIRE:AVERAGES?")), std::string("16"));
-    QCOMPARE(text(i.Process(":WAVEFORM:SYSMEMSIZE?")), std::string("4000"));
-    QCOMPARE(i.Process(":NOT:A:COMMAND?").kind, Reply::Kind::None);
-}
 
 void TestSimulator::alternationLeavesSpeakOfTheChosenChannel() {
     Instrument i;
@@ -294,20 +187,6 @@ void TestSimulator::keysActOnTheState() {
     i.Process(":AUTO"); // some periods of the 1 kHz sine on the twelve divisions
     QCOMPARE(text(i.Process(":TIMEBASE:SCALE?")), std::string("5.000000e-04"));
     QCOMPARE(text(i.Process(":CHANNEL1:SCALE?")), std::string("5.000000e-01"));
-}
-
-void TestSimulator::identities() {
-    QCOMPARE(Instrument().Process("*IDN?").data.size(),
-             std::string("VEXOR TECHNOLOGIES,NQ4102CD,SIM0000001,00.01.06").size());
-    const std::string idn = text(Instrument().Process("*IDN?"));
-    QCOMPARE(idn[25], 'C'); // the 26th character tells a colour screen
-    QCOMPARE(text(Instrument(Identity::Mono()).Process("*IDN?"))[25], 'M');
-    QVERIFY(Identity().digital());
-    QVERIFY(!Identity::WithoutDigital().digital());
-    QCOMPARE(text(Instrument(Identity::OtherMaker()).Process("*IDN?")).substr(0, 17),
-             std::string("ACME INSTRUMENTS,"));
-    QCOMPARE(Instrument(Identity::Empty()).Process("*IDN?").kind, Reply::Kind::Text);
-    QVERIFY(Instrument(Identity::Empty()).Process("*IDN?").data.empty());
 }
 
 void TestSimulator::measurementsAndStars() {
@@ -481,86 +360,6 @@ void TestSimulator::commandLogInOrder() {
     QVERIFY(log[0].seconds <= log[2].seconds);
     i.ClearLog();
     QVERIFY(i.Log().empty());
-}
-
-void TestSimulator::recordFile() {
-    QTemporaryDir dir;
-    RecordFileContent plan;
-    plan.channel = 2;
-    plan.frames = 7;
-    plan.voltsPerDiv = 0.2;
-    plan.offsetRows = -10;
-    plan.secondsPerDiv = 1e-3;
-    plan.delaySeconds = -2e-3;
-    const QString path = dir.filePath("r.rcd");
-    std::string error;
-    QVERIFY2(WriteRecordFile(path.toStdString(), plan, &error), error.c_str());
-    const auto b = slurp(path);
-    QVERIFY(b.size() > 56);
-    QCOMPARE(le(b, 0, 2), 0xBABAu);
-    QCOMPARE(le(b, 8, 4), 1u);       // source CH2
-    QCOMPARE(le(b, 16, 2), 1u);      // first frame
-    QCOMPARE(le(b, 18, 2), 7u);      // last frame
-    QCOMPARE(int(b[30]), 1);         // CH2 valid
-    QCOMPARE(le(b, 32, 4), 200000u); // microvolts per division
-    QCOMPARE(qint16(le(b, 36, 2)), qint16(-10));
-    QCOMPARE(qint64(le(b, 40, 4)) | qint64(le(b, 44, 4)) << 32, qint64(1000000000));
-    QCOMPARE(qint32(le(b, 48, 4)), qint32(-2000000000)); // low word of -2e9 ps
-    std::vector<std::uint8_t> frames(7 * 1024 + 100);
-    uLongf size = static_cast<uLongf>(frames.size());
-    QCOMPARE(uncompress(frames.data(), &size, b.data() + 56, static_cast<uLong>(b.size() - 56)),
-             Z_OK);
-    QCOMPARE(size, uLongf(7 * 1024));
-    for (int n = 0; n < 7; ++n)
-        for (int k = 0; k < 300; ++k) {
-            const int v = frames[static_cast<std::size_t>(n * 1024 + 214 + k)];
-            QVERIFY(v >= 25 && v <= 224);
-        }
-}
-
-void TestSimulator::waveformFiles() {
-    QTemporaryDir dir;
-    std::string error;
-    WaveformFileContent plan;
-    plan.points = 1000;
-    const QString current = dir.filePath("c.wfm");
-    QVERIFY(WriteWaveformFile(current.toStdString(), plan, &error));
-    auto b = slurp(current);
-    QCOMPARE(le(b, 0, 2), 0xA5A5u);
-    QCOMPARE(le(b, 28, 4), 1000u);
-    QCOMPARE(int(b[49]), 1);
-    QCOMPARE(int(b[73]), 1);
-    QCOMPARE(int(b[120]), 1);
-    QCOMPARE(b.size(),
-             std::size_t(272 + 4 + 1000 + 1000 + 2 * 1000)); // CH1, CH2, two bytes a point
-
-    plan.points = 600000; // above 524288: one byte a digital point
-    plan.ch1 = false;
-    QVERIFY(WriteWaveformFile(current.toStdString(), plan, &error));
-    QCOMPARE(slurp(current).size(), std::size_t(272 + 4 + 600000 + 600000));
-
-    WaveformFileContent older;
-    older.olderHead = true;
-    older.points = 500;
-    older.ch2 = false;
-    const QString old = dir.filePath("o.wfm");
-    QVERIFY(WriteWaveformFile(old.toStdString(), older, &error));
-    b = slurp(old);
-    QCOMPARE(le(b, 0, 2), 0xA5A1u);
-    QCOMPARE(b.size(), std::size_t(252 + 4 + 500)); // no digital section in an older file
-    QCOMPARE(int(b[120]), 0);                       // trigger mode, at its older place
-
-    WaveformFileContent alternate;
-    alternate.alternate = true;
-    alternate.points = 800;
-    alternate.points2 = 400;
-    alternate.digital = false;
-    const QString alt = dir.filePath("a.wfm");
-    QVERIFY(WriteWaveformFile(alt.toStdString(), alternate, &error));
-    b = slurp(alt);
-    QCOMPARE(int(b[142]), 4);
-    QCOMPARE(le(b, 232, 4), 400u);
-    QCOMPARE(b.size(), std::size_t(272 + 4 + 800 + 400));
 }
 
 QTEST_GUILESS_MAIN(TestSimulator)
