@@ -4,7 +4,8 @@
 set -euo pipefail
 
 packages=(
-  g++ cmake make pkg-config
+  g++ cmake make pkg-config ccache
+  locales                                # de_DE source for the comma-locale test runs
   qt6-base-dev qt6-serialport-dev libgl-dev
   zlib1g-dev libfftw3-dev qt6-svg-dev
   qt6-translations-l10n                  # Qt's own dialogs in Chinese

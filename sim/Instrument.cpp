@@ -69,8 +69,8 @@ double ParseNumberWithUnit(const std::string& text, bool* ok) {
     const char* begin = text.c_str();
     while (*begin == ' ')
         ++begin;
-    char* end = nullptr;
-    double v = std::strtod(begin, &end);
+    const char* end = nullptr;
+    double v = LeadingNumber(begin, begin + std::strlen(begin), &end);
     if (end == begin) {
         if (ok) *ok = false;
         return 0;
@@ -97,10 +97,28 @@ double ParseNumberWithUnit(const std::string& text, bool* ok) {
     }
 }
 
+std::string NumberText(double v, std::chars_format format, int precision) {
+    char buffer[64];
+    const auto r = std::to_chars(buffer, buffer + sizeof buffer, v, format, precision);
+    return std::string(buffer, r.ptr);
+}
+
+double LeadingNumber(const char* begin, const char* end, const char** stop) {
+    const char* p = begin;
+    bool negative = false;
+    if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
+    double v = 0;
+    const auto r = std::from_chars(p, end, v);
+    if (r.ec == std::errc::invalid_argument) {
+        *stop = begin;
+        return 0;
+    }
+    *stop = r.ptr;
+    return negative ? -v : v;
+}
+
 std::string FloatText(double v) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.6e", v);
-    return buffer;
+    return NumberText(v, std::chars_format::scientific, 6);
 }
 
 namespace {
@@ -440,9 +458,7 @@ Reply Instrument::dispatch(const std::string& header, const std::string& arg, bo
                 bool ok = false;
                 const double v = ParseNumberWithUnit(arg, &ok);
                 if (ok) {
-                    char buffer[32];
-                    std::snprintf(buffer, sizeof buffer, "User %.2f", v);
-                    value(header) = buffer;
+                    value(header) = "User " + NumberText(v, std::chars_format::fixed, 2);
                 }
             }
             return {};

@@ -4,6 +4,7 @@
 // line feed) and frames what comes back.
 #include "Signal.h"
 
+#include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -129,5 +130,10 @@ private:
 // A number text with an optional unit: "10.00us", "1.00V", "0.10div", "2.5E-9".
 double ParseNumberWithUnit(const std::string& text, bool* ok = nullptr);
 std::string FloatText(double v); // "%.6e"
+// Number text of the instrument, never the PC's locale: the point always.
+std::string NumberText(double v, std::chars_format format, int precision);
+// The number at the start of [begin, end) (a sign allowed); *stop is where it
+// ended, begin when there was none.
+double LeadingNumber(const char* begin, const char* end, const char** stop);
 
 } // namespace sim

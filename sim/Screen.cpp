@@ -1,5 +1,7 @@
 #include "Screen.h"
 
+#include "Instrument.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -73,9 +75,7 @@ std::string engineering(double v, const char* unit) {
         m /= 1000;
         ++p;
     }
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.3g%s%s", m, prefixes[p], unit);
-    return buffer;
+    return NumberText(m, std::chars_format::general, 3) + prefixes[p] + unit;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "Signal.h"
 
+#include "Instrument.h"
+
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
@@ -59,13 +61,14 @@ bool Generator::parse(const std::string& text, Generator& out) {
         g.shape = Shape::Dc;
     else
         return false;
-    try {
-        if (parts.size() > 1) g.frequency = std::stod(parts[1]);
-        if (parts.size() > 2) g.amplitude = std::stod(parts[2]);
-        if (parts.size() > 3) g.offset = std::stod(parts[3]);
-    } catch (...) {
-        return false;
-    }
+    auto number = [](const std::string& text, double& out) {
+        const char* stop = nullptr;
+        out = LeadingNumber(text.data(), text.data() + text.size(), &stop);
+        return stop == text.data() + text.size() && !text.empty();
+    };
+    if (parts.size() > 1 && !number(parts[1], g.frequency)) return false;
+    if (parts.size() > 2 && !number(parts[2], g.amplitude)) return false;
+    if (parts.size() > 3 && !number(parts[3], g.offset)) return false;
     if (g.frequency < 0 || parts.size() > 4) return false;
     out = g;
     return true;

@@ -907,7 +907,7 @@ CtrlDialog::CtrlDialog(const CtrlRowMatch& row, const CtrlDialogLayout& layout, 
         connect(Combo_, &QComboBox::currentTextChanged, this, [this](const QString& text) {
             static const QHash<QString, QString> fixed = {
                 {"TTL", "1.4"}, {"ECL", "-1.3"}, {"CMOS", "2.5"}};
-            inputTxt_->setText(fixed.value(text, "1.0"));
+            inputTxt_->setText(ShownForm(fixed.value(text, "1.0")));
             inputTxt_->setReadOnly(fixed.contains(text));
         });
     }

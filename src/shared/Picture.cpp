@@ -3,8 +3,8 @@
 #include "platform/Faults.h"
 
 #include <QLocale>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -25,9 +25,12 @@ Decimal decimalForm(double magnitude, int significant) {
         d.point = 1;
         return d;
     }
+    // to_chars never consults the C library's locale: the point and the
+    // digits are the same under a comma locale.
     char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%.*e", significant - 1, magnitude);
-    const std::string text(buffer);
+    const auto written = std::to_chars(buffer, buffer + sizeof buffer, magnitude,
+                                       std::chars_format::scientific, significant - 1);
+    const std::string text(buffer, written.ptr);
     const std::size_t e = text.find('e');
     for (std::size_t i = 0; i < e; ++i)
         if (text[i] != '.') d.digits += text[i];
@@ -233,7 +236,10 @@ double Val(const QString& text) {
         }
         if (expDigit) s += exponent;
     }
-    const double v = std::strtod(s.c_str(), nullptr);
+    double v = 0;
+    const char* begin = s.data() + (s[0] == '+' ? 1 : 0); // from_chars takes no plus sign
+    const auto read = std::from_chars(begin, s.data() + s.size(), v);
+    if (read.ec == std::errc::result_out_of_range) return 0;
     return std::isfinite(v) ? v : 0;
 }
 

@@ -9,6 +9,7 @@
 #include "shared/AppIdentity.h"
 #include "shared/FileFunc.h"
 #include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
 #include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
@@ -103,6 +104,9 @@ public:
     }
     float f32() { return real<float>(); }
     double f64() { return real<double>(); }
+    // Bytes not read yet: every value takes at least one (its delimiter), so
+    // a count above this is a lie of the file, refused before any allocation.
+    qint64 remaining() const { return end_ - p_; }
     double progress(qsizetype total) const {
         return total > 0 ? 1.0 - double(end_ - p_) / total : 1;
     }
@@ -156,6 +160,9 @@ private:
 struct Write {
     SheetWriter& w;
     void str(const QString& s) { w.str(s); }
+    // A display text of a number ("2,00V" under a comma locale): the file
+    // keeps the point, so a sheet reads the same on every machine.
+    void value(const QString& s) { w.str(PointForm(s)); }
     void boolean(bool b) { w.boolean(b); }
     template <typename T> void integer(T v) { w.integer(v); }
     void f32(float v) { w.f32(v); }
@@ -164,6 +171,7 @@ struct Write {
 struct Read {
     SheetReader& r;
     void str(QString& s) { s = r.str(); }
+    void value(QString& s) { s = ShownForm(r.str()); }
     void boolean(bool& b) { b = r.boolean(); }
     template <typename T> void integer(T& v) { v = r.integer<T>(); }
     void f32(float& v) { v = r.f32(); }
@@ -221,8 +229,9 @@ template <typename IO, typename Rec> void waveFields(IO& io, Rec& r) {
     io.integer(r.Int44);
     for (auto* s :
          {&r.Ch1Offset, &r.Ch2Offset, &r.Ch1Scale, &r.Ch2Scale, &r.TimeScale, &r.TimeOffset,
-          &r.AltTimeScale1, &r.AltTimeScale2, &r.AltTimeOffset1, &r.AltTimeOffset2, &r.Date})
-        io.str(*s);
+          &r.AltTimeScale1, &r.AltTimeScale2, &r.AltTimeOffset1, &r.AltTimeOffset2})
+        io.value(*s);
+    io.str(r.Date);
     io.integer(r.ActiveChannel);
     for (auto* b :
          {&r.ColorDisplay, &r.GridOn, &r.SplitScreen, &r.BestFit, &r.Flag142, &r.SelCh1, &r.SelCh2,
@@ -265,7 +274,7 @@ template <typename IO, typename Rec> void measureSection(IO& io, Rec& r) {
     io.str(r.SettingText);
     if (!r.Loaded) return;
     for (auto& item : r.Items) {
-        io.str(item.Text);
+        io.value(item.Text);
         io.boolean(item.LimitEnabled);
         io.f64(item.OverLimit);
         io.f64(item.UnderLimit);
@@ -285,10 +294,10 @@ template <typename IO, typename Rec> void recordFields(IO& io, Rec& r) {
     io.integer(r.Status);
     io.integer(r.CurrentFrame);
     io.boolean(r.Loop);
-    io.str(r.TimeDiv);
-    io.str(r.Delay);
-    io.str(r.VoltDiv);
-    io.str(r.Offset);
+    io.value(r.TimeDiv);
+    io.value(r.Delay);
+    io.value(r.VoltDiv);
+    io.value(r.Offset);
     io.f64(r.IntervalSeconds);
 }
 
@@ -334,7 +343,7 @@ void memoryFields(IO& io, Rec& r, bool& reserved, QString& reservedText, float& 
     io.integer(r.PointsMain);
     io.integer(r.Points1);
     io.integer(r.Points2);
-    for (auto* f : {&r.CaptureOffset1, &r.CaptureOffset2, &reservedFloat, &reservedFloat,
+    for (auto* f : {&r.CaptureOffset1, &r.CaptureOffset2, &r.CaptureScale1, &r.CaptureScale2,
                     &reservedFloat, &reservedFloat})
         io.f32(*f);
     io.integer(r.ScreenStart);
@@ -355,6 +364,7 @@ void writeArray(SheetWriter& w, const std::vector<std::int16_t>& a) {
 template <typename T> void readArray(SheetReader& r, std::vector<T>& a, std::int64_t bound) {
     const auto n = r.integer<std::int32_t>();
     if (n < 0 || n > bound) throw SheetFault("Overflow");
+    if (n > r.remaining()) throw SheetFault("Input past end of file");
     a.assign(static_cast<std::size_t>(n), 0);
     for (auto& v : a)
         v = r.integer<T>();
@@ -362,6 +372,27 @@ template <typename T> void readArray(SheetReader& r, std::vector<T>& a, std::int
 
 constexpr std::int64_t kMemoryArrayBound = 2100001 * 2;
 constexpr std::int64_t kRecordSamplesBound = 2100001;
+
+// The point counts of a memory wave must be what its arrays hold: a count
+// read from the file drives the viewer and the CSV's row count.
+void checkMemoryCounts(const MemoryRecord& m) {
+    auto within = [](std::int32_t points, const std::vector<std::int16_t>& data, bool valid) {
+        return points >= 0 && (!valid || points <= static_cast<std::int64_t>(data.size()));
+    };
+    auto withinLa = [&](std::int32_t points) {
+        return !m.LAValid || points <= static_cast<std::int64_t>(m.LAData.size());
+    };
+    bool ok;
+    if (!m.Alternate)
+        ok = within(m.PointsMain, m.Ch1Data, m.Ch1Valid) &&
+             within(m.PointsMain, m.Ch2Data, m.Ch2Valid) && withinLa(m.PointsMain) &&
+             (m.Ch1Valid || m.Ch2Valid || m.LAValid || m.PointsMain == 0);
+    else
+        ok = within(m.Points1, m.Ch1Data, m.Ch1Valid) && within(m.Points2, m.Ch2Data, m.Ch2Valid) &&
+             withinLa(m.Points1) && (m.Ch1Valid || m.Points1 == 0) &&
+             (m.Ch2Valid || m.Points2 == 0);
+    if (!ok) throw SheetFault("Subscript out of range");
+}
 
 } // namespace
 
@@ -474,6 +505,8 @@ SheetRead ParseSheet(const QByteArray& file, QString* error,
             d.RowCount = r.integer<std::int32_t>();
             if (!d.Loaded) continue;
             if (d.RowCount < 0 || d.RowCount > 17000) throw SheetFault("Subscript out of range");
+            if (2 * static_cast<qint64>(d.RowCount) > r.remaining())
+                throw SheetFault("Input past end of file");
             d.VoltText.assign(static_cast<std::size_t>(d.RowCount) + 1, QString());
             d.TimeText.assign(static_cast<std::size_t>(d.RowCount) + 1, QString());
             for (int row = 1; row <= d.RowCount; ++row) {
@@ -489,6 +522,7 @@ SheetRead ParseSheet(const QByteArray& file, QString* error,
             if (!rec.HasSamples) continue;
             const std::int64_t n = static_cast<std::int64_t>(rec.FrameCount) - rec.FirstFrame + 1;
             if (n < 0 || n * 1024 > kRecordSamplesBound) throw SheetFault("Subscript out of range");
+            if (n * 1024 > r.remaining()) throw SheetFault("Input past end of file");
             std::vector<std::int16_t> samples(static_cast<std::size_t>(n * 1024));
             for (auto& v : samples)
                 v = r.integer<std::int16_t>();
@@ -510,6 +544,7 @@ SheetRead ParseSheet(const QByteArray& file, QString* error,
             if (m.Ch1Valid) readArray(r, m.Ch1Data, kMemoryArrayBound);
             if (m.Ch2Valid) readArray(r, m.Ch2Data, kMemoryArrayBound);
             if (m.LAValid) readArray(r, m.LAData, kMemoryArrayBound);
+            checkMemoryCounts(m);
             if (progress) progress(static_cast<int>(r.progress(file.size()) * 100));
         }
         for (int k = 0; k < kDocKindCount; ++k)

@@ -20,7 +20,7 @@ QString ConvertTimeToStr(double seconds) {
     if (seconds >= 1e-9) return show(seconds * 1e9, "0.00", "ns");
     if (seconds >= 1e-12) return show(seconds * 1e12, "0.00", "ps");
     // Below a picosecond but above zero nothing is written: the text stays empty.
-    return seconds <= 0 ? QStringLiteral("0.000s") : QString();
+    return seconds <= 0 ? ShownForm(QStringLiteral("0.000s")) : QString();
 }
 
 QString ConvertFreqToStr(double hertz) {

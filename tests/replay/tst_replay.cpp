@@ -12,9 +12,11 @@
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 
+#include "shared/Picture.h"
 #include <QFile>
 #include <QSlider>
 #include <QToolButton>
+
 #include <QtTest>
 #include <zlib.h>
 
@@ -153,8 +155,8 @@ void TestReplay::sourceAndSelected() {
     QCOMPARE(rec.FrameCount, std::int16_t(5));
     QCOMPARE(rec.FirstFrame, std::int16_t(1));
     QCOMPARE(rec.CurrentFrame, std::int16_t(1));
-    QCOMPARE(rec.VoltDiv, channel == "CH1" ? QString("500mV") : QString("2.00V"));
-    QCOMPARE(rec.TimeDiv, QString("1.000ms"));
+    QCOMPARE(rec.VoltDiv, ShownForm(channel == "CH1" ? "500mV" : "2.00V"));
+    QCOMPARE(rec.TimeDiv, ShownForm("1.000ms"));
 }
 
 void TestReplay::invalidChannelKeepsTheOtherFields() {
