@@ -1,6 +1,7 @@
 #include "acquire/Jobs.h"
 
 #include "acquire/frmPrgress.h"
+#include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
 #include "platform/Pacing.h"
@@ -16,6 +17,7 @@ bool JobRunning = false;
 int ProgressCreep = 1;
 double ProgressTarget = 0;
 int PercentShown = 0;
+QString JobWarning;
 
 namespace {
 std::map<int, JobBody>& bodies() {
@@ -33,9 +35,25 @@ void SetJobBody(int kind, JobBody body) {
     bodies()[kind] = std::move(body);
 }
 
+namespace {
+bool g_jobFaulted = false;
+}
+
 void PerformJob() {
+    g_jobFaulted = false;
+    JobWarning.clear();
     const auto it = bodies().find(JobKind);
-    if (it != bodies().end() && it->second) platform::RunHandler("job", it->second);
+    if (it != bodies().end() && it->second) g_jobFaulted = !platform::RunHandler("job", it->second);
+}
+
+bool JobSucceeded() {
+    return !g_jobFaulted && Connected;
+}
+
+void AddJobWarning(const QString& warning) {
+    if (JobWarning.contains(warning)) return;
+    if (!JobWarning.isEmpty()) JobWarning += QLatin1Char(' ');
+    JobWarning += warning;
 }
 
 void SetProgressSteps(int steps) {

@@ -22,6 +22,15 @@ void SetJobBody(int kind, JobBody body);
 // Runs the body of JobKind (the dispatch of frmPrgress's Timer1).
 void PerformJob();
 
+// How the last job ended. A window puts the job's results in place only when
+// it succeeded (the body ran to its end without a fault and the link is still
+// up); otherwise it keeps what it showed. A job that ran but found something
+// wrong (a short block, a reply it could not read) leaves a warning for the
+// window to show.
+bool JobSucceeded();
+extern QString JobWarning;
+void AddJobWarning(const QString& warning);
+
 // The progress bar of the running job: the step is 100 / steps.
 void SetProgressSteps(int steps);
 void AdvanceProgress(); // one step, repainted, events processed

@@ -1,6 +1,7 @@
 #include "acquire/MeasureJob.h"
 
 #include "acquire/Jobs.h"
+#include "acquire/WaveJob.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Clock.h"
 #include "platform/Pacing.h"
@@ -60,6 +61,9 @@ void RunMeasureJob(int channel) {
         const QString reply = query(QueryCommand(cmd::Measure + item.word, word));
         AdvanceProgress();
         QString text;
+        bool number = false;
+        reply.trimmed().toDouble(&number);
+        if (!number && !reply.contains('*')) WarnUnreadable(QString(item.word).mid(1), reply);
         if (reply.contains('*')) {
             text = item.family == Family::Percent && (item.slot == 13 || item.slot == 14) ? reply
                                                                                           : "*****";

@@ -89,8 +89,9 @@ void RunTableJob(const QString& source) {
     CmdSend(QueryCommand(cmd::WaveformData, word));
     StartProgressCreep();
     RawSamples.fill(0);
-    ReadTraceBlock(kTraceRequest);
+    const int count = ReadTraceBlock(kTraceRequest);
     StopProgressCreep();
+    WarnShortBlock(word, count, std::min(kTraceRequest, channel ? 600 : 1200));
     std::fill(TableVoltText.begin(), TableVoltText.end(), QString());
     std::fill(TableTimeText.begin(), TableTimeText.end(), QString());
     // 9: the voltages of the channels.

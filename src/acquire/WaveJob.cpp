@@ -9,6 +9,7 @@
 #include "link/UsbFunc.h"
 #include "platform/Clock.h"
 #include "platform/Pacing.h"
+#include "shared/LoadLanguage.h"
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
 #include "shared/ValueText.h"
@@ -42,6 +43,18 @@ int copySerialBlock() {
     return count;
 }
 
+// The samples a full block of a trace kind holds.
+int expectedSamples(TraceKind kind) {
+    switch (kind) {
+    case TraceKind::Fft:
+        return 512;
+    case TraceKind::Digital:
+        return 1200;
+    default:
+        return 600;
+    }
+}
+
 // One trace: its block asked for, read, decoded; the bar advanced.
 void fetchTrace(const QString& source, TraceKind kind, int requested, const DecodeRules& rules,
                 SampleArray& out) {
@@ -49,6 +62,7 @@ void fetchTrace(const QString& source, TraceKind kind, int requested, const Deco
     StartProgressCreep();
     const int count = ReadTraceBlock(requested);
     StopProgressCreep();
+    WarnShortBlock(source, count, expectedSamples(kind));
     DecodeTrace(kind, count, rules, out);
     AdvanceProgress();
     ProgressTarget = std::min(100.0, ProgressTarget + ProgressStep());
@@ -77,6 +91,25 @@ void forceChannelsOn() {
 }
 
 } // namespace
+
+void WarnShortBlock(const QString& source, int count, int expected) {
+    if (!Connected || count >= expected) return;
+    AddJobWarning(
+        CaptionLanguage() == kLanguageChinese
+            ? QString::fromUtf8("%1: 只收到 %2/%3 个采样点。").arg(source).arg(count).arg(expected)
+            : QStringLiteral("%1: only %2 of %3 samples arrived.")
+                  .arg(source)
+                  .arg(count)
+                  .arg(expected));
+}
+
+void WarnUnreadable(const QString& what, const QString& reply) {
+    if (!Connected) return;
+    AddJobWarning(CaptionLanguage() == kLanguageChinese
+                      ? QString::fromUtf8("无法读取%1的回复 \"%2\"。").arg(what, reply.left(20))
+                      : QStringLiteral("The reply to %1 was not understood (\"%2\").")
+                            .arg(what, reply.left(20)));
+}
 
 int ReadTraceBlock(int requested) {
     if (!Connected && !Connecting) return 0;
@@ -132,8 +165,31 @@ bool ComputeSplitScreen(const QString& triggerMode, bool fftOn, int fftFullScree
     return true;
 }
 
+namespace {
+bool isNumberReply(const QString& reply) {
+    bool ok = false;
+    reply.trimmed().toDouble(&ok);
+    return ok;
+}
+
+// A scale or offset reply read through NormVolt / NormTime3; one that is not a
+// number leaves a warning instead of a silent zero.
+QString voltReply(const QString& command, const QString& what) {
+    const QString reply = query(command);
+    if (!isNumberReply(reply)) WarnUnreadable(what, reply);
+    return NormVolt(reply);
+}
+QString timeReply(const QString& command, const QString& what) {
+    const QString reply = query(command);
+    if (!isNumberReply(reply)) WarnUnreadable(what, reply);
+    return NormTime3(reply);
+}
+} // namespace
+
 void RunWaveJob(int slot) {
-    WaveRecord& rec = WaveRecords[slot];
+    // Fetched into a copy: the window's record changes only when the whole
+    // fetch ends with the link up, so a drop keeps the picture shown before.
+    WaveRecord rec = WaveRecords[slot];
     // 1, 2: run state and the math and FFT display states.
     const bool running = query(QueryCommand(cmd::TriggerStatus)) != QLatin1String("STOP");
     CtrlData.MathDisplay = onReply(query(QueryCommand(cmd::MathDisplay))) ? WordOn : WordOff;
@@ -179,18 +235,18 @@ void RunWaveJob(int slot) {
     // 10: the channels' scales and offsets.
     if (rec.ShowCh1) {
         rec.ActiveChannel = 1;
-        rec.Ch1Scale = NormVolt(query(QueryCommand(cmd::Channel1 + cmd::Scale)));
-        rec.Ch1Offset = NormVolt(query(QueryCommand(cmd::Channel1 + cmd::Offset)));
+        rec.Ch1Scale = voltReply(QueryCommand(cmd::Channel1 + cmd::Scale), "CH1 Volt/Div");
+        rec.Ch1Offset = voltReply(QueryCommand(cmd::Channel1 + cmd::Offset), "CH1 Offset");
     }
     if (rec.ShowCh2) {
         rec.ActiveChannel = 2;
-        rec.Ch2Scale = NormVolt(query(QueryCommand(cmd::Channel2 + cmd::Scale)));
-        rec.Ch2Offset = NormVolt(query(QueryCommand(cmd::Channel2 + cmd::Offset)));
+        rec.Ch2Scale = voltReply(QueryCommand(cmd::Channel2 + cmd::Scale), "CH2 Volt/Div");
+        rec.Ch2Offset = voltReply(QueryCommand(cmd::Channel2 + cmd::Offset), "CH2 Offset");
     }
     // 11: the time base, per channel under alternate trigger.
     if (rec.TriggerMode != QLatin1String("ALTERNATION")) {
-        rec.TimeScale = NormTime3(query(QueryCommand(cmd::Timebase + cmd::Scale)));
-        rec.TimeOffset = NormTime3(query(QueryCommand(cmd::Timebase + cmd::Offset)));
+        rec.TimeScale = timeReply(QueryCommand(cmd::Timebase + cmd::Scale), "Time/Div");
+        rec.TimeOffset = timeReply(QueryCommand(cmd::Timebase + cmd::Offset), "Delay");
     } else {
         CmdSend(SetCommand(cmd::AlternationSource, cmd::ArgChannel1));
         platform::Sleep(100);
@@ -232,6 +288,7 @@ void RunWaveJob(int slot) {
         fetchChannel(1, running, rec.SplitScreen, rec.Ch1Samples);
         fetchChannel(2, running, rec.SplitScreen, rec.Ch2Samples);
     }
+    if (Connected) WaveRecords[slot] = std::move(rec);
 }
 
 void RegisterWaveJob() {

@@ -22,6 +22,10 @@ constexpr int kDigitalRequest = 1201;
 // than the request less ten; on RS232 the length-prefixed payload, or 0 when
 // the wait ran out or the link went down.
 int ReadTraceBlock(int requested);
+// Warnings for the job's window: a block shorter than a full trace, a reply
+// that is not the number asked for.
+void WarnShortBlock(const QString& source, int count, int expected);
+void WarnUnreadable(const QString& what, const QString& reply);
 // ":SYSTEM:DATA?" and its block, decoded.
 SystemData ReadSystemData();
 

@@ -10,6 +10,7 @@
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "platform/Status.h"
 #include "shared/LoadLanguage.h"
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
@@ -243,6 +244,8 @@ void frmMeasure::LoadMeasure() {
     QPointer<frmMeasure> self(this);
     RunJob(kind, caption, Tag());
     if (!self) return;
+    if (!JobSucceeded()) return; // the link went: the earlier values stay
+    if (!JobWarning.isEmpty()) platform::ShowStatus(JobWarning);
     TakeCurrentMeasure(record());
     SheetDirty = true;
     DispMeasure();

@@ -3,6 +3,7 @@
 #include "platform/SafeFile.h"
 #include "shared/ValueText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -75,8 +76,13 @@ ChannelRows channelRows(const MemoryRecord& r, int channel) {
     c.dt = rate != 0 ? 1.0 / rate : 0;
     c.mid = c.n / 2.0;
     c.t0 = r.Alternate ? (one ? r.TimeOrigin1 : r.TimeOrigin2) : r.TimeOriginMain;
-    c.voltDiv = one ? r.VoltDiv1 : r.VoltDiv2;
-    const float offset = one ? r.OffsetVolt1 : r.OffsetVolt2;
+    // The capture's own scale and offset: the view's Volt/Div and drag move
+    // the picture, never the exported values. A sheet from before the scale
+    // was kept falls back to the view's values.
+    const float captureScale = one ? r.CaptureScale1 : r.CaptureScale2;
+    c.voltDiv = captureScale != 0 ? captureScale : (one ? r.VoltDiv1 : r.VoltDiv2);
+    const float offset = captureScale != 0 ? (one ? r.CaptureOffset1 : r.CaptureOffset2)
+                                           : (one ? r.OffsetVolt1 : r.OffsetVolt2);
     c.a = 100 - (c.voltDiv != 0 ? ValueToPoints(offset, c.voltDiv) : 0);
     return c;
 }
@@ -116,8 +122,14 @@ QByteArray CsvHeading(const MemoryRecord& r) {
 }
 
 std::int64_t CsvRowCount(const MemoryRecord& r) {
-    if (!r.Alternate) return r.PointsMain;
-    return std::max<std::int64_t>(r.Ch1On ? r.Points1 : 0, r.Ch2On ? r.Points2 : 0);
+    // Never more rows than the capture holds samples, whatever a count says.
+    auto held = [&](int channel, std::int64_t points) {
+        const auto& data = channel == 1 ? r.Ch1Data : r.Ch2Data;
+        const bool on = channel == 1 ? r.Ch1On != 0 : r.Ch2On != 0;
+        return on ? std::clamp<std::int64_t>(points, 0, static_cast<std::int64_t>(data.size())) : 0;
+    };
+    if (!r.Alternate) return std::max(held(1, r.PointsMain), held(2, r.PointsMain));
+    return std::max(held(1, r.Points1), held(2, r.Points2));
 }
 
 void AppendCsvRows(QByteArray& out, const MemoryRecord& r, std::int64_t from, std::int64_t to) {

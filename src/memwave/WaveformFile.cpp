@@ -96,6 +96,20 @@ int DigitalBytesPerPoint(std::int32_t points) {
     return points > kDigitalTwoBytesUpTo ? 1 : 2;
 }
 
+qint64 PromisedWaveformSize(const QByteArray& currentHead, int headSize) {
+    HeadView head;
+    head.b = currentHead.leftJustified(kWfmHeadSize, '\0', true);
+    const bool alternate = head.at<std::uint8_t>(142) == 4;
+    const qint64 points = std::max(0, head.at<std::int32_t>(28));
+    const qint64 points2 = alternate ? std::max(0, head.at<std::int32_t>(232)) : points;
+    qint64 size = headSize + 4;
+    if (head.at<std::uint8_t>(49) == 1) size += points;
+    if (head.at<std::uint8_t>(73) == 1) size += points2;
+    if (head.at<std::uint8_t>(120) == 1)
+        size += points * DigitalBytesPerPoint(static_cast<std::int32_t>(points));
+    return size;
+}
+
 WaveformLoad LoadWaveformBytes(const QByteArray& file, MemoryRecord& rec) {
     BufferSource source(file);
     return load(source, rec);
@@ -126,6 +140,9 @@ WaveformLoad load(ByteSource& source, MemoryRecord& rec) {
     // A head that promises more than the viewer can hold is not a capture.
     if (points < 0 || points > kWfmMaxPoints || points2 < 0 || points2 > kWfmMaxPoints)
         return WaveformLoad::FormatError;
+    // A head that promises more samples than the file holds is a cut or
+    // damaged file: showing the missing part as a flat line would mislead.
+    if (source.size() < PromisedWaveformSize(head.b, headSize)) return WaveformLoad::FormatError;
 
     rec.TriggerMode = alternate ? "ALTERNATION" : "EDGE";
     rec.Alternate = alternate;
@@ -134,6 +151,8 @@ WaveformLoad load(ByteSource& source, MemoryRecord& rec) {
     rec.OffsetVolt2 = static_cast<float>(PointsToValue(head.at<std::int16_t>(64), scale2));
     rec.CaptureOffset1 = rec.OffsetVolt1;
     rec.CaptureOffset2 = rec.OffsetVolt2;
+    rec.CaptureScale1 = static_cast<float>(scale1);
+    rec.CaptureScale2 = static_cast<float>(scale2);
     rec.VoltDiv1 = static_cast<float>(scale1);
     rec.VoltDiv2 = static_cast<float>(scale2);
     rec.Ch1ScaleStored = static_cast<float>(head.at<std::int32_t>(52) / 1e6);

@@ -1,8 +1,8 @@
 #pragma once
 // Deep-memory waveform files (.wfm): a head of one of two forms, four
 // skipped bytes, then the CH1, CH2 and digital sections. Read into a
-// MemoryRecord in one pass; safe on any bytes: a section the file does not
-// hold reads as zeroes, nothing is read outside the file.
+// MemoryRecord in one pass; safe on any bytes: a file shorter than its head
+// promises is a format error, nothing is read outside the file.
 #include "sheet/SheetRecords.h"
 
 #include <QByteArray>
@@ -21,6 +21,9 @@ enum class WaveformLoad { Ok, FormatError };
 QByteArray ConvertOlderHead(const QByteArray& olderHead);
 // Bytes a digital point takes for a point count.
 int DigitalBytesPerPoint(std::int32_t points);
+// The file size a head (in the current layout) promises: head, gap and the
+// sections it marks valid. A shorter file does not load.
+qint64 PromisedWaveformSize(const QByteArray& currentHead, int headSize);
 
 WaveformLoad LoadWaveformBytes(const QByteArray& file, MemoryRecord& rec);
 // Maps the file and loads it; an unreadable file is reported in *error.

@@ -263,9 +263,10 @@ bool frmOpenWaveform::LoadWaveform(const QString& path) {
     loaded.ColorDisplay = record().ColorDisplay;
     loaded.GridOn = record().GridOn;
     QString error;
-    if (LoadWaveformFile(path, loaded, &error) != WaveformLoad::Ok) {
-        record().Loaded = false;
-        if (error.isEmpty()) platform::MsgBox(MsgFileError);
+    // A file that cannot be read or does not hold what its head promises is
+    // refused with its reason; the capture shown before stays.
+    if (LoadWaveformFile(path, loaded, &error) != WaveformLoad::Ok || !loaded.Loaded) {
+        platform::MsgBox(error.isEmpty() ? MsgFileError : error);
         return false;
     }
     record() = std::move(loaded);

@@ -131,6 +131,9 @@ struct MemoryRecord {
     float OffsetVolt1 = 0, OffsetVolt2 = 0, VoltDiv1 = 0, VoltDiv2 = 0;
     float Ch1ScaleStored = 0, Ch2ScaleStored = 0; // volts a division at capture
     float CaptureOffset1 = 0, CaptureOffset2 = 0; // volts at capture
+    // Volts a division the samples were written at (the file's head); the
+    // CSV export reads the capture with these, whatever the view shows.
+    float CaptureScale1 = 0, CaptureScale2 = 0;
     std::int16_t Ch1Extra = 0, Ch2Extra = 0;
     double TimeExtra = 0;
     std::uint16_t LAEnableMask = 0;

@@ -9,6 +9,7 @@
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "platform/Status.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
 #include "shared/SoftwareSetting.h"
@@ -242,6 +243,8 @@ void frmData::LoadData() {
     const int slot = Tag();
     RunJob(kind, caption, slot);
     if (!self) return;
+    if (!JobSucceeded()) return; // the link went: the earlier table stays
+    if (!JobWarning.isEmpty()) platform::ShowStatus(JobWarning);
     DataRecord& r = record();
     r.Loaded = true;
     SheetDirty = true;

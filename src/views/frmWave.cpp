@@ -11,6 +11,7 @@
 #include "platform/MsgBox.h"
 #include "platform/Printing.h"
 #include "platform/SafeFile.h"
+#include "platform/Status.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
@@ -364,6 +365,8 @@ void frmWave::LoadData() {
     SetPercentView({});
     if (!self) return; // the window went while the job ran
     picRefreshProgress_->hide();
+    if (!JobSucceeded()) return; // the link went: the earlier picture stays
+    if (!JobWarning.isEmpty()) platform::ShowStatus(JobWarning);
     record().Loaded = true;
     SheetDirty = true;
     cmdRefresh_->setFocus();
