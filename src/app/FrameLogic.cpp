@@ -6,8 +6,11 @@
 #include "link/UsbFunc.h"
 #include "platform/MsgBox.h"
 #include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
 #include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
+
+#include <QFileInfo>
 
 std::array<QColor, 5> TraceColor;
 QString MakerName = "Vexor Technologies,Inc.";
@@ -38,6 +41,26 @@ bool QueryUnload(const std::function<bool()>& saveSheet, const std::function<boo
 void UnloadLink() {
     if (Connected) CmdSend(SetCommand(cmd::KeyLock, cmd::Disable));
     VisaCloseAll();
+}
+
+QString FrameTitle(const QString& caption) {
+    const bool chinese = CaptionLanguage() == kLanguageChinese;
+    QString document;
+    if (!SheetIncompleteFrom.isEmpty())
+        document = QFileInfo(SheetIncompleteFrom).fileName() +
+                   (chinese ? QString::fromUtf8(" (不完整)") : QStringLiteral(" (incomplete)"));
+    else if (!SheetPath.isEmpty())
+        document = QFileInfo(SheetPath).fileName();
+    else if (SheetExists())
+        document = SheetName;
+    if (document.isEmpty()) return caption;
+    return document + QStringLiteral("[*] \u2014 ") + caption;
+}
+
+QRect FirstPlace(const QRect& available) {
+    QRect placed(QPoint(0, 0), available.size() * 3 / 4);
+    placed.moveCenter(available.center());
+    return placed;
 }
 
 QRect PlaceOnScreens(const QRect& wanted, const QList<QRect>& available) {

@@ -22,6 +22,16 @@ bool QueryUnload(const std::function<bool()>& saveSheet, const std::function<boo
 // onto the first screen, shrunk to fit it.
 QRect PlaceOnScreens(const QRect& wanted, const QList<QRect>& available);
 
+// The frame's title: the open sheet's file name with "[*]" (Qt shows it as
+// "*" while the sheet is modified), then the program's caption, as desktop
+// programs name their document. A sheet whose reading stopped on an error
+// says so; a sheet not saved yet shows its name.
+QString FrameTitle(const QString& caption);
+
+// The frame's remembered place or, on a first start (no place), about three
+// quarters of the screen, centred: the size a desktop user expects.
+QRect FirstPlace(const QRect& available);
+
 // The end of the program after QueryUnload: the settings are saved by the
 // caller; this unlocks the instrument when connected and closes the link.
 void UnloadLink();

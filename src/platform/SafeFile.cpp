@@ -1,20 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/SafeFile.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
 
 namespace {
+
 QString errorText(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
 }
+
+// The file a path finally names: a symbolic link is followed to its target
+// (which may not exist yet), so writing keeps the link.
+QString followLinks(const QString& path) {
+    QString p = QFileInfo(path).absoluteFilePath();
+    for (int depth = 0; depth < 40; ++depth) {
+        const QFileInfo info(p);
+        if (!info.isSymLink()) break;
+        p = info.symLinkTarget();
+    }
+    return p;
+}
+
+// Temporaries of this target that no running writer holds (their lock is
+// free): left by a program that was killed while saving.
+void removeStaleTemporaries(const QString& target) {
+    const QFileInfo info(target);
+    const QString prefix = "." + info.fileName() + ".korvane-";
+    const QDir dir = info.absoluteDir();
+    const QStringList names =
+        dir.entryList({prefix + "??????"}, QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        const QByteArray path = QFile::encodeName(dir.filePath(name));
+        const int fd = ::open(path.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+        if (fd < 0) continue;
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0) ::unlink(path.constData());
+        ::close(fd);
+    }
+}
+
 } // namespace
+
+QString TemporaryPrefix(const QString& path) {
+    const QFileInfo info(followLinks(path));
+    return info.absolutePath() + "/." + info.fileName() + ".korvane-";
+}
 
 AtomicFileWriter::~AtomicFileWriter() {
     cancel();
@@ -29,19 +69,39 @@ bool AtomicFileWriter::fail(int error) {
 bool AtomicFileWriter::open(const QString& path) {
     cancel();
     error_.clear();
-    path_ = path;
-    const QFileInfo info(path);
-    if (info.exists() && info.isDir()) {
-        error_ = errorText(EISDIR);
-        return false;
+    direct_ = false;
+    if (path == QLatin1String("-")) {
+        std::fflush(stdout); // what the program printed before comes first
+        fd_ = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+        if (fd_ < 0) return fail(errno);
+        direct_ = true;
+        path_ = path;
+        return true;
     }
-    temporary_ = QFile::encodeName(info.absolutePath() + "/." + info.fileName() + ".XXXXXX");
-    fd_ = ::mkstemp(temporary_.data());
+    path_ = followLinks(path);
+    const QByteArray target = QFile::encodeName(path_);
+    struct stat st {};
+    if (::stat(target.constData(), &st) == 0) {
+        if (S_ISDIR(st.st_mode)) {
+            error_ = errorText(EISDIR);
+            return false;
+        }
+        if (!S_ISREG(st.st_mode)) { // a device, a FIFO: written where it is
+            fd_ = ::open(target.constData(), O_WRONLY | O_CLOEXEC);
+            if (fd_ < 0) return fail(errno);
+            direct_ = true;
+            return true;
+        }
+    }
+    removeStaleTemporaries(path_);
+    temporary_ = QFile::encodeName(TemporaryPrefix(path_) + "XXXXXX");
+    fd_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
     if (fd_ < 0) {
         error_ = errorText(errno);
         temporary_.clear();
         return false;
     }
+    ::flock(fd_, LOCK_EX); // held while written: not stale for anyone else
     return true;
 }
 
@@ -66,6 +126,19 @@ bool AtomicFileWriter::write(const char* p, qsizetype left) {
 
 bool AtomicFileWriter::commit() {
     if (fd_ < 0) return false;
+    if (direct_) {
+        // A pipe or a terminal cannot be flushed to disk; a full device has
+        // already failed its write.
+        if (::fsync(fd_) != 0 && errno != EINVAL && errno != EROFS && errno != ENOTSUP)
+            return fail(errno);
+        const int fd = fd_;
+        fd_ = -1;
+        if (::close(fd) != 0 && errno != EINTR) {
+            error_ = errorText(errno);
+            return false;
+        }
+        return true;
+    }
     if (::fsync(fd_) != 0) return fail(errno);
     // Keep the old file's permissions; a new file gets the usual ones.
     struct stat old {};
@@ -76,34 +149,30 @@ bool AtomicFileWriter::commit() {
         ::umask(mask);
         ::fchmod(fd_, 0666 & ~mask);
     }
-    const int fd = fd_;
-    fd_ = -1;
-    if (::close(fd) != 0) {
-        const int error = errno;
-        ::unlink(temporary_.constData());
-        temporary_.clear();
-        error_ = errorText(error);
-        return false;
-    }
     if (::rename(temporary_.constData(), QFile::encodeName(path_).constData()) != 0) {
         const int error = errno;
-        ::unlink(temporary_.constData());
-        temporary_.clear();
+        cancel();
         error_ = errorText(error);
         return false;
     }
     temporary_.clear();
+    const int fd = fd_; // closed after the rename: the lock is held to the end
+    fd_ = -1;
+    if (::close(fd) != 0 && errno != EINTR) {
+        error_ = errorText(errno);
+        return false;
+    }
     return true;
 }
 
 void AtomicFileWriter::cancel() {
-    if (fd_ >= 0) {
-        ::close(fd_);
-        fd_ = -1;
-    }
     if (!temporary_.isEmpty()) {
         ::unlink(temporary_.constData());
         temporary_.clear();
+    }
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
     }
 }
 

@@ -20,6 +20,7 @@
 
 bool SheetDirty = false;
 QString SheetPath;
+QString SheetIncompleteFrom;
 QString SheetName;
 
 namespace {
@@ -338,6 +339,7 @@ bool NewDataSheet() {
     closeSheet();
     SheetName = TreeLabel("Untitle");
     SheetPath.clear();
+    SheetIncompleteFrom.clear();
     addSheetRoot();
     SheetDirty = false;
     updatePresence();
@@ -468,6 +470,7 @@ void ResetDataSheet() {
     closeSheet();
     SheetName.clear();
     SheetPath.clear();
+    SheetIncompleteFrom.clear();
     SheetDirty = false;
     g_sorted = false;
     updatePresence();
@@ -500,6 +503,7 @@ std::optional<QString> sheetDialog(bool save, const QString& title) {
 bool saveTo(const QString& path) {
     if (!SaveSheet(path)) return false; // the old file stays, the sheet stays dirty
     SheetPath = path;
+    SheetIncompleteFrom.clear();
     SheetDirty = false;
     AddRecentSheet(path);
     return true;
@@ -558,6 +562,7 @@ void RestoreWindows() {
 void OpenDataSheet(const QString& path) {
     if (!AskToSaveSheetChanges()) return;
     closeSheet();
+    SheetIncompleteFrom.clear();
     SheetPath = path;
     SheetName.clear();
     const SheetRead result = ReadSheet(path);
@@ -568,6 +573,12 @@ void OpenDataSheet(const QString& path) {
         return;
     }
     if (result == SheetRead::Ok) AddRecentSheet(path);
+    if (result == SheetRead::Stopped) {
+        // What was read is shown, but it is not the file: Save must never
+        // overwrite the whole file with the part, so it asks for a name.
+        SheetPath.clear();
+        SheetIncompleteFrom = path;
+    }
     RestoreWindows();
     SheetDirty = false;
 }

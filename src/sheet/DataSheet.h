@@ -17,6 +17,9 @@ constexpr int kDocKindCount = 5;
 
 extern bool SheetDirty;
 extern QString SheetPath;
+// The file a sheet was partly read from when its reading stopped on an
+// error; the sheet is then bound to no file. Empty otherwise.
+extern QString SheetIncompleteFrom;
 extern QString SheetName;
 
 struct DocKindInfo {

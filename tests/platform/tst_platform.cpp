@@ -5,7 +5,16 @@
 #include "platform/EndSignals.h"
 #include "platform/Faults.h"
 #include "platform/Pacing.h"
+#include "platform/SafeFile.h"
 #include "platform/Settings.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 #include <QFile>
 #include <QtTest>
@@ -27,6 +36,9 @@ private slots:
     void fixedArrayRefusesOutOfBoundsIndexes();
     void handlerGuardEndsOnlyTheHandler();
     void sleepKeepsOrderButNotTimeAtScaleZero();
+    void safeWriterTargets_data();
+    void safeWriterTargets();
+    void safeWriterRemovesOnlyStaleTemporaries();
 };
 
 void TestPlatformSeams::settingsRoundTripThroughTheRealFile() {
@@ -181,6 +193,95 @@ void TestPlatformSeams::endSignalsReachTheEventLoop() {
         ::raise(s); // the process goes on: the handler only notes it
     QTRY_COMPARE(received, (QList<int>{SIGTERM, SIGINT, SIGHUP}));
     platform::RemoveEndSignals();
+}
+
+// What each kind of path becomes after a save: a regular file is replaced
+// with its mode kept, a symbolic link still links to the new content, a FIFO
+// is written through, /dev/full fails with its error.
+void TestPlatformSeams::safeWriterTargets_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("new file") << "new";
+    QTest::newRow("regular file, mode 0640") << "regular";
+    QTest::newRow("symbolic link") << "link";
+    QTest::newRow("FIFO") << "fifo";
+    QTest::newRow("full device") << "full";
+}
+
+void TestPlatformSeams::safeWriterTargets() {
+    QFETCH(QString, kind);
+    QTemporaryDir dir;
+    const QString path = dir.filePath("out.txt");
+    const QString target = dir.filePath("target.txt");
+    const QByteArray data = "new content\n";
+    auto read = [](const QString& p) {
+        QFile f(p);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
+    };
+    if (kind == "new") {
+        QCOMPARE(WriteFileAtomically(path, data), QString());
+        QCOMPARE(read(path), data);
+    } else if (kind == "regular") {
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("old");
+        f.close();
+        QVERIFY(::chmod(QFile::encodeName(path).constData(), 0640) == 0);
+        QCOMPARE(WriteFileAtomically(path, data), QString());
+        QCOMPARE(read(path), data);
+        struct stat st {};
+        QVERIFY(::stat(QFile::encodeName(path).constData(), &st) == 0);
+        QCOMPARE(int(st.st_mode & 0777), 0640);
+    } else if (kind == "link") {
+        QFile f(target);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.close();
+        QVERIFY(QFile::link(target, path));
+        QCOMPARE(WriteFileAtomically(path, data), QString());
+        QVERIFY(QFileInfo(path).isSymLink());
+        QCOMPARE(read(target), data);
+    } else if (kind == "fifo") {
+        QVERIFY(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
+        QByteArray got;
+        std::thread reader([&] { got = read(path); });
+        QCOMPARE(WriteFileAtomically(path, data), QString());
+        reader.join();
+        QCOMPARE(got, data);
+        struct stat st {};
+        QVERIFY(::stat(QFile::encodeName(path).constData(), &st) == 0 && S_ISFIFO(st.st_mode));
+    } else if (kind == "full") {
+        if (!QFileInfo::exists("/dev/full")) QSKIP("no /dev/full here");
+        QCOMPARE(WriteFileAtomically("/dev/full", data), QString::fromLocal8Bit(strerror(ENOSPC)));
+    }
+    // Nothing is left beside the target.
+    QCOMPARE(
+        QDir(dir.path()).entryList(QDir::Files | QDir::Hidden | QDir::System).filter("korvane"),
+        QStringList());
+}
+
+// A killed save leaves its temporary; the next save of that target removes
+// it, but never a temporary that a running save still holds.
+void TestPlatformSeams::safeWriterRemovesOnlyStaleTemporaries() {
+    QTemporaryDir dir;
+    const QString path = dir.filePath("big.csv");
+    const QString prefix = TemporaryPrefix(path);
+    QVERIFY(prefix.endsWith("/.big.csv.korvane-"));
+    QFile stale(prefix + "AAAAAA");
+    QVERIFY(stale.open(QIODevice::WriteOnly));
+    stale.write("left by a killed export");
+    stale.close();
+    const QByteArray held = QFile::encodeName(prefix + "BBBBBB");
+    const int fd = ::open(held.constData(), O_RDWR | O_CREAT, 0600);
+    QVERIFY(fd >= 0 && ::flock(fd, LOCK_EX) == 0);
+    const QString other = dir.filePath(".other.csv.korvane-CCCCCC"); // another target's
+    QFile otherFile(other);
+    QVERIFY(otherFile.open(QIODevice::WriteOnly));
+    otherFile.close();
+
+    QCOMPARE(WriteFileAtomically(path, "x"), QString());
+    QVERIFY(!QFileInfo::exists(prefix + "AAAAAA"));
+    QVERIFY(QFileInfo::exists(QFile::decodeName(held)));
+    QVERIFY(QFileInfo::exists(other));
+    ::close(fd);
 }
 
 QTEST_GUILESS_MAIN(TestPlatformSeams)

@@ -3,8 +3,11 @@
 // old file, and reopening with windows.
 #include "TestPlatform.h"
 
+#include "app/FrameLogic.h"
+#include "memwave/CsvExport.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
 #include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
@@ -19,6 +22,10 @@
 #include <sys/resource.h>
 
 namespace {
+
+std::int64_t CsvRows(const MemoryRecord& r) {
+    return CsvRowCount(r);
+}
 
 // A sheet holding every kind of document, with data.
 void fillEverything() {
@@ -107,6 +114,10 @@ private slots:
     void fullDiskKeepsTheOldFile();
     void gbkTextIsRead();
     void reopenBringsWindowsBackClean();
+    void handWrittenFieldsLandInTheirPlaces();
+    void lyingCountsStopTheRead_data();
+    void lyingCountsStopTheRead();
+    void aDamagedOpenIsNotBoundToItsFile();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -308,6 +319,107 @@ void TestSheetFile::reopenBringsWindowsBackClean() {
         QVERIFY(DocForm(k, 0) != nullptr);
     QVERIFY(!SheetDirty);
     QCOMPARE(SheetPath, path);
+}
+
+// A file written by hand, line by line from the format's description, so a
+// field moved in both the writer and the reader is caught.
+void TestSheetFile::handWrittenFieldsLandInTheirPlaces() {
+    QStringList lines = {"\"Vexor Technologies,Inc. NQ4000L Data Sheet\"", "\"Bench\"", "0", "1",
+                         "1", "0", "0", // wave, measure, data, record, memory counts
+                         // measure: name, loaded, setting line, 18 x (text, enabled, over, under)
+                         "\"M0\"", "#TRUE#", "\"CH1 1.00V\""};
+    for (int slot = 0; slot < 18; ++slot)
+        lines << QString("\"%1.5V\"").arg(slot) << (slot == 3 ? "#TRUE#" : "#FALSE#")
+              << QString::number(slot + 100) << QString::number(-slot);
+    lines << "\"D0\""
+          << "#TRUE#"
+          << "\"CH2 title\""
+          << "2" // data: name, loaded, title, rows
+          << "\"1.00E+00\""
+          << "\"-6.00E-03\""
+          << "\"-5.00E-01\""
+          << "\"-5.98E-03\"";
+    QString error;
+    QCOMPARE(ParseSheet((lines.join("\r\n") + "\r\n").toUtf8(), &error), SheetRead::Ok);
+    QCOMPARE(SheetName, QString("Bench"));
+    const MeasureRecord& m = MeasureRecords[0];
+    QCOMPARE(m.Name, QString("M0"));
+    QCOMPARE(m.SettingText, QString("CH1 1.00V"));
+    for (int slot = 0; slot < 18; ++slot) {
+        const MeasureItem& item = m.Items[static_cast<std::size_t>(slot)];
+        QCOMPARE(PointForm(item.Text), QString("%1.5V").arg(slot));
+        QCOMPARE(item.LimitEnabled, slot == 3);
+        QCOMPARE(item.OverLimit, double(slot + 100));
+        QCOMPARE(item.UnderLimit, double(-slot));
+    }
+    const DataRecord& d = DataRecords[0];
+    QCOMPARE(d.Title, QString("CH2 title"));
+    QCOMPARE(d.RowCount, 2);
+    QCOMPARE(d.VoltText[2], QString("-5.00E-01"));
+    QCOMPARE(d.TimeText[1], QString("-6.00E-03"));
+    // Written back, the same lines.
+    QCOMPARE(QString::fromUtf8(SheetBytes()), lines.join("\r\n") + "\r\n");
+}
+
+// Counts that promise more than the file holds stop the read at once; none
+// becomes a row count or an allocation.
+void TestSheetFile::lyingCountsStopTheRead_data() {
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("error");
+    fillEverything();
+    const QByteArray good = SheetBytes();
+    const QByteArray memoryFrom = "\"" + MemoryRecords[0].Name.toUtf8() + "\"";
+    const qsizetype memory = good.indexOf(memoryFrom);
+    QVERIFY(memory > 0);
+    // The memory wave's point count made larger than its arrays.
+    MemoryRecords[0].PointsMain = 2147483647;
+    const QByteArray points = SheetBytes();
+    QTest::newRow("memory points beyond its arrays") << points << "Subscript out of range";
+    // A data table whose rows the file does not hold.
+    QByteArray rows = good.left(good.indexOf("\"" + DataRecords[0].Name.toUtf8() + "\""));
+    rows += "\"D\"\r\n#TRUE#\r\n\"t\"\r\n16000\r\n\"1\"\r\n";
+    QTest::newRow("table rows beyond the file") << rows << "Input past end of file";
+    // A memory array count beyond the file (566 bytes promising millions).
+    QByteArray array = good.left(memory);
+    QTest::newRow("cut before the memory wave") << array << "Input past end of file";
+}
+
+void TestSheetFile::lyingCountsStopTheRead() {
+    QFETCH(QByteArray, file);
+    QFETCH(QString, error);
+    ResetDataSheet();
+    QString got;
+    QCOMPARE(ParseSheet(file, &got), SheetRead::Stopped);
+    QCOMPARE(got, error);
+    for (int i = 0; i < DocCount(DocKind::MemoryWave); ++i)
+        QVERIFY(CsvRows(MemoryRecords[i]) <= 2100001);
+}
+
+void TestSheetFile::aDamagedOpenIsNotBoundToItsFile() {
+    fillEverything();
+    const QString path = tp_->tempPath("damaged.ult");
+    QByteArray bytes = SheetBytes();
+    // The data section's loaded flag made a wrong value: "Type mismatch"
+    // after the waves and the measure are read.
+    const qsizetype data = bytes.indexOf("\"" + DataRecords[0].Name.toUtf8() + "\"");
+    bytes.replace(bytes.indexOf("#TRUE#", data), 6, "maybe!");
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+    f.close();
+    ResetDataSheet();
+    OpenDataSheet(path);
+    QCOMPARE(tp_->boxes.size(), 1);
+    QVERIFY(SheetExists());
+    QVERIFY(SheetPath.isEmpty());
+    QCOMPARE(SheetIncompleteFrom, path);
+    QVERIFY(FrameTitle("Korvane").startsWith("damaged.ult (incomplete)"));
+    // Save asks for a name; cancelled, the file is untouched.
+    tp_->chosenPaths = {std::nullopt};
+    QVERIFY(!SaveDataSheet());
+    QCOMPARE(tp_->fileDialogs.size(), 1);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll(), bytes);
 }
 
 QTEST_MAIN(TestSheetFile)
