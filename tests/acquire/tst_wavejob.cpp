@@ -270,11 +270,22 @@ void TestWaveJob::mathOffDropsTheMathSource() {
 }
 
 void TestWaveJob::fftFetchedInsteadOfMath() {
+    link_->instrument().Process(":STOP"); // a frozen screen: the same block twice
     link_->instrument().Process(":MATH:DISPLAY ON");
     link_->instrument().Process(":FFT:DISPLAY ON");
     runJob(false, false, true, false);
     QCOMPARE(jobCommands().filter(":WAVEFORM:DATA?"), (QStringList{":WAVEFORM:DATA? FFT"}));
     QCOMPARE(WaveRecords[0].FFTDisplay, WordOn);
+    // The samples kept are the block's payload, decoded, from its first byte
+    // on (a header left in front would shift them).
+    const sim::Reply block = link_->instrument().Process(":WAVEFORM:DATA? FFT");
+    QCOMPARE(int(block.data.size()), 512);
+    DecodeRules rules;
+    rules.splitScreen = WaveRecords[0].SplitScreen;
+    for (int i = 1; i <= 512; ++i)
+        QCOMPARE(WaveRecords[0].FFTSamples[i],
+                 DecodeSample(TraceKind::Fft, block.data[static_cast<std::size_t>(i - 1)], rules));
+    QCOMPARE(WaveRecords[0].FFTSamples[513], 0);
 }
 
 void TestWaveJob::serialFetchGivesTheSameSamples() {

@@ -21,6 +21,7 @@
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/StringRES.h"
+#include "shared/ValueText.h"
 
 #include <QApplication>
 #include <QRegularExpression>
@@ -514,6 +515,29 @@ void TestExchange::autoSetWaitsThenReadsAll() {
 void TestExchange::measureJobFillsTheSlots() {
     CmdSend(":TIMEBASE:SCALE 500us");
     QVERIFY(RunJob(1, "Measure Data Loading..."));
+    // Every slot holds its own measure's answer (the slot table written out
+    // here from the slot order, so two answers swapped in the job fail).
+    struct SlotQuery {
+        int slot;
+        const char* word;
+        char family; // v volt, t time, f frequency, p percent
+    };
+    const SlotQuery measures[18] = {
+        {0, "VPP", 'v'},       {1, "VMAX", 'v'},        {2, "VMIN", 'v'},
+        {3, "VAVERAGE", 'v'},  {15, "VAMPLITUDE", 'v'}, {4, "VTOP", 'v'},
+        {5, "VBASE", 'v'},     {6, "VRMS", 'v'},        {13, "OVERSHOOT", 'p'},
+        {14, "PRESHOOT", 'p'}, {7, "FREQUENCY", 'f'},   {8, "RISETIME", 't'},
+        {9, "FALLTIME", 't'},  {10, "PERIOD", 't'},     {11, "PWIDTH", 't'},
+        {12, "NWIDTH", 't'},   {16, "PDUTYCYCLE", 'p'}, {17, "NDUTYCYCLE", 'p'}};
+    for (const SlotQuery& q : measures) {
+        const QString reply = CutAtLineFeed(CmdQuery(QString(":MEASURE:%1? CHANNEL1").arg(q.word)));
+        QString expected = q.family == 'v'   ? NormVolt(reply)
+                           : q.family == 't' ? NormTime3(reply)
+                           : q.family == 'f' ? NormFreq(reply)
+                                             : NormPercent(reply);
+        if (reply.contains('*')) expected = q.slot == 13 || q.slot == 14 ? reply : "*****";
+        QVERIFY2(CurrentMeasure.values[static_cast<std::size_t>(q.slot)] == expected, q.word);
+    }
     QCOMPARE(CurrentMeasure.values[0], shown("2.00V"));    // Vpp
     QCOMPARE(CurrentMeasure.values[7], shown("1.000kHz")); // Frequency
     QCOMPARE(CurrentMeasure.values[10], shown("1.00ms"));  // Period

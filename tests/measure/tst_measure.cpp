@@ -37,6 +37,8 @@ private slots:
     void verdicts();
     void limitTexts_data();
     void limitTexts();
+    void unitsOfEveryFamily_data();
+    void unitsOfEveryFamily();
     void numericCheck_data();
     void numericCheck();
     void editorTypesAndKeepsLimits();
@@ -142,6 +144,50 @@ void TestMeasure::limitTexts() {
     QFETCH(double, value);
     QFETCH(QString, joined);
     QCOMPARE(FormatLimit(static_cast<MeasureFamily>(family), value).joined, joined);
+}
+
+// A typed limit with each unit of its row's list, then judged through the row
+// table as the window judges it: a unit list swapped, or a row given another
+// family, fails here.
+void TestMeasure::unitsOfEveryFamily_data() {
+    QTest::addColumn<int>("nameIndex"); // the combo's entry
+    QTest::addColumn<int>("slot");
+    QTest::addColumn<int>("unit");
+    QTest::addColumn<double>("limit");  // "1.5" typed with that unit
+    QTest::addColumn<QString>("value"); // a reply inside 0.9 to 1.1 limit
+    QTest::newRow("Frequency GHz") << 10 << 7 << 0 << 1.5e9 << "1.500GHz";
+    QTest::newRow("Frequency MHz") << 10 << 7 << 1 << 1.5e6 << "1.500MHz";
+    QTest::newRow("Frequency kHz") << 10 << 7 << 2 << 1.5e3 << "1.500kHz";
+    QTest::newRow("Frequency Hz") << 10 << 7 << 3 << 1.5 << "1.500Hz";
+    QTest::newRow("Frequency mHz") << 10 << 7 << 4 << 1.5e-3 << "1.500mHz";
+    QTest::newRow("Duty+ percent") << 16 << 16 << 0 << 0.015 << "1.50%";
+    QTest::newRow("Vover percent") << 9 << 13 << 0 << 0.015 << "1.50%";
+    QTest::newRow("Vpp mV") << 0 << 0 << 3 << 1.5e-3 << "1.50mV";
+}
+
+void TestMeasure::unitsOfEveryFamily() {
+    QFETCH(int, nameIndex);
+    QFETCH(int, slot);
+    QFETCH(int, unit);
+    QFETCH(double, limit);
+    QFETCH(QString, value);
+    std::array<MeasureItem, 18> items;
+    PassFailEditor e(items);
+    e.SelectByNameIndex(nameIndex);
+    QCOMPARE(e.selectedSlot, slot);
+    e.SetEnabled(true);
+    e.ChangeUnit(true, unit);
+    e.ChangeUnit(false, unit);
+    QVERIFY(e.EditNumber(false, "1.5"));
+    QVERIFY(e.EditNumber(true, "1.4"));
+    QVERIFY(qAbs(e.items[static_cast<std::size_t>(slot)].OverLimit - limit) < limit * 1e-9);
+    MeasureRecord rec;
+    rec.Loaded = true;
+    rec.Items = e.items;
+    rec.Items[static_cast<std::size_t>(slot)].Text = ShownForm(value);
+    QCOMPARE(CellsFor(rec, RowOfSlot(slot)).verdict, QString("Pass"));
+    rec.Items[static_cast<std::size_t>(slot)].OverLimit = limit * 0.99; // just below the value
+    QCOMPARE(CellsFor(rec, RowOfSlot(slot)).verdict, QString("Fail [Over Limit]"));
 }
 
 void TestMeasure::numericCheck_data() {
