@@ -298,11 +298,15 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
     g_silentReplies = 0;
     struct Finish {
         CtrlDataRecord& copy;
-        ~Finish() {
+        ~Finish() { g_countSilence = false; }
+        // The copy goes in place first and the tree is rebuilt from it after,
+        // so the tree shows this download, never the one before.
+        void commit() {
             g_countSilence = false;
             if (!Connected) return; // interrupted: the tree stays as it was
             CtrlData = copy;
             g_lastReadAllComplete = true;
+            CtrlTreeChanged(CtrlTreeChange::Shape);
         }
     } finish{copy};
     SetProgressSteps(ReadAllSteps(ModelHasLa));
@@ -440,8 +444,8 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
     read([&] { d.DisplayType = DisplayTypeFromReply(query(Display + Type)); });
     read([&] { d.DisplayPersist = SwitchFromReply(query(Display + Persist)); });
     read([&] { d.DisplayGrid = GridFromReply(query(Display + Grid)); });
-    CtrlTreeChanged(CtrlTreeChange::Shape);
     CmdSet(Channel + Active, active); // the alternate queries switched it
+    finish.commit();
 }
 
 // ---- the buttons ------------------------------------------------------------------

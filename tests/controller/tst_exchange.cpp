@@ -8,6 +8,7 @@
 #include "acquire/Jobs.h"
 #include "acquire/MeasureJob.h"
 #include "acquire/frmPrgress.h"
+#include "controller/frmCtrlList.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/PraseCtrlList.h"
@@ -26,6 +27,7 @@
 #include <QApplication>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTreeWidgetItem>
 #include <QtTest>
 #include <memory>
 
@@ -68,6 +70,7 @@ private slots:
     void jobsRunInTheirWindow();
     void buttonsTurnTheInvertWordsOff();
     void autoSetWaitsThenReadsAll();
+    void theTreeShowsEachDownload();
     void measureJobFillsTheSlots();
     void progressWindowPlace_data();
     void progressWindowPlace();
@@ -510,6 +513,32 @@ void TestExchange::autoSetWaitsThenReadsAll() {
     QCOMPARE(log()[1], QString(":TRIGGER:STATUS?")); // the read-all job
     QCOMPARE(CtrlData.TimeDiv, shown("500.0us"));    // what the instrument chose
     QCOMPARE(CtrlData.Ch1VoltDiv, QString("500mV"));
+}
+
+// What the tree's rows say after a download (and after Auto Set), read
+// from the tree widget itself: the values just read, never the ones before.
+void TestExchange::theTreeShowsEachDownload() {
+    frmCtrlList pane;
+    pane.Form_Load();
+    auto timeDivRow = [&pane]() -> QString {
+        QList<QTreeWidgetItem*> open{pane.TreeRoot()};
+        while (!open.isEmpty()) {
+            QTreeWidgetItem* item = open.takeFirst();
+            if (item->text(0).startsWith("Time/Div")) return item->text(0);
+            for (int i = 0; i < item->childCount(); ++i)
+                open << item->child(i);
+        }
+        return QString();
+    };
+    const std::pair<const char*, const char*> scales[] = {
+        {"5ms", "5.000ms"}, {"2ms", "2.000ms"}, {"50us", "50.00us"}};
+    for (const auto& [scale, text] : scales) {
+        link_->instrument().Process(std::string(":TIMEBASE:SCALE ") + scale);
+        QVERIFY(RunJob(kJobDownload, "Data Downloading..."));
+        QCOMPARE(timeDivRow(), "Time/Div [" + shown(text) + "]");
+    }
+    PraseCtrlList("NQ4000L\\Running Control\\Auto Set");
+    QCOMPARE(timeDivRow(), "Time/Div [" + shown("500.0us") + "]");
 }
 
 void TestExchange::measureJobFillsTheSlots() {
