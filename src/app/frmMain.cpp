@@ -27,6 +27,7 @@
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
 #include "platform/Settings.h"
+#include "platform/Status.h"
 #include "platform/Visa.h"
 #include "replay/frmRecordPlay.h"
 #include "shared/AppIdentity.h"
@@ -42,6 +43,7 @@
 #include "views/frmWave.h"
 #include "views/frmWaveSetting.h"
 
+#include <utility>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFile>
@@ -130,6 +132,7 @@ frmMain::frmMain() {
     });
     SetLampView([this](bool connected) { setLamps(connected); });
     SetStatusView([this](const QString& message) { SetStatusText(message); });
+    platform::SetStatusSink([this](const QString& note) { statusBar()->showMessage(note, 6000); });
     OfferComPortsToVisa();
     captionRoutineId_ = AddCaptionRoutine([this](int index) { ApplyCaptions(index); });
     ApplyCaptions(CaptionLanguage());
@@ -360,6 +363,10 @@ void frmMain::buildTimers() {
     connect(commTimer_, &QTimer::timeout, this,
             [this] { statusPanel_->setText(FormText("frmMain", "StatusIdle")); });
     commBusyTimer_ = makeTimer("CommBusyTimer", 200, false); // kept idle: its handler is empty
+    // The title follows the sheet: its file name and the modified mark.
+    titleTimer_ = makeTimer("TitleTimer", 250, false);
+    connect(titleTimer_, &QTimer::timeout, this, [this] { UpdateTitle(); });
+    titleTimer_->start();
     timerInit_ = makeTimer("TimerInit", 1, true);
     connect(timerInit_, &QTimer::timeout, this,
             platform::Guarded("TimerInit_Timer", [this] { timerInit_Timer(); }));
@@ -439,6 +446,28 @@ void frmMain::timerInit_Timer() {
     if (SoftwareSetting.StartupLoadCtrl && !ctrl.isEmpty()) OpenCtrl(ctrl);
     const QString sheet = action("mnuFileRecentSheet0")->data().toString();
     if (SoftwareSetting.StartupLoadSheet && !sheet.isEmpty()) OpenDataSheet(sheet);
+    for (const QString& path : std::exchange(openAtStart_, {}))
+        platform::RunHandler("OpenAtStart", [&path] { OpenFileByKind(path); });
+}
+
+void OpenFileByKind(const QString& path) {
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    if (suffix == QLatin1String("ult")) {
+        OpenDataSheet(path);
+        return;
+    }
+    if (suffix == QLatin1String("rmt")) {
+        OpenCtrl(path);
+        return;
+    }
+    const DocKind kind = suffix == QLatin1String("rcd") ? DocKind::Record : DocKind::MemoryWave;
+    if (!SheetExists() && !NewDataSheet()) return;
+    const int slot = AddDocument(kind);
+    if (slot < 0) return;
+    if (auto* record = qobject_cast<frmRecordPlay*>(DocForm(kind, slot)))
+        record->LoadRecord(path);
+    else if (auto* wave = qobject_cast<frmOpenWaveform*>(DocForm(kind, slot)))
+        wave->LoadWaveform(path);
 }
 
 void frmMain::LoadSoftwareSetting() {
@@ -452,6 +481,11 @@ void frmMain::LoadSoftwareSetting() {
     QList<QRect> screens;
     for (const QScreen* s : QGuiApplication::screens())
         screens << s->availableGeometry();
+    if (!place.remembered && !screens.isEmpty()) {
+        const QScreen* primary = QGuiApplication::primaryScreen();
+        setGeometry(FirstPlace(primary ? primary->availableGeometry() : screens.first()));
+        return;
+    }
     setGeometry(PlaceOnScreens(wanted, screens));
 }
 
@@ -582,9 +616,16 @@ void frmMain::showRecent(QMenu* root, const QString& prefix, const QStringList& 
 
 // ---- captions ----------------------------------------------------------------
 
+void frmMain::UpdateTitle() {
+    const QString title = FrameTitle(FormText("frmMain", "Caption"));
+    if (windowTitle() != title) setWindowTitle(title);
+    const bool modified = SheetDirty && title.contains(QLatin1String("[*]"));
+    if (isWindowModified() != modified) setWindowModified(modified);
+}
+
 void frmMain::ApplyCaptions(int index) {
     if (index != kLanguageChinese && index != kLanguageEnglish) return;
-    setWindowTitle(FormText("frmMain", "Caption"));
+    UpdateTitle();
     for (auto it = menus_.cbegin(); it != menus_.cend(); ++it) {
         const QString text = FormText("frmMain", it.key().toUtf8().constData());
         if (!text.isEmpty()) it.value()->setTitle(text);
@@ -617,6 +658,10 @@ QMenu* frmMain::menu(const QString& name) const {
 // ---- closing -----------------------------------------------------------------
 
 void frmMain::closeEvent(QCloseEvent* event) {
+    if (unloaded_) { // ended already (a signal): no questions
+        event->accept();
+        return;
+    }
     bool mayClose = true;
     platform::RunHandler("Form_QueryUnload", [&mayClose] {
         mayClose = QueryUnload([] { return SaveDataSheet(); }, [] { return SaveControlFile(); });
@@ -630,6 +675,9 @@ void frmMain::closeEvent(QCloseEvent* event) {
 }
 
 void frmMain::EndWithoutQuestions() {
+    // The panel's refresh must not draw for a frame that is going.
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (w != this && w->isVisible()) w->close();
     unload();
 }
 

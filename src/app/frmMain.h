@@ -25,6 +25,9 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 };
 
+// Opens a file by its kind (.ult, .rmt, .rcd, .wfm), each in its place.
+void OpenFileByKind(const QString& path);
+
 class frmMain : public QMainWindow {
     Q_OBJECT
 public:
@@ -56,9 +59,14 @@ public:
     QTimer* timerInit() const { return timerInit_; }
 
     void ApplyCaptions(int index);
+    // The title: the sheet's file name, the modified mark, the caption.
+    void UpdateTitle();
     // The end of the program without the questions about unsaved files (a
     // signal asked for it): settings saved, instrument unlocked, link closed.
     void EndWithoutQuestions();
+    // Files named on the command line, opened once the frame is up: a sheet,
+    // a control file, a record or a waveform file (each in its window).
+    void OpenAtStart(const QStringList& paths) { openAtStart_ = paths; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -96,6 +104,8 @@ private:
     QTimer* commTimer_ = nullptr;
     QTimer* commBusyTimer_ = nullptr;
     QTimer* timerInit_ = nullptr;
+    QTimer* titleTimer_ = nullptr;
+    QStringList openAtStart_;
     QHash<QString, QAction*> actions_;
     QHash<QString, QMenu*> menus_;
     int captionRoutineId_ = 0;

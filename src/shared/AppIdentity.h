@@ -4,6 +4,8 @@
 
 inline const QString kAppTitle = QStringLiteral("Korvane");
 inline const QString kVersionText = QStringLiteral("00.01.06");
+// The version of this build as packages and --version show it.
+inline const QString kPackageVersion = QStringLiteral(KORVANE_VERSION);
 
 extern QString MakerName;   // written into data files
 extern QString ProductName; // written into data files
