@@ -1,26 +1,182 @@
-// The README's picture: the program's frame with a data sheet, a wave window
-// fetched from the simulated instrument, and the controller tree; saved to the
-// path given. Run by scripts/screenshot.sh under Xvfb.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Screenshots of the program as a user sees it, run by scripts/screenshot.sh
+// under Xvfb: the frame with a window of one kind, filled from the simulated
+// instrument or its files, at a screen size and in a language.
+//
+//   korvane_screenshot OUT.png [--window NAME] [--size WxH] [--language en|zh]
+//
+// NAME: frame (a fetched wave window, the README's picture), wave, measure,
+// data, record, memory, options, about, passfail, fftsetting, parameter,
+// adjust, panel.
+#include "Files.h"
 #include "Simulator.h"
+#include "app/frmAbout.h"
 #include "app/frmMain.h"
+#include "app/frmOptions.h"
+#include "controller/CtrlDialog.h"
+#include "controller/CtrlDialogAdjust.h"
+#include "controller/PraseCtrlList.h"
+#include "controller/frmCtrlList.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
+#include "measure/frmMeasure.h"
+#include "measure/frmPassFailed.h"
+#include "memwave/frmOpenWaveform.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
+#include "replay/frmRecordPlay.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
+#include "views/frmData.h"
 #include "views/frmWave.h"
+#include "views/frmWaveSetting.h"
 
 #include <QApplication>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QPainter>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QTreeWidgetItem>
+#include <cstdio>
+
+namespace {
+
+struct Options {
+    QString out, window = "frame";
+    QSize size{1280, 800};
+    int language = kLanguageEnglish;
+};
+
+QTreeWidgetItem* treeRow(const QString& start) {
+    auto* tree = fMainForm->findChild<frmCtrlList*>();
+    QList<QTreeWidgetItem*> open{tree->TreeRoot()};
+    while (!open.isEmpty()) {
+        QTreeWidgetItem* item = open.takeFirst();
+        if (item->text(0).startsWith(start)) return item;
+        for (int i = 0; i < item->childCount(); ++i)
+            open << item->child(i);
+    }
+    return nullptr;
+}
+
+template <typename W> W* docWindow(DocKind kind) {
+    if (!SheetExists()) NewDataSheet();
+    const int slot = AddDocument(kind);
+    auto* w = qobject_cast<W*>(DocForm(kind, slot));
+    if (auto* sub = qobject_cast<QMdiSubWindow*>(w->parentWidget())) sub->showMaximized();
+    return w;
+}
+
+// The window of the kind, filled; a dialog comes back to be grabbed with the frame.
+QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
+    if (name == "frame" || name == "wave") {
+        auto* wave = docWindow<frmWave>(DocKind::Wave);
+        wave->Timer1_Timer();
+        WaveRecord& r = WaveRecords[0];
+        r.SelCh1 = r.SelCh2 = r.SelMath = r.SelLA = true;
+        wave->LoadData();
+        if (name == "frame")
+            if (auto* sub = qobject_cast<QMdiSubWindow*>(wave->parentWidget())) {
+                sub->showNormal();
+                sub->resize(820, 640);
+            }
+        return nullptr;
+    }
+    if (name == "measure") {
+        auto* m = docWindow<frmMeasure>(DocKind::Measure);
+        m->Timer1_Timer();
+        MeasureRecords[0].Items[0].LimitEnabled = true;
+        MeasureRecords[0].Items[0].UnderLimit = 1.5;
+        MeasureRecords[0].Items[0].OverLimit = 2.5;
+        MeasureRecords[0].Items[7].LimitEnabled = true;
+        MeasureRecords[0].Items[7].UnderLimit = 1100;
+        MeasureRecords[0].Items[7].OverLimit = 1200;
+        m->LoadMeasure();
+        return nullptr;
+    }
+    if (name == "data") {
+        auto* d = docWindow<frmData>(DocKind::Data);
+        d->Timer1_Timer();
+        d->LoadData();
+        return nullptr;
+    }
+    if (name == "record") {
+        const QString path = dir.filePath("frames.rcd");
+        sim::RecordFileContent content;
+        std::string error;
+        sim::WriteRecordFile(path.toStdString(), content, &error);
+        auto* r = docWindow<frmRecordPlay>(DocKind::Record);
+        r->LoadRecord(path);
+        return nullptr;
+    }
+    if (name == "memory") {
+        const QString path = dir.filePath("capture.wfm");
+        sim::WaveformFileContent content;
+        content.points = 100000;
+        std::string error;
+        sim::WriteWaveformFile(path.toStdString(), content, &error);
+        auto* m = docWindow<frmOpenWaveform>(DocKind::MemoryWave);
+        m->Timer1_Timer();
+        m->LoadWaveform(path);
+        return nullptr;
+    }
+    if (name == "panel") {
+        if (QTreeWidgetItem* item = treeRow(TreeLabel("Virtual Panel")))
+            PraseCtrlList(frmCtrlList::FullPath(item));
+        for (QMdiSubWindow* sub : fMainForm->findChild<QMdiArea*>()->subWindowList())
+            sub->showMaximized();
+        return nullptr;
+    }
+    QWidget* dialog = nullptr;
+    if (name == "options") dialog = new frmOptions(fMainForm);
+    if (name == "about") dialog = new frmAbout(fMainForm);
+    if (name == "passfail") dialog = new frmPassFailed(0, "Measure0", fMainForm);
+    if (name == "fftsetting") dialog = new frmWaveSetting(fMainForm);
+    if (name == "adjust") dialog = new CtrlDialogAdjust(1, fMainForm);
+    if (name == "parameter")
+        if (QTreeWidgetItem* item = treeRow(TreeLabel("Holdoff") + " [")) {
+            const CtrlRowMatch row = MatchCtrlPath(SplitCtrlPath(frmCtrlList::FullPath(item)));
+            dialog = new CtrlDialog(row, ShapeCtrlDialog(row), fMainForm);
+        }
+    if (dialog) dialog->show();
+    return dialog;
+}
+
+bool parse(int argc, char** argv, Options& o) {
+    for (int i = 1; i < argc; ++i) {
+        const QString a = QString::fromLocal8Bit(argv[i]);
+        const QString next = i + 1 < argc ? QString::fromLocal8Bit(argv[i + 1]) : QString();
+        if (a == "--window") {
+            o.window = next;
+            ++i;
+        } else if (a == "--size") {
+            const QStringList wh = next.split('x');
+            if (wh.size() != 2) return false;
+            o.size = QSize(wh[0].toInt(), wh[1].toInt());
+            ++i;
+        } else if (a == "--language") {
+            o.language = next == "zh" ? kLanguageChinese : kLanguageEnglish;
+            ++i;
+        } else {
+            o.out = a;
+        }
+    }
+    return !o.out.isEmpty() && o.size.isValid();
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    if (argc < 2) return 2;
+    Options o;
+    if (!parse(argc, argv, o)) {
+        std::fprintf(stderr, "usage: korvane_screenshot OUT.png [--window NAME] [--size WxH] "
+                             "[--language en|zh]\n");
+        return 2;
+    }
     QTemporaryDir dir;
     platform::SetSettingsDirectory(dir.filePath("config"));
     sim::SimulatorOptions options;
@@ -29,22 +185,31 @@ int main(int argc, char** argv) {
     if (!simulator.Start()) return 1;
     simulator.instrument().Process(":MATH:DISPLAY ON");
     platform::SetSimulatedUsbDirectory(dir.filePath("usb"));
+    LanguageIndex = o.language;
+    ApplyLanguage(o.language);
     fMainForm = new frmMain;
     fMainForm->Load();
-    fMainForm->resize(1280, 800);
+    fMainForm->setGeometry(QRect(QPoint(0, 0), o.size));
     fMainForm->show();
+    QWidget* dialog = nullptr;
     QTimer::singleShot(300, [&] {
         ConnectToDevice();
-        NewDataSheet();
-        AddDocument(DocKind::Wave);
-        auto* wave = qobject_cast<frmWave*>(DocForm(DocKind::Wave, 0));
-        wave->Timer1_Timer();
-        WaveRecord& r = WaveRecords[0];
-        r.SelCh1 = r.SelCh2 = r.SelMath = r.SelLA = true;
-        wave->LoadData();
-        if (auto* sub = qobject_cast<QMdiSubWindow*>(wave->parentWidget())) sub->resize(820, 640);
-        QTimer::singleShot(500, [&] {
-            fMainForm->grab().save(QString::fromLocal8Bit(argv[1]));
+        dialog = openWindow(o.window, dir);
+        QTimer::singleShot(1500, [&] {
+            // The screen as the user sees it: the frame and a dialog over it.
+            QImage shot(o.size, QImage::Format_RGB32);
+            shot.fill(Qt::black);
+            QPainter p(&shot);
+            p.drawPixmap(fMainForm->geometry().topLeft(), fMainForm->grab());
+            if (dialog) {
+                const QPoint at = dialog->mapToGlobal(QPoint(0, 0)) -
+                                  fMainForm->mapToGlobal(QPoint(0, 0)) +
+                                  fMainForm->geometry().topLeft();
+                p.drawPixmap(at, dialog->grab());
+            }
+            p.end();
+            shot.save(o.out);
+            if (dialog) dialog->close();
             DisconnectFromDevice();
             QApplication::exit(0);
         });

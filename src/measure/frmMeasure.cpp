@@ -114,7 +114,11 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     MeasureView_->setRootIsDecorated(false);
     MeasureView_->setColumnCount(5);
     MeasureView_->setUniformRowHeights(true);
-    MeasureView_->header()->setSectionResizeMode(QHeaderView::Stretch);
+    // Each column as wide as its texts, the verdicts taking the rest: every
+    // column shows without a scroll bar in a window of 800x600.
+    MeasureView_->header()->setMinimumSectionSize(30);
+    MeasureView_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    MeasureView_->header()->setStretchLastSection(true);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
     layout->addWidget(SettingLabel_);

@@ -143,7 +143,7 @@ void frmOpenWaveform::buildControls() {
         return w;
     };
     auto* controls = new QHBoxLayout;
-    auto* timeBox = new QGroupBox("Time/Div");
+    auto* timeBox = timeBox_ = new QGroupBox("Time/Div");
     auto* tl = new QHBoxLayout(timeBox);
     framTimeDiv_ = ladder(txtTimeDiv_, HoldTarget::TimeDiv);
     framAltTimeDiv_ = new QWidget;
@@ -156,7 +156,7 @@ void frmOpenWaveform::buildControls() {
     tl->addWidget(framTimeDiv_);
     tl->addWidget(framAltTimeDiv_);
     framAltTimeDiv_->hide();
-    auto* voltBox = new QGroupBox("Volt/Div");
+    auto* voltBox = voltBox_ = new QGroupBox("Volt/Div");
     auto* vl = new QHBoxLayout(voltBox);
     vl->addWidget(new QLabel("CH1"));
     vl->addWidget(ladder(txtCH1Div_, HoldTarget::Ch1Div));
@@ -196,7 +196,8 @@ void frmOpenWaveform::buildControls() {
     cmdReset_ = new QToolButton;
     connect(cmdReset_, &QToolButton::clicked, this,
             platform::Guarded("Reset_Click", [this] { Reset_Click(); }));
-    display->addWidget(new QLabel("Zoom"));
+    zoomLabel_ = new QLabel("Zoom");
+    display->addWidget(zoomLabel_);
     display->addWidget(ZoomCombo_);
     display->addWidget(OptionColor_[0]);
     display->addWidget(OptionColor_[1]);
@@ -238,6 +239,9 @@ void frmOpenWaveform::applyCaptions(int index) {
     ChkCursorX_->setText(text("optCursorX"));
     ChkCursorY_->setText(text("optCursorY"));
     cmdReset_->setText(chinese() ? QString::fromUtf8("复位") : "Reset");
+    timeBox_->setTitle(text("labTimeDiv"));
+    voltBox_->setTitle(TreeLabel("Volt/Div"));
+    zoomLabel_->setText(text("labZoom"));
 }
 
 // ---- loading ---------------------------------------------------------------------------

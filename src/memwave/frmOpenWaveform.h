@@ -13,6 +13,8 @@
 
 class QCheckBox;
 class QComboBox;
+class QGroupBox;
+class QLabel;
 class QLineEdit;
 class QProgressBar;
 class QRadioButton;
@@ -104,6 +106,9 @@ private:
     QLineEdit* txtCH1Div_ = nullptr;
     QLineEdit* txtCH2Div_ = nullptr;
     QToolButton* cmdOpen_ = nullptr;
+    QGroupBox* timeBox_ = nullptr;
+    QGroupBox* voltBox_ = nullptr;
+    QLabel* zoomLabel_ = nullptr;
     QToolButton* cmdCsv_ = nullptr;
     QToolButton* cmdBitmap_ = nullptr;
     QToolButton* cmdPrint_ = nullptr;

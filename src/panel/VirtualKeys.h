@@ -3,10 +3,12 @@
 // repeating while held), and the drawing of the panel that both key windows
 // carry.
 #include <QString>
+#include <QToolButton>
 #include <QWidget>
 #include <functional>
 #include <vector>
 
+class QLayout;
 class QTimer;
 
 enum class KeyKind { Release, Click, Hold };
@@ -16,12 +18,18 @@ struct VirtualKey {
     const char* command; // what goes out
     KeyKind kind;
     const char* group; // the panel section
-    const char* label; // the key's face
+    const char* label; // the key's face, English
+    const char* labelChinese;
     const char* tipEnglish;
     const char* tipChinese;
+    const char* shortcut; // a key of the PC keyboard ("" none), as QKeySequence reads it
 };
 const std::vector<VirtualKey>& VirtualKeys();
 const VirtualKey* FindVirtualKey(const QString& control);
+
+class FrontPanel;
+// The lamps read from the instrument: its run state and active channel.
+void PollPanelLamps(FrontPanel* panel);
 
 // The step a held knob sends after a number of 200 ms ticks.
 int HoldStep(int repeatCount);
@@ -36,8 +44,36 @@ public:
     void Tick();
 };
 
-// The drawn front panel: the keys grouped as on the instrument, with hover
-// feedback and tool tips in the caption language.
+// A rotary knob: the wheel or a drag turns it a detent at a time (turned),
+// a press without a turn is its push (clicked, as a key's).
+class PanelKnob : public QToolButton {
+    Q_OBJECT
+public:
+    explicit PanelKnob(QWidget* parent = nullptr);
+    QSize sizeHint() const override;
+    void turn(int steps); // as the wheel does: steps > 0 clockwise
+
+signals:
+    void turned(int steps);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    double angleAt(QPointF at) const;
+    double angle_ = 0;
+    double dragAngle_ = 0;
+    int wheel_ = 0;
+    bool dragged_ = false;
+};
+
+// The drawn front panel: the keys and knobs in the instrument's sections,
+// with hover feedback, lamps, keyboard shortcuts and tool tips in the
+// caption language.
 class FrontPanel : public QWidget {
     Q_OBJECT
 public:
@@ -48,14 +84,25 @@ public:
     QWidget* key(const QString& control) const;
     // What a key does, callable from code (and tests): the sends of a click.
     void Press(const QString& control);
+    // One press of a key, a held key's first send without its repeat: a
+    // knob's detent and a keyboard shortcut.
+    void Step(const QString& control);
     KeyRepeater& repeater() { return repeater_; }
     QTimer* ButtonPressTimer() const { return timer_; }
     void StopRepeat();
+    // The lamps: Run/Stop green or red, the active channel's key lit.
+    void SetLamps(bool running, int activeChannel);
+    bool runLamp() const { return running_; }
+    int channelLamp() const { return activeChannel_; }
 
 private:
     void applyCaptions(int index);
+    QToolButton* makeKey(const VirtualKey& k);
+    QLayout* knobUnit(int index); // caption, down key, knob, up key
     bool keyboardOnly_;
     KeyRepeater repeater_;
     QTimer* timer_;
     int captionRoutine_ = 0;
+    bool running_ = true;
+    int activeChannel_ = 0;
 };

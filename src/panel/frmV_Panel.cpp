@@ -23,6 +23,7 @@
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QPointer>
+#include <QResizeEvent>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -130,6 +131,11 @@ void frmV_Panel::refreshLoop() {
                 return;
             }
         }
+        // The lamps every two seconds, between two pictures.
+        if (!lampClock_.isValid() || lampClock_.elapsed() >= 2000) {
+            lampClock_.start();
+            PollPanelLamps(panel_);
+        }
     });
     if (!PanelOpen) return;
     QTimer::singleShot(PanelRunning ? 0 : 20, this, [this] { refreshLoop(); });
@@ -163,7 +169,18 @@ void frmV_Panel::cmdStop_Click() {
 
 void frmV_Panel::cmdZoom_Click() {
     ZoomState = ZoomState == 0 ? 1 : 0;
+    zoomChosen_ = true;
     PanelWavePic_->clear();
+}
+
+void frmV_Panel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    // The screen at twice its size when the window has room for it beside
+    // the panel, until the user chooses with Zoom.
+    if (zoomChosen_) return;
+    const bool room = width() >= 2 * kLcdWidth + panel_->minimumSizeHint().width() + 40 &&
+                      height() >= 2 * kLcdHeight + 60;
+    ZoomState = room ? 1 : 0;
 }
 
 void frmV_Panel::cmdExport_Click() {
@@ -201,8 +218,14 @@ frmV_Key::frmV_Key(QWidget* parent) : QWidget(parent) {
     setWindowTitle(FormText("frmV_Key", "Caption"));
     panel_ = new FrontPanel(true);
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(panel_);
     KeyWindowOpen = true;
+    auto* lamps = new QTimer(this);
+    lamps->setInterval(2000);
+    connect(lamps, &QTimer::timeout, this,
+            platform::Guarded("LampTimer", [this] { PollPanelLamps(panel_); }));
+    lamps->start();
 }
 
 frmV_Key::~frmV_Key() {

@@ -1,6 +1,8 @@
 #pragma once
 // The virtual panel: the instrument's screen refreshed live beside its front
 // panel (frmV_Panel, USB only), or the front panel alone (frmV_Key).
+#include <QElapsedTimer>
+#include <QImage>
 #include <QWidget>
 #include <cstdint>
 #include <vector>
@@ -33,6 +35,7 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void refreshLoop(); // one round of tDrawBmp's loop, then the next
@@ -51,6 +54,8 @@ private:
     FrontPanel* panel_;
     int refreshes_ = 0;
     int captionRoutine_ = 0;
+    bool zoomChosen_ = false;
+    QElapsedTimer lampClock_;
 };
 
 class frmV_Key : public QWidget {

@@ -207,8 +207,6 @@ void frmRecordPlay::buildControls() {
     FlatBttn_[1] = tool("document-save-as");
     FlatBttn_[2] = tool("document-print");
     FlatBttn_[3] = tool("document-print-preview");
-    FlatBttn_[4]->setText("C");
-    FlatBttn_[5]->setText("M");
     tools->addStretch(1);
     connect(cmdRun_, &QToolButton::clicked, this,
             platform::Guarded("cmdRun_Click", [this] { OpenRecordFile(); }));

@@ -40,7 +40,11 @@ QIcon OwnIcon(const QString& name) {
 }
 
 QIcon ThemeIcon(const QString& name) {
-    return QIcon::fromTheme(name, OwnIcon(name));
+    // The desktop's icon only when it really draws at toolbar size: a theme
+    // may claim a name (or inherit it as a symbolic one) and give nothing.
+    const QIcon themed = QIcon::fromTheme(name);
+    if (!themed.isNull() && !themed.pixmap(22, 22).isNull()) return themed;
+    return OwnIcon(name);
 }
 
 QPixmap LampPixmap(bool on, int size) {

@@ -148,7 +148,11 @@ void frmWave::buildControls() {
     cmdRefresh_->setMinimumHeight(40);
     connect(cmdRefresh_, &QToolButton::clicked, this,
             platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
-    top->addWidget(cmdRefresh_);
+    // The refresh button with its progress under it: the progress never takes
+    // room from the display group beside them.
+    auto* refreshColumn = new QVBoxLayout;
+    refreshColumn->addWidget(cmdRefresh_);
+    top->addLayout(refreshColumn);
 
     auto* display = new QGroupBox;
     fraDisplay_ = display;
@@ -225,13 +229,17 @@ void frmWave::buildControls() {
     top->addLayout(output);
 
     picRefreshProgress_ = new QWidget;
+    picRefreshProgress_->setObjectName("picRefreshProgress");
     auto* pl = new QHBoxLayout(picRefreshProgress_);
     LblRefreshText_ = new QLabel;
     LblRefreshValue_ = new QLabel;
     pl->addWidget(LblRefreshText_);
     pl->addWidget(LblRefreshValue_);
     picRefreshProgress_->hide();
-    top->addWidget(picRefreshProgress_);
+    pl->setContentsMargins(0, 0, 0, 0);
+    pl->setSpacing(3);
+    refreshColumn->addWidget(picRefreshProgress_);
+    refreshColumn->addStretch(1);
     top->addStretch(1);
 
     BackPic_ = new QScrollArea;
@@ -265,6 +273,7 @@ void frmWave::applyCaptions(int index) {
     cmdRefresh_->setToolTip(text("cmdRefresh.tip"));
     static_cast<QGroupBox*>(fraDisplay_)->setTitle(text("fraDisplay"));
     labZoom_->setText(text("labZoom"));
+    ChkCH_[2]->setText(chinese() ? QString::fromUtf8("数学") : QStringLiteral("Math"));
     BestFitChk_->setText(text("cmdBestFit"));
     GridCheck_->setText(text("chkGrid"));
     OptionColor_[0]->setText(text("optColor"));

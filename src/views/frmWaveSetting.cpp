@@ -48,7 +48,10 @@ frmWaveSetting::frmWaveSetting(QWidget* parent) : QDialog(parent) {
                                          : QStringLiteral("Show on the wave window"));
     OptScreen_->setChecked(true);
     SourceCombo_->addItems({"CH1", "CH2"});
-    WindowCombo_->addItems(kFftWindowNames);
+    WindowCombo_->addItems(
+        chinese() ? QStringList{QString::fromUtf8("矩形窗"), QString::fromUtf8("汉宁窗"),
+                                QString::fromUtf8("汉明窗"), QString::fromUtf8("布莱克曼窗")}
+                  : kFftWindowNames);
     ScaleCombo_->addItems(kFftScaleNames);
     const bool zh = chinese();
     form->addRow(zh ? QString::fromUtf8("目标窗口") : QStringLiteral("Target"), TargetCombo_);
@@ -69,7 +72,8 @@ frmWaveSetting::frmWaveSetting(QWidget* parent) : QDialog(parent) {
     // The wave windows of the sheet, or "None".
     for (int slot = 0; slot < DocCount(DocKind::Wave); ++slot)
         TargetCombo_->addItem(WaveRecords[slot].Name, slot);
-    if (TargetCombo_->count() == 0) TargetCombo_->addItem("None", -1);
+    if (TargetCombo_->count() == 0)
+        TargetCombo_->addItem(chinese() ? QString::fromUtf8("无") : QStringLiteral("None"), -1);
     connect(TargetCombo_, &QComboBox::currentIndexChanged, this, [this] {
         platform::RunHandler("TargetCombo_Change", [this] { TargetCombo_Change(); });
     });

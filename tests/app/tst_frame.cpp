@@ -46,7 +46,6 @@ private slots:
     void cancelAtEitherQuestionKeepsTheProgram();
     void yesThenNoSavesTheSheetAndCloses();
     void unloadSavesSettingsAndUnlocksWhenConnected();
-    void aSignalEndsWithoutQuestionsAndUnlocks();
     void helpOpensThePageOfTheLanguage();
     void helpFailureShowsTheErrorText();
     void systemInfoUnavailableIsSaid();
@@ -239,19 +238,6 @@ void TestFrame::placeOnScreens() {
     QFETCH(QRect, wanted);
     QFETCH(QRect, placed);
     QCOMPARE(PlaceOnScreens(wanted, {QRect(0, 0, 1920, 1040)}), placed);
-}
-
-void TestFrame::aSignalEndsWithoutQuestionsAndUnlocks() {
-    startFrame();
-    RecordingTransport link;
-    Connected = true;
-    SheetDirty = true; // no one may be there to answer: no question is asked
-    frame_->EndWithoutQuestions();
-    QVERIFY(tp_->boxes.isEmpty());
-    QCOMPARE(link.log, QStringList{":KEY:LOCK DISABLE"});
-    QVERIFY(!platform::GetSetting(kAppTitle, "Settings_NQ4000L", "MainWidth").isEmpty());
-    Connected = false;
-    SheetDirty = false;
 }
 
 void TestFrame::helpOpensThePageOfTheLanguage() {
