@@ -80,6 +80,7 @@ void frmPrgressSave::closeEvent(QCloseEvent* event) {
 frmOpenWaveform::frmOpenWaveform(int slot) : DocWindow(DocKind::MemoryWave, slot) {
     setObjectName("frmOpenWaveform");
     buildControls();
+    KeepCursorsInFrame(cursors_, zoom_);
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     resize(680, 520);
@@ -215,6 +216,7 @@ void frmOpenWaveform::buildControls() {
         platform::RunHandler("MemoryWavePic_Mouse", [&] { Mouse(type, at, buttons); });
     };
     BackPic_->setWidget(MemoryWavePic_);
+    AddYChannelMenu(MemoryWavePic_, cursors_, [this] { redraw(); });
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(tools);

@@ -139,6 +139,18 @@ void RescaleCursors(CursorSet& set, double oldZoom, double newZoom) {
     for (CursorId id : {CursorId::X1, CursorId::X2, CursorId::AltX1, CursorId::AltX2, CursorId::Y1,
                         CursorId::Y2, CursorId::AltY1, CursorId::AltY2})
         set.at(id) = 25 + (set.at(id) - 25) * newZoom / oldZoom;
+    KeepCursorsInFrame(set, newZoom);
+}
+
+void KeepCursorsInFrame(CursorSet& set, double z) {
+    for (CursorId id : {CursorId::X1, CursorId::X2, CursorId::AltX1, CursorId::AltX2})
+        set.at(id) = ClampCursorX(set.at(id), z);
+    for (CursorId id : {CursorId::Y1, CursorId::Y2, CursorId::AltY1, CursorId::AltY2})
+        set.at(id) = std::clamp(set.at(id), 27.0, 200 * z + 25 - 2);
+}
+
+int YReadoutChannel(const WaveRecord& r, const CursorSet& set) {
+    return set.YChannel == 1 || set.YChannel == 2 ? set.YChannel : (r.ActiveChannel == 2 ? 2 : 1);
 }
 
 QStringList CursorReadouts(const WaveRecord& r, const CursorSet& set, double z) {
@@ -164,7 +176,8 @@ QStringList CursorReadouts(const WaveRecord& r, const CursorSet& set, double z) 
         }
         return rows;
     }
-    const QString& activeScale = r.ActiveChannel == 2 ? r.Ch2Scale : r.Ch1Scale;
+    const int yChannel = YReadoutChannel(r, set);
+    const QString& activeScale = yChannel == 2 ? r.Ch2Scale : r.Ch1Scale;
     if (fftView(r)) {
         // A shared screen keeps the time read-out above and the FFT's below.
         if (r.SplitScreen) {
@@ -177,7 +190,11 @@ QStringList CursorReadouts(const WaveRecord& r, const CursorSet& set, double z) 
         return rows;
     }
     if (set.CursorXOn) xRows(rows, dx, ScreenTime(r.TimeScale), z);
-    if (set.CursorYOn) yRow(rows, dy, ScreenVolt(activeScale), z);
+    if (set.CursorYOn) {
+        yRow(rows, dy, ScreenVolt(activeScale), z);
+        // With both channels on the screen, the row names the one it measures.
+        if (r.ShowCh1 && r.ShowCh2) rows.last() += yChannel == 2 ? "  CH2" : "  CH1";
+    }
     return rows;
 }
 

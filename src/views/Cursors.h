@@ -19,6 +19,9 @@ struct CursorSet {
     double CursorY1 = 59, CursorY2 = 259, AltCursorY1 = 162.5, AltCursorY2 = 254;
     bool CursorXOn = false, CursorYOn = false;
     CursorId dragging = CursorId::None;
+    // The channel the Y read-out measures: 0 the record's active channel (the
+    // last one fetched), 1 or 2 the user's choice.
+    int YChannel = 0;
 
     double& at(CursorId id);
     double at(CursorId id) const;
@@ -29,8 +32,12 @@ struct CursorSet {
 CursorId CursorAt(const CursorSet& set, QPointF pointer, double z, bool split);
 // A drag step: the cursor takes the pointer's coordinate, held inside the frame.
 void DragCursor(CursorSet& set, CursorId id, QPointF pointer, double z);
-// The positions move with a new zoom, so what they measure stays.
+// The positions move with a new zoom, so what they measure stays; every
+// cursor stays inside the frame, where it can be seen and grabbed.
 void RescaleCursors(CursorSet& set, double oldZoom, double newZoom);
+void KeepCursorsInFrame(CursorSet& set, double z);
+// The channel the Y read-out measures for a record.
+int YReadoutChannel(const WaveRecord& rec, const CursorSet& set);
 // Where an X cursor is drawn: held between 27 and 300z + 23.
 double ClampCursorX(double x, double z);
 

@@ -27,6 +27,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
@@ -111,6 +112,31 @@ bool CommitZoomBox(QComboBox* box, double& zoom, CursorSet& cursors) {
     return taken;
 }
 
+void AddYChannelMenu(QWidget* picture, CursorSet& cursors, std::function<void()> changed) {
+    picture->setContextMenuPolicy(Qt::CustomContextMenu);
+    QObject::connect(
+        picture, &QWidget::customContextMenuRequested, picture,
+        [picture, &cursors, changed](const QPoint& at) {
+            const bool zh = CaptionLanguage() == kLanguageChinese;
+            QMenu menu(picture);
+            const QString choices[3] = {
+                zh ? QString::fromUtf8("Y光标：最后读取的通道")
+                   : QStringLiteral("Y cursors: the channel fetched last"),
+                zh ? QString::fromUtf8("Y光标：CH1") : QStringLiteral("Y cursors: CH1"),
+                zh ? QString::fromUtf8("Y光标：CH2") : QStringLiteral("Y cursors: CH2")};
+            for (int i = 0; i < 3; ++i) {
+                QAction* a = menu.addAction(choices[i]);
+                a->setCheckable(true);
+                a->setChecked(cursors.YChannel == i);
+                a->setData(i);
+            }
+            if (QAction* chosen = menu.exec(picture->mapToGlobal(at))) {
+                cursors.YChannel = chosen->data().toInt();
+                if (changed) changed();
+            }
+        });
+}
+
 // ---- the window ---------------------------------------------------------------------
 
 frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
@@ -118,6 +144,7 @@ frmWave::frmWave(int slot) : DocWindow(DocKind::Wave, slot) {
     buildControls();
     // Form load: the first paint waits for the first tick, the zoom list, 100 %.
     zoom_ = 1.0;
+    KeepCursorsInFrame(cursors_, zoom_);
     firstPaint_ = true;
     const RefreshTimers timers = MakeRefreshTimers(this, [this] { Timer1_Timer(); });
     Timer1_ = timers.Timer1;
@@ -253,6 +280,7 @@ void frmWave::buildControls() {
         platform::RunHandler("WavePic_Mouse", [&] { WavePic_Mouse(type, at, buttons); });
     };
     BackPic_->setWidget(WavePic_);
+    AddYChannelMenu(WavePic_, cursors_, [this] { redrawCursors(); });
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);

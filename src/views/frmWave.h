@@ -48,6 +48,9 @@ QString ZoomText(double zoom); // "0%" picture of the factor
 // cursors with the picture and becomes the zoom; a bad one is said and the
 // box shows the zoom again. True when the zoom was taken.
 bool CommitZoomBox(QComboBox* box, double& zoom, CursorSet& cursors);
+// The picture's context menu: which channel the Y cursors measure (the last
+// fetched, CH1 or CH2); changed() redraws.
+void AddYChannelMenu(QWidget* picture, CursorSet& cursors, std::function<void()> changed);
 
 class frmWave : public DocWindow {
     Q_OBJECT

@@ -67,6 +67,8 @@ private slots:
     void sinePeaksInItsBin();
     void dialogWritesTheSpectrumAndTheWindowDrawsIt();
     void dragInTheWindowMovesOnlyTheCursor();
+    void yCursorsReachableWithTheMouse_data();
+    void yCursorsReachableWithTheMouse();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -112,6 +114,8 @@ void TestCursors::readouts() {
 
 void TestCursors::zoomKeepsTheReadout() {
     CursorSet c = both();
+    c.CursorY2 = 200; // inside the frame at every zoom below
+    KeepCursorsInFrame(c, 1.0);
     const QStringList at100 = CursorReadouts(ytRecord(), c, 1.0);
     RescaleCursors(c, 1.0, 3.0);
     QCOMPARE(CursorReadouts(ytRecord(), c, 3.0), at100);
@@ -276,6 +280,61 @@ void TestCursors::dragInTheWindowMovesOnlyTheCursor() {
     QCOMPARE(w->cursors().CursorX1, 27.0);
     w->WavePic_Mouse(QEvent::MouseButtonRelease, {-50, 120}, Qt::NoButton);
     QCOMPARE(w->cursors().dragging, CursorId::None);
+    ResetDataSheet();
+}
+
+// With real mouse events on the window's picture, at several zooms: both Y
+// cursors start inside the frame, each can be grabbed and dragged, the read-out
+// follows, and the user can choose the channel it measures.
+void TestCursors::yCursorsReachableWithTheMouse_data() {
+    QTest::addColumn<QString>("zoom");
+    QTest::newRow("50%") << "50%";
+    QTest::newRow("100%") << "100%";
+    QTest::newRow("300%") << "300%";
+}
+
+void TestCursors::yCursorsReachableWithTheMouse() {
+    QFETCH(QString, zoom);
+    ResetDataSheet();
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Wave);
+    auto* w = qobject_cast<frmWave*>(DocForm(DocKind::Wave, 0));
+    w->show();
+    w->Timer1_Timer();
+    WaveRecord& r = WaveRecords[0];
+    r = ytRecord();
+    r.ShowCh1 = r.ShowCh2 = true;
+    r.Ch2Scale = "2.00V";
+    w->zoomCombo()->setEditText(zoom);
+    w->ZoomCombo_Commit();
+    w->ChkCursor_Click(false, true);
+    QWidget* picture = w->findChild<QWidget*>("WavePic");
+    QVERIFY(picture);
+    const double z = w->ZoomFactor();
+    const double top = 25, bottom = 25 + 200 * z;
+    for (CursorId id : {CursorId::Y1, CursorId::Y2}) {
+        const double y = w->cursors().at(id);
+        QVERIFY2(y > top && y < bottom, qPrintable(QString("starts at %1").arg(y)));
+        const QPoint grab(int(25 + 150 * z), int(std::lround(y)));
+        QTest::mousePress(picture, Qt::LeftButton, {}, grab);
+        QCOMPARE(w->cursors().dragging, id);
+        QMouseEvent move(QEvent::MouseMove, QPointF(grab.x(), top + 50 * z),
+                         picture->mapToGlobal(QPointF(grab.x(), top + 50 * z)), Qt::NoButton,
+                         Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(picture, &move);
+        QTest::mouseRelease(picture, Qt::LeftButton, {}, QPoint(grab.x(), int(top + 50 * z)));
+        QCOMPARE(w->cursors().at(id), top + 50 * z);
+        // Moved apart again, to keep the two lines separate for the next grab.
+        if (id == CursorId::Y1) w->cursors().CursorY1 = top + 10 * z;
+    }
+    // Two divisions apart: 1 V a division on CH1, 2 V on CH2.
+    w->cursors().CursorY1 = top + 100 * z;
+    w->cursors().CursorY2 = top + 150 * z;
+    const QStringList rows = CursorReadouts(r, w->cursors(), z);
+    QCOMPARE(rows.filter("|Y1-Y2|").value(0), QString("|Y1-Y2|  =2.0V  CH1"));
+    w->cursors().YChannel = 2;
+    QCOMPARE(CursorReadouts(r, w->cursors(), z).filter("|Y1-Y2|").value(0),
+             QString("|Y1-Y2|  =4.0V  CH2"));
     ResetDataSheet();
 }
 
