@@ -6,7 +6,11 @@
 #include "platform/MainWindow.h"
 #include "platform/Pacing.h"
 #include "platform/Settings.h"
+
 #include "shared/AppIdentity.h"
+#include <QGuiApplication>
+#include <QScreen>
+#include <climits>
 
 #include <QCloseEvent>
 #include <QProgressBar>
@@ -17,11 +21,13 @@ namespace {
 const QString kSection = "Settings_NQ4000L";
 }
 
-QPoint frmPrgress::PlaceFor(QPoint stored, QSize frame, QSize dialog) {
-    QPoint p = stored;
-    if (p.x() > frame.width() || p.x() < -dialog.width()) p.setX(400);
-    if (p.y() > frame.height() || p.y() < -dialog.height()) p.setY(600);
-    return p;
+QPoint frmPrgress::PlaceFor(std::optional<QPoint> stored, QRect frame, QSize dialog,
+                            const QList<QRect>& screens) {
+    if (stored)
+        for (const QRect& screen : screens)
+            if (screen.contains(QRect(*stored, dialog))) return *stored;
+    return {frame.x() + (frame.width() - dialog.width()) / 2,
+            frame.y() + (frame.height() - dialog.height()) / 2};
 }
 
 frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
@@ -46,13 +52,20 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     connect(Timer2_, &QTimer::timeout, this, &frmPrgress::Timer2_Timer);
 
     // Load: the remembered place, the flags, the first timer.
-    stored_ = QPoint(platform::GetSettingInt(kAppTitle, kSection, "ProgressLeft", 500),
-                     platform::GetSettingInt(kAppTitle, kSection, "ProgressTop", 800));
-    const QPoint stored = stored_;
+    // A place the user left it at is kept (in pixels); the first time, or when
+    // no screen shows that place, the window comes up over the frame's middle.
+    std::optional<QPoint> stored;
+    if (!platform::GetSetting(kAppTitle, kSection, "ProgressLeft", QString()).isEmpty())
+        stored = QPoint(platform::GetSettingInt(kAppTitle, kSection, "ProgressLeft", 0),
+                        platform::GetSettingInt(kAppTitle, kSection, "ProgressTop", 0));
+    stored_ = stored.value_or(QPoint(INT_MIN, INT_MIN));
     const QWidget* main = platform::MainWindow();
-    const QSize frame = main ? main->size() : QSize(1024, 768);
+    const QRect frame = main ? main->frameGeometry() : QRect(0, 0, 1024, 768);
+    QList<QRect> screens;
+    for (const QScreen* s : QGuiApplication::screens())
+        screens << s->availableGeometry();
     adjustSize();
-    move(PlaceFor(stored, frame, size()));
+    move(PlaceFor(stored, frame, size(), screens));
     Rs232Sending = true;
     Timer2_->stop();
     ProgressBar1_->setValue(0);

@@ -1,7 +1,10 @@
 #pragma once
 // The job window: a progress bar that starts the job 100 ms after it shows,
 // remembers its place, and cannot be closed while the job runs.
+#include <QList>
+#include <QRect>
 #include <QWidget>
+#include <optional>
 
 class QProgressBar;
 class QTimer;
@@ -13,7 +16,10 @@ public:
     QProgressBar* bar() const { return ProgressBar1_; }
 
     // The place the window loads at: the stored one, corrected when it lies off the frame.
-    static QPoint PlaceFor(QPoint stored, QSize frame, QSize dialog);
+    // Where the window comes up: the remembered place when one is wholly on a
+    // screen, else centred on the frame.
+    static QPoint PlaceFor(std::optional<QPoint> stored, QRect frame, QSize dialog,
+                           const QList<QRect>& screens);
 
 protected:
     void closeEvent(QCloseEvent* event) override;

@@ -140,7 +140,17 @@ frmOptions::frmOptions(QWidget* parent) : QDialog(parent) {
 
     applyCaptions();
     usbResources_ = SearchUsbResources();
+    // Loading the dialog picks a device to show; Cancel puts the link's
+    // choice back, so a connect after Cancel finds what it found before.
+    chosenIndexBefore_ = VisaRsrcIndex;
+    chosenNameBefore_ = VisaRsrcName;
     showState(OpenOptions(usbResources_));
+}
+
+void frmOptions::reject() {
+    VisaRsrcIndex = chosenIndexBefore_;
+    VisaRsrcName = chosenNameBefore_;
+    QDialog::reject();
 }
 
 void frmOptions::applyCaptions() {

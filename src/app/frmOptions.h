@@ -16,6 +16,7 @@ class frmOptions : public QDialog {
     Q_OBJECT
 public:
     explicit frmOptions(QWidget* parent = nullptr);
+    void reject() override; // Cancel, Escape, the close box: nothing changes
 
     OptionsState state() const; // what the controls show now
     QTabWidget* tabs() const { return tbsOptions_; }
@@ -46,4 +47,6 @@ private:
     QRadioButton* refreshAuto_;
     QComboBox* intervalCombo_;
     QList<QWidget*> captioned_; // widgets whose objectName is their caption key
+    int chosenIndexBefore_ = 0;
+    QString chosenNameBefore_;
 };

@@ -44,6 +44,7 @@ FramePlaceTwips ReadSoftwareSetting() {
     place.top = platform::GetSettingDouble(kAppTitle, kPlace, "MainTop", place.top);
     place.width = platform::GetSettingDouble(kAppTitle, kPlace, "MainWidth", place.width);
     place.height = platform::GetSettingDouble(kAppTitle, kPlace, "MainHeight", place.height);
+    place.remembered = !platform::GetSetting(kAppTitle, kPlace, "MainWidth", QString()).isEmpty();
     return place;
 }
 

@@ -25,6 +25,7 @@ extern SoftwareSettingRecord SoftwareSetting;
 // The frame's place in twips, the store's unit (1440 to the inch).
 struct FramePlaceTwips {
     double left = 1000, top = 1000, width = 6500, height = 6500;
+    bool remembered = false; // a size was saved by an earlier run
 };
 
 // Reads every row into SoftwareSetting; RS232 never survives a restart.

@@ -20,8 +20,10 @@
 #include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 
+#include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -38,6 +40,7 @@ private slots:
     void init();
     void cleanup();
     void startsWithoutInstrumentAndWithoutMessages();
+    void firstStartTakesThreeQuartersOfTheScreen();
     void menusAndToolbarCarryTheirCaptions();
     void panesAndViewChecksStayInStep();
     void toolbarAndStatusBarToggle();
@@ -96,6 +99,21 @@ void TestFrame::startsWithoutInstrumentAndWithoutMessages() {
     QCOMPARE(frame_->statusText(), QString("Status: "));
     QCOMPARE(frame_->pane("DataSheet")->objectName(), QString("DataSheet"));
     QCOMPARE(frame_->pane("Controller")->objectName(), QString("Controller"));
+}
+
+// No remembered place: three quarters of the screen, centred, the toolbar
+// unfolded; a remembered size wins the next time.
+void TestFrame::firstStartTakesThreeQuartersOfTheScreen() {
+    startFrame();
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    QCOMPARE(frame_->geometry().size(), screen.size() * 3 / 4);
+    QCOMPARE(frame_->geometry().center(), screen.center());
+    frame_->setGeometry(QRect(screen.topLeft() + QPoint(10, 10), QSize(500, 400)));
+    SheetDirty = CtrlDirty = false;
+    frame_->close(); // the settings are written at the end
+    frame_.reset();
+    startFrame();
+    QCOMPARE(frame_->geometry().size(), QSize(500, 400));
 }
 
 void TestFrame::menusAndToolbarCarryTheirCaptions() {

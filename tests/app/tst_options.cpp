@@ -5,6 +5,7 @@
 
 #include "app/OptionsLogic.h"
 #include "app/frmOptions.h"
+#include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "platform/Faults.h"
@@ -12,6 +13,7 @@
 #include "shared/SoftwareSetting.h"
 
 #include <QComboBox>
+#include <QPushButton>
 #include <QTabWidget>
 #include <QtTest>
 
@@ -27,6 +29,7 @@ private slots:
     void openingRepairsABadComPort();
     void moreThanElevenDevicesIsABoundsFault();
     void openingWhileConnectedKeepsTheSession();
+    void cancelThenConnectWorks();
     void okWhileConnectedSendsBaudThenUnlocks();
     void okWhileConnectedWithTheSameBaudStillDisconnects();
     void okWhileDisconnectedSendsNothing();
@@ -131,6 +134,28 @@ void TestOptions::openingWhileConnectedKeepsTheSession() {
         QCOMPARE(devices->count(), 1); // the connected instrument is found too
     }
     QVERIFY(!CutAtLineFeed(CmdQuery("*IDN?")).isEmpty());
+    QVERIFY(Connected);
+    QVERIFY(tp.boxes.isEmpty());
+}
+
+// Options opened and cancelled (the button clicked) before the first
+// connect: the connect finds the instrument as if Options had never opened.
+void TestOptions::cancelThenConnectWorks() {
+    TestPlatform tp;
+    SimulatedLink link;
+    DisconnectFromDevice();
+    VisaRsrcIndex = 0;
+    VisaRsrcName.clear();
+    {
+        frmOptions dialog;
+        dialog.show();
+        auto* cancel = dialog.findChild<QPushButton*>("cmdCancel");
+        QVERIFY(cancel);
+        QTest::mouseClick(cancel, Qt::LeftButton);
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
+    }
+    QCOMPARE(VisaRsrcIndex, 0);
+    ConnectToDevice();
     QVERIFY(Connected);
     QVERIFY(tp.boxes.isEmpty());
 }

@@ -8,11 +8,11 @@
 #include "acquire/Jobs.h"
 #include "acquire/MeasureJob.h"
 #include "acquire/frmPrgress.h"
-#include "controller/frmCtrlList.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
 #include "controller/PraseCtrlList.h"
 #include "controller/SettingsExchange.h"
+#include "controller/frmCtrlList.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -580,20 +580,30 @@ void TestExchange::measureJobFillsTheSlots() {
     QCOMPARE(CurrentMeasure.values[13], QString("*****")); // the raw reply of an overshoot stays
 }
 
+// The progress window: centred on the frame unless a remembered place is
+// wholly on a screen (a place from another monitor, or the defaults of an
+// older settings file, would put it out of sight).
 void TestExchange::progressWindowPlace_data() {
+    QTest::addColumn<bool>("remembered");
     QTest::addColumn<QPoint>("stored");
     QTest::addColumn<QPoint>("placed");
-    QTest::newRow("inside") << QPoint(500, 800) << QPoint(500, 800);
-    QTest::newRow("right of the frame") << QPoint(5000, 100) << QPoint(400, 100);
-    QTest::newRow("far left") << QPoint(-1000, 100) << QPoint(400, 100);
-    QTest::newRow("below") << QPoint(10, 4000) << QPoint(10, 600);
-    QTest::newRow("far above") << QPoint(10, -500) << QPoint(10, 600);
+    const QPoint centred(100 + (1000 - 340) / 2, 50 + (700 - 60) / 2);
+    QTest::newRow("first time: centred") << false << QPoint() << centred;
+    QTest::newRow("on the screen") << true << QPoint(500, 300) << QPoint(500, 300);
+    QTest::newRow("right of every screen") << true << QPoint(5000, 100) << centred;
+    QTest::newRow("across the screen's edge") << true << QPoint(1200, 100) << centred;
+    QTest::newRow("below the screen") << true << QPoint(500, 800) << centred;
+    QTest::newRow("on the second screen") << true << QPoint(1700, 300) << QPoint(1700, 300);
 }
 
 void TestExchange::progressWindowPlace() {
+    QFETCH(bool, remembered);
     QFETCH(QPoint, stored);
     QFETCH(QPoint, placed);
-    QCOMPARE(frmPrgress::PlaceFor(stored, QSize(1200, 900), QSize(340, 60)), placed);
+    const QList<QRect> screens{QRect(0, 0, 1280, 800), QRect(1280, 0, 1920, 1080)};
+    const std::optional<QPoint> place = remembered ? std::optional<QPoint>(stored) : std::nullopt;
+    QCOMPARE(frmPrgress::PlaceFor(place, QRect(100, 50, 1000, 700), QSize(340, 60), screens),
+             placed);
 }
 
 QTEST_MAIN(TestExchange)
