@@ -675,7 +675,6 @@ void frmMain::closeEvent(QCloseEvent* event) {
 }
 
 void frmMain::EndWithoutQuestions() {
-    // The panel's refresh must not draw for a frame that is going.
     for (QWidget* w : QApplication::topLevelWidgets())
         if (w != this && w->isVisible()) w->close();
     unload();
@@ -685,6 +684,18 @@ void frmMain::unload() {
     if (unloaded_) return;
     unloaded_ = true;
     platform::RunHandler("Form_Unload", [this] {
+        // The panel's refresh stops and its window goes before the link
+        // closes: nothing may ask the instrument, or draw, for a frame that
+        // is going.
+        PanelRunning = false;
+        PanelOpen = false;
+        for (QWidget* panel : findChildren<QWidget*>())
+            if (qobject_cast<frmV_Panel*>(panel) || qobject_cast<frmV_Key*>(panel)) {
+                if (auto* sub = qobject_cast<QMdiSubWindow*>(panel->parentWidget()))
+                    sub->close();
+                else
+                    panel->close();
+            }
         SaveSoftwareSetting();
         UnloadLink();
     });

@@ -9,7 +9,9 @@
 #include "app/frmNewDoc.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlState.h"
+#include "controller/PraseCtrlList.h"
 #include "controller/frmCtrlList.h"
+#include "panel/frmV_Panel.h"
 #include "link/LinkState.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
@@ -22,6 +24,8 @@
 
 #include <QGuiApplication>
 #include <QLabel>
+#include <QPointer>
+#include <QTreeWidgetItemIterator>
 #include <QMenu>
 #include <QScreen>
 #include <QStatusBar>
@@ -41,6 +45,7 @@ private slots:
     void cleanup();
     void startsWithoutInstrumentAndWithoutMessages();
     void firstStartTakesThreeQuartersOfTheScreen();
+    void exitWithThePanelOpenEndsItsRefreshFirst();
     void menusAndToolbarCarryTheirCaptions();
     void panesAndViewChecksStayInStep();
     void toolbarAndStatusBarToggle();
@@ -114,6 +119,37 @@ void TestFrame::firstStartTakesThreeQuartersOfTheScreen() {
     frame_.reset();
     startFrame();
     QCOMPARE(frame_->geometry().size(), QSize(500, 400));
+}
+
+// File > Exit while the virtual panel refreshes: the panel goes first, no
+// message comes after the frame, nothing draws for a frame that has gone.
+void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
+    startFrame();
+    QTemporaryDir dir;
+    sim::SimulatorOptions o;
+    o.usbDirectory = dir.filePath("usb").toStdString();
+    sim::Simulator simulator(o);
+    QVERIFY(simulator.Start());
+    platform::SetSimulatedUsbDirectory(dir.filePath("usb"));
+    frame_->action("mnuToolsConnect")->trigger();
+    QVERIFY(Connected);
+    QTreeWidgetItem* leaf = nullptr;
+    auto* tree = frame_->findChild<frmCtrlList*>();
+    for (QTreeWidgetItemIterator it(tree->tree()); *it; ++it)
+        if ((*it)->text(0) == "Virtual Panel") leaf = *it;
+    QVERIFY(leaf);
+    PraseCtrlList(frmCtrlList::FullPath(leaf));
+    QPointer<QWidget> panel = frame_->findChild<frmV_Panel*>();
+    if (!panel) panel = frame_->findChild<frmV_Key*>();
+    QVERIFY(panel);
+    QTest::qWait(300); // the panel refreshes
+    frame_->action("mnuFileExit")->trigger();
+    QTRY_VERIFY(!frame_->isVisible());
+    QTest::qWait(500);
+    QVERIFY(!panel);
+    QVERIFY(!PanelOpen && !PanelRunning);
+    QVERIFY2(tp_->boxes.isEmpty(), qPrintable(tp_->prompts().join("; ")));
+    platform::SetSimulatedUsbDirectory(QString());
 }
 
 void TestFrame::menusAndToolbarCarryTheirCaptions() {
