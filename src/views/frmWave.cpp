@@ -328,7 +328,10 @@ void frmWave::Timer1_Timer() {
         Form_Resize();
         SheetDirty = dirty; // setting up the controls is no change of the sheet
     }
-    const std::array<bool, 4> on = displayStates();
+    // Without an instrument the controller's display states say nothing about
+    // this record: its own choices stay, as its traces are drawn.
+    const std::array<bool, 4> on =
+        Connected ? displayStates() : std::array<bool, 4>{true, true, true, true};
     if (on[0] && on[1] && on[2] && on[3]) {
         for (QCheckBox* box : ChkCH_)
             box->setEnabled(true);
@@ -351,6 +354,13 @@ void frmWave::Timer1_Timer() {
 void frmWave::copyRecordToControls() {
     const WaveRecord& r = record();
     settingUp_ = true;
+    // The zoom the window had when the sheet was saved (Int42, in percent).
+    if (r.Int42 >= 1 && r.Int42 <= 1000 && !r.BestFit) {
+        const double saved = r.Int42 / 100.0;
+        RescaleCursors(cursors_, zoom_, saved);
+        zoom_ = saved;
+        ZoomCombo_->setEditText(ZoomText(zoom_));
+    }
     const bool sel[4] = {r.SelCh1, r.SelCh2, r.SelMath, r.SelLA};
     for (std::size_t i = 0; i < 4; ++i)
         ChkCH_[i]->setChecked(sel[i]);
@@ -413,7 +423,9 @@ void frmWave::LoadData() {
 // ---- display options ------------------------------------------------------------------
 
 void frmWave::ZoomCombo_Commit() {
-    if (CommitZoomBox(ZoomCombo_, zoom_, cursors_)) Form_Resize();
+    if (!CommitZoomBox(ZoomCombo_, zoom_, cursors_)) return;
+    record().Int42 = static_cast<std::int16_t>(std::lround(std::min(zoom_, 10.0) * 100));
+    Form_Resize();
 }
 
 void frmWave::BestFitChk_Click(bool checked) {

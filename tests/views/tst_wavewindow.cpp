@@ -12,6 +12,7 @@
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
+#include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
 #include "views/RefreshCycle.h"
 #include "views/ScreenRenderer.h"
@@ -31,6 +32,7 @@ private slots:
     void init();
     void cleanup();
     void refreshFetchesAndDraws();
+    void aReopenedSheetShowsWhatWasSaved();
     void firstTickSetsUpWithoutDirtying();
     void windowWithoutSourcesDoesNothing();
     void refreshWithoutConnectionSaysSo();
@@ -100,6 +102,37 @@ void TestWaveWindow::refreshFetchesAndDraws() {
         for (int x = 0; x < picture.width(); ++x)
             if (picture.pixelColor(x, y) == ColorCh1) ++yellow;
     QVERIFY2(yellow > 300, qPrintable(QString::number(yellow)));
+}
+
+// Fetched with CH2 and LA at 200 %, saved, reopened with no instrument: the
+// window comes back at 200 % with the boxes of the drawn traces ticked and
+// usable.
+void TestWaveWindow::aReopenedSheetShowsWhatWasSaved() {
+    for (int i : {0, 1, 3})
+        window_->sourceBox(i)->setChecked(true);
+    window_->cmdRefresh_Click();
+    window_->BestFitChk_Click(false);
+    window_->zoomCombo()->setEditText("200%");
+    window_->ZoomCombo_Commit();
+    QCOMPARE(window_->ZoomFactor(), 2.0);
+    const QString path = tp_->tempPath("zoomed.ult");
+    tp_->chosenPaths = {path};
+    QVERIFY(SaveDataSheet());
+    link_.reset(); // the instrument goes
+    ResetControllerState();
+    ResetDataSheet();
+    OpenDataSheet(path);
+    auto* w = qobject_cast<frmWave*>(DocForm(DocKind::Wave, 0));
+    QVERIFY(w);
+    w->Timer1_Timer(); // the first tick, then the control-state tick
+    w->Timer1_Timer();
+    QCOMPARE(w->ZoomFactor(), 2.0);
+    QCOMPARE(w->zoomCombo()->currentText(), QString("200%"));
+    for (int i : {0, 1, 3}) {
+        QVERIFY2(w->sourceBox(i)->isChecked(), qPrintable(w->sourceBox(i)->text()));
+        QVERIFY2(w->sourceBox(i)->isEnabled(), qPrintable(w->sourceBox(i)->text()));
+    }
+    QVERIFY(WaveRecords[0].ShowCh2 && WaveRecords[0].ShowLA);
 }
 
 void TestWaveWindow::firstTickSetsUpWithoutDirtying() {
