@@ -234,8 +234,8 @@ static const ParamDef* definitionOf(const std::string& pattern) {
         word(":MATH:DISPLAY", "OFF", kOnOff);
         word(":FFT:DISPLAY", "OFF", kOnOff);
         word(":LA:DISPLAY", "ON", kOnOff);
-        word(":LA:GROUP1:SIZE", "BIG", same({"BIG", "SMALL"}));
-        word(":LA:GROUP2:SIZE", "BIG", same({"BIG", "SMALL"}));
+        word(":LA:GROUP1:SIZE", "SMALL", same({"BIG", "SMALL"}));
+        word(":LA:GROUP2:SIZE", "SMALL", same({"BIG", "SMALL"}));
         integer(":LA:STATUS", 0xFFFF);
         word(":TRIGGER:MODE", "EDGE",
              same({"EDGE", "PULSE", "VIDEO", "SLOPE", "ALTERNATION", "PATTERN", "DURATION"}));
@@ -324,6 +324,10 @@ Instrument::Instrument(Identity identity)
     : identity_(std::move(identity)), start_(std::chrono::steady_clock::now()) {
     gen_[1] = {Generator::Shape::Sine, 1000, 1.0, 0, 0.5};
     gen_[2] = {Generator::Shape::Square, 2000, 0.5, 0, 0.5};
+    // Sixteen digital channels on sixteen rows, D0 at the bottom, as the
+    // instrument shows them after a position reset with small groups.
+    for (int n = 0; n < 16; ++n)
+        value(":DIGITAL" + std::to_string(n) + ":POSITION") = std::to_string(n);
 }
 
 double Instrument::nowSeconds() const {

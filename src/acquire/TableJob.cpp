@@ -91,7 +91,7 @@ void RunTableJob(const QString& source) {
     RawSamples.fill(0);
     const int count = ReadTraceBlock(kTraceRequest);
     StopProgressCreep();
-    WarnShortBlock(word, count, std::min(kTraceRequest, channel ? 600 : 1200));
+    WarnShortBlock(word, count, std::min(kTraceRequest - 10, channel ? 600 : 1200));
     std::fill(TableVoltText.begin(), TableVoltText.end(), QString());
     std::fill(TableTimeText.begin(), TableTimeText.end(), QString());
     // 9: the voltages of the channels.

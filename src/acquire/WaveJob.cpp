@@ -62,7 +62,9 @@ void fetchTrace(const QString& source, TraceKind kind, int requested, const Deco
     StartProgressCreep();
     const int count = ReadTraceBlock(requested);
     StopProgressCreep();
-    WarnShortBlock(source, count, expectedSamples(kind));
+    // A request may be shorter than the trace (the digital one is): a full
+    // read gives the request less the block's ten header bytes.
+    WarnShortBlock(source, count, std::min(expectedSamples(kind), requested - 10));
     DecodeTrace(kind, count, rules, out);
     AdvanceProgress();
     ProgressTarget = std::min(100.0, ProgressTarget + ProgressStep());

@@ -5,6 +5,7 @@
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "platform/Status.h"
 #include "platform/TextCodec.h"
 #include "shared/AppIdentity.h"
 #include "shared/FileFunc.h"
@@ -132,7 +133,10 @@ bool WriteControlFile(const QString& path) {
     for (QString* field : ControlFileFields(CtrlData))
         bytes += quoted(PointForm(*field));
     const QString error = platform::WriteFileAtomically(path, bytes);
-    if (error.isEmpty()) return true;
+    if (error.isEmpty()) {
+        platform::ShowStatus(SavedToText(path));
+        return true;
+    }
     critical(error); // the old file stays, and the record stays unsaved
     return false;
 }

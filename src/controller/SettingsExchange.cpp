@@ -10,6 +10,7 @@
 #include "platform/Faults.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "platform/Status.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/StringRES.h"
@@ -453,11 +454,13 @@ void ReadAllSettings(const std::function<void()>& progressHook) {
 void UploadToDSO() {
     RunJob(kJobUpload, CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("数据上传中...")
                                                              : "Data Uploading...");
+    if (JobSucceeded()) platform::ShowStatus(UploadedText());
 }
 
 void DownloadfromDSO() {
     RunJob(kJobDownload, CaptionLanguage() == kLanguageChinese ? QString::fromUtf8("数据下载中...")
                                                                : "Data Downloading...");
+    if (JobSucceeded() && LastReadAllComplete()) platform::ShowStatus(DownloadedText());
 }
 
 void cmdUpload_Click() {

@@ -11,6 +11,7 @@
 #include "platform/Pacing.h"
 #include "platform/Printing.h"
 #include "platform/SafeFile.h"
+#include "platform/Status.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/StringRES.h"
@@ -538,6 +539,8 @@ void frmOpenWaveform::ExportCsv() {
     progress.close();
     if (!error.isEmpty())
         platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
+    else
+        platform::ShowStatus(ExportedToText(*path));
 }
 
 void frmOpenWaveform::SaveBitmap() {

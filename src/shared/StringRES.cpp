@@ -221,6 +221,26 @@ QString SettingsUnwritableText(const QString& path) {
            ". The program goes on with the settings it has.";
 }
 
+QString SavedToText(const QString& path) {
+    return (chineseCaptions() ? QString::fromUtf8("已保存到 ") : QStringLiteral("Saved to ")) +
+           path;
+}
+
+QString ExportedToText(const QString& path) {
+    return (chineseCaptions() ? QString::fromUtf8("已导出到 ") : QStringLiteral("Exported to ")) +
+           path;
+}
+
+QString DownloadedText() {
+    return chineseCaptions() ? QString::fromUtf8("已从示波器下载全部设置。")
+                             : QStringLiteral("Downloaded every setting from the instrument.");
+}
+
+QString UploadedText() {
+    return chineseCaptions() ? QString::fromUtf8("已将全部设置上传到示波器。")
+                             : QStringLiteral("Uploaded every setting to the instrument.");
+}
+
 QString HelpUnavailableText(const QString& error) {
     if (chineseCaptions()) return QString::fromUtf8("无法打开帮助页面：") + error;
     return "The help page cannot be opened: " + error;

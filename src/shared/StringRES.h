@@ -82,3 +82,8 @@ QList<TextRow> DisplayWordRows();
 QString RuntimeErrorText(const QString& english);
 QString SettingsUnwritableText(const QString& path);
 QString HelpUnavailableText(const QString& error);
+// Short notes for the status bar about what just happened.
+QString SavedToText(const QString& path);
+QString ExportedToText(const QString& path);
+QString DownloadedText();
+QString UploadedText();

@@ -3,6 +3,7 @@
 #include "platform/Faults.h"
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
+#include "platform/Status.h"
 #include "shared/AppIdentity.h"
 #include "shared/FileFunc.h"
 #include "shared/Icons.h"
@@ -502,6 +503,7 @@ std::optional<QString> sheetDialog(bool save, const QString& title) {
 
 bool saveTo(const QString& path) {
     if (!SaveSheet(path)) return false; // the old file stays, the sheet stays dirty
+    platform::ShowStatus(SavedToText(path));
     SheetPath = path;
     SheetIncompleteFrom.clear();
     SheetDirty = false;

@@ -3,7 +3,9 @@
 #include "platform/FileDialog.h"
 #include "platform/MsgBox.h"
 #include "platform/SafeFile.h"
+#include "platform/Status.h"
 #include "shared/LoadLanguage.h"
+#include "shared/StringRES.h"
 
 #include <QBuffer>
 
@@ -18,7 +20,10 @@ QString exportTitle() {
 
 bool WriteExport(const QString& path, const QByteArray& bytes) {
     const QString error = platform::WriteFileAtomically(path, bytes);
-    if (error.isEmpty()) return true;
+    if (error.isEmpty()) {
+        platform::ShowStatus(ExportedToText(path));
+        return true;
+    }
     platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
     return false;
 }

@@ -120,6 +120,7 @@ void TestFetchDrop::dropKeepsWhatTheWindowShows_data() {
 }
 
 void TestFetchDrop::dropKeepsWhatTheWindowShows() {
+    platform::ShowStatus(QString());
     QFETCH(Kind, kind);
     QFETCH(int, dropAt);
     TestPlatform tp;
@@ -144,7 +145,9 @@ void TestFetchDrop::dropKeepsWhatTheWindowShows() {
 void TestFetchDrop::shortBlocksAreSaid() {
     TestPlatform tp;
     SimulatedLink link;
+    platform::ShowStatus(QString());
     openFilledWindow(Kind::Wave);
+    QVERIFY2(platform::LastStatus().isEmpty(), qPrintable(platform::LastStatus())); // whole blocks
     sim::Faults truncate;
     truncate.truncateBlocks = true;
     link.instrument().SetFaults(truncate);

@@ -11,8 +11,8 @@
 #include "controller/CtrlState.h"
 #include "controller/PraseCtrlList.h"
 #include "controller/frmCtrlList.h"
-#include "panel/frmV_Panel.h"
 #include "link/LinkState.h"
+#include "panel/frmV_Panel.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
 #include "shared/AppIdentity.h"
@@ -24,15 +24,15 @@
 
 #include <QGuiApplication>
 #include <QLabel>
-#include <QPointer>
-#include <QTreeWidgetItemIterator>
 #include <QMenu>
+#include <QPointer>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <QtTest>
 #include <memory>
 
@@ -45,6 +45,7 @@ private slots:
     void cleanup();
     void startsWithoutInstrumentAndWithoutMessages();
     void firstStartTakesThreeQuartersOfTheScreen();
+    void titleNamesTheSheetAndItsChanges();
     void exitWithThePanelOpenEndsItsRefreshFirst();
     void menusAndToolbarCarryTheirCaptions();
     void panesAndViewChecksStayInStep();
@@ -150,6 +151,17 @@ void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
     QVERIFY(!PanelOpen && !PanelRunning);
     QVERIFY2(tp_->boxes.isEmpty(), qPrintable(tp_->prompts().join("; ")));
     platform::SetSimulatedUsbDirectory(QString());
+}
+
+void TestFrame::titleNamesTheSheetAndItsChanges() {
+    startFrame();
+    QCOMPARE(frame_->windowTitle(), FormText("frmMain", "Caption"));
+    QVERIFY(NewDataSheet());
+    SheetDirty = true;
+    QTRY_VERIFY(frame_->isWindowModified());
+    QCOMPARE(frame_->windowTitle(), SheetName + "[*] \u2014 " + FormText("frmMain", "Caption"));
+    SheetDirty = false;
+    QTRY_VERIFY(!frame_->isWindowModified());
 }
 
 void TestFrame::menusAndToolbarCarryTheirCaptions() {

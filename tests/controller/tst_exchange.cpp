@@ -18,6 +18,7 @@
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
 #include "platform/Pacing.h"
+#include "platform/Status.h"
 #include "platform/Visa.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
@@ -539,6 +540,8 @@ void TestExchange::theTreeShowsEachDownload() {
     }
     PraseCtrlList("NQ4000L\\Running Control\\Auto Set");
     QCOMPARE(timeDivRow(), "Time/Div [" + shown("500.0us") + "]");
+    DownloadfromDSO(); // the button's way: the status bar says what happened
+    QCOMPARE(platform::LastStatus(), DownloadedText());
 }
 
 void TestExchange::measureJobFillsTheSlots() {

@@ -5,6 +5,7 @@
 
 #include "app/FrameLogic.h"
 #include "memwave/CsvExport.h"
+#include "platform/Status.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
@@ -308,6 +309,8 @@ void TestSheetFile::reopenBringsWindowsBackClean() {
     QVERIFY(SaveDataSheet());
     QVERIFY(!SheetDirty);
     QCOMPARE(SheetPath, path);
+    QCOMPARE(platform::LastStatus(), SavedToText(path));
+    QCOMPARE(FrameTitle("Korvane"), QString("bench.ult[*] \u2014 Korvane"));
     ResetDataSheet();
     OpenDataSheet(path);
     QVERIFY(tp_->prompts().isEmpty());
