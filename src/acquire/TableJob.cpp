@@ -106,7 +106,7 @@ void RunTableJob(const QString& source) {
             TableVoltText[static_cast<std::size_t>(i)] = TableNumberText(value, true);
         }
     }
-    // 10: the times; First x 2 is added twice, as the table always had it.
+    // 10: the times; First x 2 is added twice, by the table's own rule.
     const double offset = Val(timeOffset);
     int k = 1;
     for (int i = first * 2; i <= (last + 1) * 2 && k <= kTableTextBound; ++i, ++k) {

@@ -22,7 +22,7 @@ extern bool Rs232Sending;
 extern QString CommEventMsg;
 extern QString CommErrorMsg;
 
-// The serial control: a port with the classic properties, raising OnComm for
+// The serial control: a port with a serial control's properties, raising OnComm for
 // every arrival and every line event.
 class CommControl {
 public:

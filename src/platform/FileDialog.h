@@ -1,5 +1,5 @@
 #pragma once
-// The common open and save dialog. Filters are given in the classic
+// The common open and save dialog. Filters are given in the
 // "Description (*.ext)|*.ext|..." form and translated for Qt. Tests install a
 // hook that returns a chosen path or a cancel.
 #include <QString>

@@ -248,8 +248,8 @@ float ValSingle(const QString& text) {
 }
 
 namespace {
-QString numberText(double value, QChar decimalSign, bool classicStr) {
-    if (value == 0) return classicStr ? QStringLiteral(" 0") : QStringLiteral("0");
+QString numberText(double value, QChar decimalSign, bool strForm) {
+    if (value == 0) return strForm ? QStringLiteral(" 0") : QStringLiteral("0");
     const bool negative = value < 0;
     Decimal d = decimalForm(std::fabs(value), 15);
     while (d.digits.size() > 1 && d.digits.back() == '0')
@@ -263,8 +263,8 @@ QString numberText(double value, QChar decimalSign, bool classicStr) {
                     .arg(exponent < 0 ? '-' : '+')
                     .arg(std::abs(exponent), 2, 10, QLatin1Char('0'));
     } else if (d.point <= 0) {
-        body = (classicStr ? QString() : QStringLiteral("0")) + decimalSign +
-               QString(-d.point, '0') + QString::fromStdString(d.digits);
+        body = (strForm ? QString() : QStringLiteral("0")) + decimalSign + QString(-d.point, '0') +
+               QString::fromStdString(d.digits);
     } else {
         const std::string& digits = d.digits;
         std::string intPart = digits.substr(
@@ -279,7 +279,7 @@ QString numberText(double value, QChar decimalSign, bool classicStr) {
                     QString::fromStdString(digits.substr(static_cast<std::size_t>(d.point)));
     }
     if (negative) return "-" + body;
-    return classicStr ? " " + body : body;
+    return strForm ? " " + body : body;
 }
 } // namespace
 

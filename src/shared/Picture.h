@@ -1,5 +1,5 @@
 #pragma once
-// Number text as the program has always produced and read it: picture
+// Number text as the program produces and reads it: picture
 // formatting ("#.00", "###", "#0.00dB", "00.0%", "0.00E+00"...) and the Val
 // reading rule. Exact to the digit, because every value the program shows,
 // stores, sends or exports passes through here.
@@ -38,7 +38,7 @@ double Val(const QString& text);
 // Val read into a 32-bit float, as the display formatters read their text.
 float ValSingle(const QString& text);
 
-// A number as a string the classic way: Str puts a blank before a
+// A number as a string: Str puts a blank before a
 // non-negative number and drops the zero before the point (" .5", "-.25",
 // " 1E-05"); CStr has neither quirk ("0.5"). Both show up to 15 significant
 // digits and use the exponent form below 1e-4 and from 1e15 on.

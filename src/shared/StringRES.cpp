@@ -150,7 +150,7 @@ const char* pick(const TextRow& row, int index) {
     return index == 0 ? row.chinese : row.english;
 }
 
-// The designer's texts are the English ones, so they stand before any language is chosen.
+// The English texts stand before any language is chosen.
 const bool kDesignerTexts = [] {
     ApplyMessageTable(1);
     ApplyDisplayWords(1);

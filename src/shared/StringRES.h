@@ -77,7 +77,7 @@ QList<TextRow> MessageRows();
 QList<TextRow> DisplayWordRows();
 
 // The program's own messages beside the table: a run-time error's text (the
-// classic ones the file readers give), the settings folder that cannot be
+// ones the file readers give), the settings folder that cannot be
 // written, the help page that cannot be opened; in the caption language.
 QString RuntimeErrorText(const QString& english);
 QString SettingsUnwritableText(const QString& path);

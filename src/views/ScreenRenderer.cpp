@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kEps = 1e-9;
 
-// Rounds as the classic Round does: to the nearest, halves to even.
+// Rounds to the nearest, halves to even.
 double roundEven(double v) {
     return std::nearbyint(v);
 }

@@ -36,7 +36,7 @@ bool chinese() {
 }
 const char* const kSources[3] = {"CH1", "CH2", "LA"};
 
-// A number as the classic Print writes it: a blank for the sign, the digits, a blank.
+// A row number as the export writes it: a blank for the sign, the digits, a blank.
 QString printedNumber(int n) {
     return (n < 0 ? QString() : QStringLiteral(" ")) + QString::number(n) + " ";
 }

@@ -394,7 +394,7 @@ void TestWordMap::levelsAskTheInstrument() {
     QCOMPARE(TriggerScaleForSource("AC", query), QString("0"));
 
     asked.clear();
-    // 2 div * 0.5 V - 0.25 V, written the classic way without the leading zero.
+    // 2 div * 0.5 V - 0.25 V, written without the leading zero (the Str form).
     QCOMPARE(LevelFromDiv("2", "CH1", query), QString(".75"));
     QCOMPARE(asked, (QStringList{":CHANNEL1:SCALE?", ":CHANNEL1:OFFSET?"}));
     QCOMPARE(LevelFromDiv("1.5", "EXT", query), QString(".3"));

@@ -16,6 +16,7 @@
 
 #include <QTimer>
 #include <QToolButton>
+#include <QWheelEvent>
 #include <QtTest>
 
 class TestPanel : public QObject {
@@ -33,6 +34,9 @@ private slots:
     void everyKeySendsItsCommand();
     void heldKeyRepeatsWithTheStepTable();
     void keysWorkTheSimulatedInstrument();
+    void knobDetentsSendWhatTheirKeysSend_data();
+    void knobDetentsSendWhatTheirKeysSend();
+    void lampsFollowTheInstrument();
     void refreshLoopEndsWhenTheWindowCloses();
     void refreshLoopEndsWhenTheLinkDrops();
 
@@ -224,6 +228,92 @@ void TestPanel::keysWorkTheSimulatedInstrument() {
     panel.Press("VK_H_Dec");
     link.sync();
     QVERIFY(link.instrument().TimeScale() < time);
+}
+
+// A wheel notch on a knob sends what one click of the key beside it sends;
+// a drag round the knob does the same per detent; a press is the knob's push.
+void TestPanel::knobDetentsSendWhatTheirKeysSend_data() {
+    QTest::addColumn<QString>("knob");
+    QTest::addColumn<QString>("down");
+    QTest::addColumn<QString>("up");
+    QTest::newRow("vertical position") << "VK_P_V_P"
+                                       << "VK_V_Pos_Dec"
+                                       << "VK_V_Pos_Inc";
+    QTest::newRow("volts/div") << "VK_P_V"
+                               << "VK_V_Dec"
+                               << "VK_V_Inc";
+    QTest::newRow("horizontal position") << "VK_P_H_P"
+                                         << "VK_H_Pos_Dec"
+                                         << "VK_H_Pos_Inc";
+    QTest::newRow("time/div") << "VK_P_H"
+                              << "VK_H_Dec"
+                              << "VK_H_Inc";
+    QTest::newRow("trigger level") << "VK_P_L"
+                                   << "VK_Trig_Lvl_Dec"
+                                   << "VK_Trig_Lvl_Inc";
+    QTest::newRow("function") << "VK_F_F"
+                              << "VK_F_DEC"
+                              << "VK_F_INC";
+}
+
+void TestPanel::knobDetentsSendWhatTheirKeysSend() {
+    QFETCH(QString, knob);
+    QFETCH(QString, down);
+    QFETCH(QString, up);
+    RecordingTransport transport;
+    Connected = true;
+    FrontPanel panel(false);
+    panel.show();
+    auto clickOf = [&](const QString& control) {
+        transport.log.clear();
+        QTest::mouseClick(qobject_cast<QToolButton*>(panel.key(control)), Qt::LeftButton);
+        panel.StopRepeat();
+        return transport.log;
+    };
+    const QStringList upClick = clickOf(up), downClick = clickOf(down);
+    QWidget* k = panel.key(knob);
+    QVERIFY(qobject_cast<PanelKnob*>(k));
+    auto wheel = [&](int delta) {
+        transport.log.clear();
+        const QPointF at(k->width() / 2.0, k->height() / 2.0);
+        QWheelEvent e(at, k->mapToGlobal(at), QPoint(), QPoint(0, delta), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(k, &e);
+        return transport.log;
+    };
+    QCOMPARE(wheel(120), upClick);
+    QCOMPARE(wheel(-120), downClick);
+    QCOMPARE(wheel(240), upClick + upClick);
+    // A drag a quarter turn clockwise from the top: three detents up.
+    transport.log.clear();
+    const QPoint centre(k->width() / 2, k->height() / 2);
+    QTest::mousePress(k, Qt::LeftButton, {}, centre + QPoint(0, -15));
+    QMouseEvent move(QEvent::MouseMove, QPointF(centre + QPoint(15, 0)),
+                     k->mapToGlobal(QPointF(centre + QPoint(15, 0))), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(k, &move);
+    QTest::mouseRelease(k, Qt::LeftButton, {}, centre + QPoint(15, 0));
+    QCOMPARE(transport.log, upClick + upClick + upClick);
+    // A press without a turn is the push.
+    transport.log.clear();
+    QTest::mouseClick(k, Qt::LeftButton);
+    QCOMPARE(transport.log, QStringList{FindVirtualKey(knob)->command});
+    Connected = false;
+}
+
+void TestPanel::lampsFollowTheInstrument() {
+    SimulatedLink link;
+    FrontPanel panel(false);
+    link.instrument().Process(":STOP");
+    link.instrument().Process(":CHANNEL:ACTIVE CHANNEL2");
+    PollPanelLamps(&panel);
+    QVERIFY(!panel.runLamp());
+    QCOMPARE(panel.channelLamp(), 2);
+    link.instrument().Process(":RUN");
+    link.instrument().Process(":CHANNEL:ACTIVE CHANNEL1");
+    PollPanelLamps(&panel);
+    QVERIFY(panel.runLamp());
+    QCOMPARE(panel.channelLamp(), 1);
 }
 
 void TestPanel::refreshLoopEndsWhenTheWindowCloses() {
