@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/Cli.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/MeasureJob.h"
 #include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
+#include "cli/CliCommands.h"
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/SettingsExchange.h"
@@ -14,41 +16,158 @@
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
 #include "measure/MeasureTable.h"
-#include "memwave/CsvExport.h"
-#include "memwave/WaveformFile.h"
-#include "panel/LcdImage.h"
+#include "platform/EndSignals.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
-#include "platform/SafeFile.h"
 #include "platform/Visa.h"
-#include "replay/RecordFile.h"
 #include "shared/AppIdentity.h"
 #include "shared/ComPorts.h"
 #include "shared/LoadLanguage.h"
 #include "shared/SoftwareSetting.h"
-#include "sheet/SheetFile.h"
-#include "sheet/SheetRecords.h"
-#include "views/ScreenRenderer.h"
-#include "views/frmData.h"
 
-#include <QBuffer>
 #include <QCommandLineParser>
-#include <QFile>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPainter>
+#include <QLocale>
 #include <QThread>
 #include <cstdio>
 #include <unistd.h>
 
 namespace {
 
-// One line on standard error, and the status that goes with it.
+// ---- what the command line says ----------------------------------------------------------
+
+struct Command {
+    const char* name;
+    const char* synopsis;
+    const char* help;
+    int minArgs, maxArgs; // positional words after the command; -1: the rest of the line
+    bool instrument;      // talks to an instrument
+    bool repeats;         // --repeat and --interval apply
+    QStringList options;  // the command's own options
+};
+
+const QList<Command>& commands() {
+    static const QList<Command> list = {
+        {"list",
+         "list",
+         "The instruments on USB and the serial ports the program maps.",
+         0,
+         0,
+         false,
+         false,
+         {}},
+        {"idn", "idn", "The instrument's identification.", 0, 0, true, true, {}},
+        {"send",
+         "send COMMAND [ARGUMENT...]",
+         "One command; the rest of the line is its text (\"send :CHANNEL1:SCALE 2\").",
+         1,
+         -1,
+         true,
+         false,
+         {}},
+        {"query", "query COMMAND [ARGUMENT...]", "One query and its reply.", 1, -1, true, true, {}},
+        {"settings",
+         "settings get|put FILE.rmt",
+         "Every setting into a control file (get), or from one into the instrument (put). With "
+         "--repeat, get writes FILE-001.rmt, FILE-002.rmt ...",
+         2,
+         2,
+         true,
+         true,
+         {}},
+        {"screen",
+         "screen --png FILE | --lcd FILE",
+         "The screen of a wave fetch drawn as the Wave window draws it (--png), or the "
+         "instrument's own screen image over USB (--lcd).",
+         0,
+         0,
+         true,
+         true,
+         {"png", "lcd"}},
+        {"table",
+         "table CH1|CH2|LA --out FILE|-",
+         "The Data window's export of a table fetch.",
+         1,
+         1,
+         true,
+         true,
+         {"out"}},
+        {"measure",
+         "measure CH1|CH2 [--limits FILE] [--json] [--out FILE|-]",
+         "The eighteen measures with their verdicts; exit status 1 when a verdict fails. --json "
+         "gives the values in base units (V, s, Hz, a fraction) beside their texts; with "
+         "--repeat one JSON document a line.",
+         1,
+         1,
+         true,
+         true,
+         {"limits", "json", "out"}},
+        {"wfm2csv",
+         "wfm2csv IN.wfm OUT.csv|-",
+         "A deep-memory file as the viewer's CSV.",
+         2,
+         2,
+         false,
+         false,
+         {}},
+        {"rcd2png",
+         "rcd2png IN.rcd [--frame N] OUT.png",
+         "One frame of a record, drawn.",
+         2,
+         2,
+         false,
+         false,
+         {"frame"}},
+        {"sheet-info",
+         "sheet-info FILE.ult",
+         "What a data sheet file holds.",
+         1,
+         1,
+         false,
+         false,
+         {}},
+    };
+    return list;
+}
+
+const Command* findCommand(const QString& name) {
+    for (const Command& c : commands())
+        if (name == QLatin1String(c.name)) return &c;
+    return nullptr;
+}
+
+QString usage() {
+    QString text = "Usage: korvane-cli [OPTION]... COMMAND [ARGUMENT]...\n"
+                   "The NQ4000L oscilloscopes and Korvane's files from scripts.\n\nCommands:\n";
+    for (const Command& c : commands())
+        text += QString("  %1\n").arg(c.synopsis);
+    text += "\nOptions:\n"
+            "  --resource NAME   the instrument's VISA name (several on USB)\n"
+            "  --rs232 PATH      the instrument on a serial device\n"
+            "  --language en|zh  the language of the texts (en)\n"
+            "  --repeat N        run a fetching command N times\n"
+            "  --interval S      wall-clock seconds between rounds (up to 86400)\n"
+            "  -v, --verbose     every command and reply on standard error\n"
+            "  -V, --version     the version\n"
+            "  -h, --help        this help; COMMAND --help the command's\n"
+            "\nExit status: 0 done, 1 a verdict failed, 2 a wrong command line or file,\n"
+            "3 no instrument, 128 + N ended by signal N.\n";
+    return text;
+}
+
+QString commandHelp(const Command& c) {
+    QString text = QString("Usage: korvane-cli [OPTION]... %1\n%2\n").arg(c.synopsis, c.help);
+    if (c.repeats) text += "Repeats with --repeat N --interval S.\n";
+    return text;
+}
+
 int fail(const QString& message, int status = 2) {
-    std::fprintf(stderr, "korvane-cli: %s\n", qPrintable(message));
-    return status;
+    return CliFail(message, status);
 }
 
 void out(const QString& text) {
@@ -56,39 +175,74 @@ void out(const QString& text) {
     std::fflush(stdout);
 }
 
-QString usage() {
-    return QStringLiteral(
-        "usage: korvane-cli [options] COMMAND [arguments]\n"
-        "commands:\n"
-        "  list                          instruments on USB and the configured serial ports\n"
-        "  idn                           the instrument's identification\n"
-        "  send CMD | query CMD          one command, or one query and its reply\n"
-        "  settings get FILE.rmt         read every setting into a control file\n"
-        "  settings put FILE.rmt         write every setting of a control file\n"
-        "  screen --png FILE             the screen of a wave fetch, drawn\n"
-        "  screen --lcd FILE.png         the instrument's own screen image (USB)\n"
-        "  table CH1|CH2|LA --out FILE   the data table export\n"
-        "  measure CH1|CH2 [--limits FILE] [--json]\n"
-        "                                the 18 measures; exit 1 when a verdict fails\n"
-        "  wfm2csv IN.wfm OUT.csv        a deep-memory file as CSV\n"
-        "  rcd2png IN.rcd --frame N OUT  one frame of a record as a picture\n"
-        "  sheet-info FILE.ult           what a data sheet file holds\n"
-        "options: --resource NAME, --rs232 PATH, --language en|zh,\n"
-        "         --repeat N --interval S (fetching commands)\n");
+// ---- ending on a signal -------------------------------------------------------------------
+
+bool g_ending = false;
+
+// Between two commands (every pause of the link's pacing and every event
+// pump): a pending Ctrl+C or SIGTERM ends the program as the window does:
+// the instrument's keys unlocked, the link closed, the signal's status.
+void endOnSignal() {
+    const int signal = platform::PendingEndSignal();
+    if (signal == 0 || g_ending) return;
+    g_ending = true;
+    if (Connected) CmdSend(SetCommand(cmd::KeyLock, cmd::Disable));
+    VisaCloseAll();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    std::_Exit(128 + signal);
 }
+
+// Wall-clock seconds, whatever the link's pacing, in pieces that let a
+// signal end the wait.
+void waitSeconds(double seconds) {
+    QElapsedTimer clock;
+    clock.start();
+    const qint64 total = static_cast<qint64>(seconds * 1000);
+    while (clock.elapsed() < total) {
+        endOnSignal();
+        QThread::msleep(static_cast<unsigned long>(std::min<qint64>(100, total - clock.elapsed())));
+    }
+    endOnSignal();
+}
+
+// ---- progress on a terminal ---------------------------------------------------------------
+
+class TerminalProgress {
+public:
+    TerminalProgress() : shown_(::isatty(STDERR_FILENO)) {
+        clock_.start();
+        if (!shown_) return;
+        SetProgressView([this](double value) { show(static_cast<int>(value)); });
+    }
+    ~TerminalProgress() {
+        SetProgressView({});
+        if (printed_) std::fputs("\r     \r", stderr);
+    }
+    // Shown only for work that has taken longer than a second.
+    void show(int percent) {
+        if (!shown_ || clock_.elapsed() < 1000) return;
+        std::fprintf(stderr, "\r%3d %%", std::clamp(percent, 0, 100));
+        std::fflush(stderr);
+        printed_ = true;
+    }
+
+private:
+    bool shown_;
+    bool printed_ = false;
+    QElapsedTimer clock_;
+};
 
 // ---- the link ---------------------------------------------------------------------------
 
-bool g_messages = false; // a message box was shown (its text went to standard error)
-
-bool connect(const QCommandLineParser& p) {
-    if (p.isSet("rs232")) {
+bool connect(const CliRequest& r) {
+    if (!r.rs232.isEmpty()) {
         SoftwareSetting.ScopeIOType = kIoTypeRs232;
         SoftwareSetting.COM_Port = 1;
-        SetComPortOverride(1, p.value("rs232"));
+        SetComPortOverride(1, r.rs232);
     } else {
         OpenVisaRM();
-        const QString wanted = p.value("resource");
+        const QString wanted = r.resource;
         // More than one instrument: the one named, or the first.
         SetResourceChooserHook([wanted](const QStringList& names) -> std::optional<QString> {
             if (!wanted.isEmpty())
@@ -109,323 +263,220 @@ void disconnect() {
     VisaCloseInstr();
 }
 
-// ---- files --------------------------------------------------------------------------------
-
-int writeFile(const QString& path, const QByteArray& bytes) {
-    const QString error = platform::WriteFileAtomically(path, bytes);
-    return error.isEmpty() ? 0 : fail(path + ": " + error);
+void logLine(const QString& line) {
+    std::fprintf(stderr, "%s\n", qPrintable(line));
 }
 
-QByteArray pngOf(const QImage& image) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
+// ---- reading the command line -------------------------------------------------------------
 
-// The fetching commands may repeat: the file names then carry the round.
-QString roundPath(const QString& path, int round, int rounds) {
-    if (rounds <= 1) return path;
-    const qsizetype dot = path.lastIndexOf('.');
-    const QString number = QString("-%1").arg(round + 1, 3, 10, QLatin1Char('0'));
-    return dot > path.lastIndexOf('/') ? path.left(dot) + number + path.mid(dot) : path + number;
-}
-
-// ---- commands ------------------------------------------------------------------------------
-
-int cmdList() {
-    OpenVisaRM();
-    for (const QString& name : SearchUsbResources())
-        out(name + "\n");
-    for (int port = 1; port <= kComPortCount; ++port)
-        if (!ComPortDevice(port).isEmpty())
-            out(QString("ASRL%1::INSTR\t%2\n").arg(port).arg(ComPortDevice(port)));
-    return 0;
-}
-
-int cmdScreen(const QCommandLineParser& p, const QStringList& args, int round, int rounds) {
-    if (args.size() < 3) return fail("screen needs --png FILE or --lcd FILE");
-    const QString path = roundPath(args[2], round, rounds);
-    if (args[1] == "--lcd") {
-        if (SoftwareSetting.ScopeIOType != kIoTypeUsb)
-            return fail("the screen image is read over USB only");
-        std::vector<std::uint8_t> raw(kLcdReply);
-        GetLcdData(raw);
-        if (!Connected) return fail("the screen image could not be read");
-        std::vector<std::uint32_t> pixels(kLcdReply);
-        (IsColorDevice() ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
-        return writeFile(path, pngOf(LcdPicture(pixels, false)));
+// Everything is checked before anything is connected or sent.
+std::optional<CliRequest> readRequest(const QStringList& arguments, int* status) {
+    *status = 2;
+    QCommandLineParser p;
+    p.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsOptions);
+    p.addOptions({{"resource", "", "NAME"},
+                  {"rs232", "", "PATH"},
+                  {"language", "", "LANG"},
+                  {"repeat", "", "N"},
+                  {"interval", "", "S"},
+                  {"out", "", "FILE"},
+                  {"limits", "", "FILE"},
+                  {"frame", "", "N"},
+                  {"json", ""},
+                  {"png", "", "FILE"},
+                  {"lcd", "", "FILE"},
+                  {{"v", "verbose"}, ""},
+                  {{"V", "version"}, ""},
+                  {{"h", "help"}, ""}});
+    // "send :X:Y -1" must not read -1 as an option: what follows send or
+    // query is the command's text.
+    QStringList words = arguments;
+    QStringList rest;
+    for (int i = 1; i < words.size(); ++i)
+        if (words[i] == QLatin1String("send") || words[i] == QLatin1String("query")) {
+            rest = words.mid(i + 1);
+            words = words.mid(0, i + 1);
+            break;
+        }
+    if (!p.parse(words)) {
+        fail(p.errorText() + " (see korvane-cli --help)");
+        return std::nullopt;
     }
-    if (args[1] != "--png") return fail("screen needs --png FILE or --lcd FILE");
-    (void)p;
-    WaveRecord& r = WaveRecords[0];
-    r = WaveRecord();
-    // Every source the instrument shows.
-    r.SelCh1 = r.SelCh2 = r.SelMath = r.SelLA = true;
-    RunJobWithoutWindow(kJobWave, 0);
-    if (!Connected) return fail("the link was lost during the fetch");
-    r.Loaded = true;
-    return writeFile(path, pngOf(RenderScreen(r, 2.0, IsDigitalModel == 1)));
-}
-
-int cmdTable(const QCommandLineParser& p, const QStringList& args, int round, int rounds) {
-    const QString source = args.value(1).toUpper();
-    const int kind = source == "CH1"   ? kJobTableCh1
-                     : source == "CH2" ? kJobTableCh2
-                     : source == "LA"  ? kJobTableLa
-                                       : 0;
-    if (kind == 0 || !p.isSet("out")) return fail("usage: table CH1|CH2|LA --out FILE");
-    RunJobWithoutWindow(kind, 0);
-    if (!Connected) return fail("the link was lost during the fetch");
-    DataRecord d;
-    d.Loaded = true;
-    d.Source = source;
-    d.RowCount = TableRowCount;
-    d.Title = SheetTitle;
-    d.VoltText = TableVoltText;
-    d.TimeText = TableTimeText;
-    return writeFile(roundPath(p.value("out"), round, rounds), DataExportBytes(d));
-}
-
-int cmdMeasure(const QCommandLineParser& p, const QStringList& args) {
-    const QString source = args.value(1).toUpper();
-    if (source != "CH1" && source != "CH2")
-        return fail("usage: measure CH1|CH2 [--limits FILE] [--json]");
-    MeasureRecord rec;
-    if (p.isSet("limits")) {
-        QFile f(p.value("limits"));
-        if (!f.open(QIODevice::ReadOnly)) return fail(p.value("limits") + ": " + f.errorString());
-        QString error;
-        if (!ApplyLimitsText(QString::fromUtf8(f.readAll()), rec, &error)) return fail(error);
+    CliRequest r;
+    QStringList args = p.positionalArguments() + rest;
+    if (p.isSet("version")) {
+        out("korvane-cli " + kPackageVersion + "\n");
+        *status = 0;
+        return std::nullopt;
     }
-    RunJobWithoutWindow(source == "CH1" ? 1 : 2, 0);
-    if (!Connected) return fail("the link was lost during the fetch");
-    TakeCurrentMeasure(rec);
-    bool failed = false;
-    for (const MeasureRow& row : MeasureRows()) {
-        MeasureItem& item = rec.Items[static_cast<std::size_t>(row.slot)];
-        item.Verdict = CellsFor(rec, row).verdict;
-        if (!item.Verdict.isEmpty() && !VerdictPasses(item.Verdict)) failed = true;
+    if (args.isEmpty()) {
+        if (p.isSet("help")) {
+            out(usage());
+            *status = 0;
+        } else {
+            std::fputs(qPrintable(usage()), stderr);
+        }
+        return std::nullopt;
     }
-    out(MeasureText(rec, p.isSet("json")));
-    return failed ? 1 : 0;
+    const Command* c = findCommand(args[0]);
+    if (!c) {
+        fail("unknown command '" + args[0] + "' (see korvane-cli --help)");
+        return std::nullopt;
+    }
+    if (p.isSet("help")) {
+        out(commandHelp(*c));
+        *status = 0;
+        return std::nullopt;
+    }
+    r.command = args[0];
+    r.args = args.mid(1);
+    const QString synopsis = QString("usage: korvane-cli %1").arg(c->synopsis);
+    if (r.args.size() < c->minArgs || (c->maxArgs >= 0 && r.args.size() > c->maxArgs)) {
+        fail(synopsis);
+        return std::nullopt;
+    }
+    if (c->maxArgs < 0) r.args = QStringList{r.args.join(' ')}; // the command's whole text
+    // Options that belong to other commands are a mistake, not a no-op.
+    for (const char* own : {"out", "limits", "frame", "json", "png", "lcd"})
+        if (p.isSet(own) && !c->options.contains(QLatin1String(own))) {
+            fail(QString("--%1 does not apply to %2").arg(own, r.command));
+            return std::nullopt;
+        }
+    if ((p.isSet("repeat") || p.isSet("interval")) && !c->repeats) {
+        fail("--repeat and --interval do not apply to " + r.command);
+        return std::nullopt;
+    }
+    if (p.isSet("resource") && p.isSet("rs232")) {
+        fail("--resource and --rs232 name two instruments: give one");
+        return std::nullopt;
+    }
+    if (p.isSet("language")) {
+        const QString language = p.value("language");
+        if (language != "en" && language != "zh") {
+            fail("--language is en or zh, not " + language);
+            return std::nullopt;
+        }
+        r.chinese = language == "zh";
+    }
+    if (p.isSet("repeat")) {
+        bool ok = false;
+        r.repeat = p.value("repeat").toInt(&ok);
+        if (!ok || r.repeat < 1 || r.repeat > 1000000) {
+            fail("--repeat is a whole number from 1, not " + p.value("repeat"));
+            return std::nullopt;
+        }
+    }
+    if (p.isSet("interval")) {
+        bool ok = false;
+        r.interval = QLocale::c().toDouble(p.value("interval"), &ok);
+        if (!ok || r.interval < 0 || r.interval > 86400) {
+            fail("--interval is seconds from 0 to 86400, not " + p.value("interval"));
+            return std::nullopt;
+        }
+    }
+    r.resource = p.value("resource");
+    r.rs232 = p.value("rs232");
+    r.out = p.value("out");
+    r.limits = p.value("limits");
+    r.json = p.isSet("json");
+    r.verbose = p.isSet("verbose");
+    r.png = p.value("png");
+    r.lcd = p.value("lcd");
+    if (p.isSet("frame")) {
+        bool ok = false;
+        r.frame = p.value("frame").toInt(&ok);
+        if (!ok || r.frame < 1) {
+            fail("--frame is a frame number from 1, not " + p.value("frame"));
+            return std::nullopt;
+        }
+    }
+    QString problem = CheckCommandWords(r);
+    if (!problem.isEmpty()) {
+        fail(problem);
+        return std::nullopt;
+    }
+    *status = 0;
+    return r;
 }
 
-int cmdSettings(const QStringList& args) {
-    if (args.size() < 3 || (args[1] != "get" && args[1] != "put"))
-        return fail("usage: settings get|put FILE.rmt");
-    if (args[1] == "get") {
-        RunJobWithoutWindow(kJobDownload, 0);
-        if (!LastReadAllComplete()) return fail("the settings could not be read");
-        return WriteControlFile(args[2]) ? 0 : fail("the control file could not be written");
-    }
-    if (!ReadControlFile(args[2])) return fail(args[2] + ": not a control file of this instrument");
-    RunJobWithoutWindow(kJobUpload, 0);
-    return Connected ? 0 : fail("the link was lost while writing");
-}
-
-int cmdWfm2Csv(const QStringList& args) {
-    if (args.size() < 3) return fail("usage: wfm2csv IN.wfm OUT.csv");
-    MemoryRecord rec;
-    QString error;
-    if (LoadWaveformFile(args[1], rec, &error) != WaveformLoad::Ok)
-        return fail(args[1] + ": " + (error.isEmpty() ? MsgFileError : error));
-    if (!rec.Ch1On && !rec.Ch2On) return fail(args[1] + ": " + MsgBadWaveform);
-    const bool terminal = ::isatty(STDERR_FILENO);
-    error = ExportCsv(args[2], rec, [terminal](int percent) {
-        if (terminal) std::fprintf(stderr, "\r%3d %%", percent);
-        return true;
-    });
-    if (terminal) std::fprintf(stderr, "\n");
-    return error.isEmpty() ? 0 : fail(args[2] + ": " + error);
-}
-
-int cmdRcd2Png(const QCommandLineParser& p, const QStringList& args) {
-    if (args.size() < 3) return fail("usage: rcd2png IN.rcd --frame N OUT.png");
-    RecordRecord rec;
-    QString error;
-    const RecordLoad result = LoadRecordFile(args[1], rec, &error);
-    if (result != RecordLoad::Ok)
-        return fail(args[1] + ": " + (error.isEmpty() ? RecordLoadMessage(result) : error));
-    const int frame = p.isSet("frame") ? p.value("frame").toInt() : 1;
-    if (frame < 1 || frame > rec.FrameCount)
-        return fail(
-            QString("frame %1 is not in the record (1 to %2)").arg(frame).arg(rec.FrameCount));
-    rec.CurrentFrame = static_cast<std::int16_t>(frame);
-    // The replay window's drawing, at its default size.
-    QImage image(QSize(350 * 2, 250 * 2), QImage::Format_RGB32);
-    QPainter painter(&image);
-    DrawScreenGrid(painter, ScreenStyle{rec.ColorMode, true, false}, 2.0, image.size());
-    painter.setPen(rec.Source == "CH2" ? ColorCh2 : ColorCh1);
-    QPointF previous;
-    for (int k = 0; k < kFrameSamples; ++k) {
-        const int sample = FrameSample(rec, frame, k);
-        if (sample < 0) break;
-        const QPointF point(25 + k * 2.0, sample * 2.0 + 25);
-        if (k > 0) painter.drawLine(previous, point);
-        previous = point;
-    }
-    painter.end();
-    return writeFile(args[2], pngOf(image));
-}
-
-int cmdSheetInfo(const QStringList& args) {
-    if (args.size() < 2) return fail("usage: sheet-info FILE.ult");
-    QFile f(args[1]);
-    if (!f.open(QIODevice::ReadOnly)) return fail(args[1] + ": " + f.errorString());
-    QString error;
-    const SheetRead result = ParseSheet(f.readAll(), &error);
-    if (result == SheetRead::BadSignature) return fail(args[1] + ": " + MsgBadSheetFile);
-    out("name\t" + SheetName + "\n");
-    const char* kinds[kDocKindCount] = {"wave", "measure", "data", "record", "memory wave"};
-    for (int k = 0; k < kDocKindCount; ++k) {
-        const auto kind = static_cast<DocKind>(k);
-        for (int slot = 0; slot < DocCount(kind); ++slot)
-            out(QString("%1\t%2\n").arg(kinds[k], DocName(kind, slot)));
-    }
-    return result == SheetRead::Ok ? 0 : fail(args[1] + ": " + error);
+// Qt's own warnings (a missing runtime folder, a font cache) are not the
+// program's: they show only with -v.
+bool g_verbose = false;
+void quietQtMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (g_verbose || type == QtFatalMsg) std::fprintf(stderr, "qt: %s\n", qPrintable(message));
 }
 
 } // namespace
-
-bool ApplyLimitsText(const QString& text, MeasureRecord& record, QString* error) {
-    int number = 0;
-    for (const QString& raw : text.split('\n')) {
-        ++number;
-        const QString line = raw.trimmed();
-        if (line.isEmpty() || line.startsWith('#')) continue;
-        const qsizetype eq = line.indexOf('=');
-        const QStringList limits = line.mid(eq + 1).split(',');
-        bool okUnder = false, okOver = false;
-        const double under = limits.value(0).trimmed().toDouble(&okUnder);
-        const double over = limits.value(1).trimmed().toDouble(&okOver);
-        const MeasureRow* row = nullptr;
-        for (const MeasureRow& r : MeasureRows())
-            if (line.left(eq).trimmed() == QLatin1String(r.english)) row = &r;
-        if (eq <= 0 || !row || limits.size() != 2 || !okUnder || !okOver) {
-            if (error) *error = QString("limits line %1 does not read: %2").arg(number).arg(line);
-            return false;
-        }
-        MeasureItem& item = record.Items[static_cast<std::size_t>(row->slot)];
-        item.LimitEnabled = true;
-        item.UnderLimit = under;
-        item.OverLimit = over;
-    }
-    return true;
-}
-
-QString MeasureText(const MeasureRecord& record, bool json) {
-    if (json) {
-        QJsonArray rows;
-        for (const MeasureRow& row : MeasureRows()) {
-            const MeasureItem& item = record.Items[static_cast<std::size_t>(row.slot)];
-            QJsonObject o{{"name", row.english}, {"value", item.Text}};
-            if (!item.Verdict.isEmpty()) {
-                o["under"] = item.UnderLimit;
-                o["over"] = item.OverLimit;
-                o["verdict"] = item.Verdict;
-                o["pass"] = VerdictPasses(item.Verdict);
-            }
-            rows.append(o);
-        }
-        return QString::fromUtf8(
-            QJsonDocument(QJsonObject{{"setting", record.SettingText}, {"measures", rows}})
-                .toJson());
-    }
-    QString text;
-    for (const MeasureRow& row : MeasureRows()) {
-        const MeasureItem& item = record.Items[static_cast<std::size_t>(row.slot)];
-        text += QString(row.english) + "\t" + item.Text + "\t" + item.Verdict + "\n";
-    }
-    return text;
-}
 
 int CliMain(int argc, char** argv) {
     // Fonts and pictures need Qt's GUI module, not a display: the offscreen
     // platform serves a server without one.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    for (int i = 1; i < argc; ++i)
+        if (!qstrcmp(argv[i], "-v") || !qstrcmp(argv[i], "--verbose")) g_verbose = true;
+    qInstallMessageHandler(quietQtMessages);
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName("korvane-cli");
-    QCoreApplication::setApplicationVersion(kVersionText);
-    QCommandLineParser p;
-    p.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsOptions);
-    p.addOptions({{"resource", "VISA resource name", "NAME"},
-                  {"rs232", "serial device", "PATH"},
-                  {"language", "en or zh", "LANG", "en"},
-                  {"repeat", "rounds of a fetching command", "N", "1"},
-                  {"interval", "seconds between rounds", "S", "0"},
-                  {"out", "output file", "FILE"},
-                  {"limits", "limits file", "FILE"},
-                  {"frame", "frame number", "N"},
-                  {"json", "JSON output"},
-                  {"png", "drawn screen", "FILE"},
-                  {"lcd", "screen image", "FILE"},
-                  {{"h", "help"}, "this help"}});
-    if (!p.parse(QCoreApplication::arguments())) return fail(p.errorText());
-    QStringList args = p.positionalArguments();
-    // --png and --lcd are the screen command's own words.
-    if (!args.isEmpty() && args[0] == "screen") {
-        if (p.isSet("png")) args << "--png" << p.value("png");
-        if (p.isSet("lcd")) args << "--lcd" << p.value("lcd");
-    }
-    if (p.isSet("h") || args.isEmpty()) {
-        out(usage());
-        return args.isEmpty() && !p.isSet("h") ? 2 : 0;
-    }
-    ApplyLanguage(p.value("language") == "zh" ? kLanguageChinese : kLanguageEnglish);
+    QCoreApplication::setApplicationVersion(kPackageVersion);
+    // Everything printed or written keeps the point, whatever the locale.
+    QLocale::setDefault(QLocale::c());
+
+    int status = 2;
+    const std::optional<CliRequest> request = readRequest(QCoreApplication::arguments(), &status);
+    if (!request) return status;
+    const CliRequest& r = *request;
+    const Command& c = *findCommand(r.command);
+
+    ApplyLanguage(r.chinese ? kLanguageChinese : kLanguageEnglish);
     MakerName = "Vexor Technologies,Inc.";
     ProductName = "NQ4000L";
     CtrlData = CtrlDataDefaults();
-    platform::SetMsgBoxHook([](const platform::MsgBoxRequest& r) {
-        g_messages = true;
-        std::fprintf(stderr, "korvane-cli: %s%s\n",
-                     r.title.isEmpty() ? "" : qPrintable(r.title + ": "), qPrintable(r.prompt));
+    // A message box becomes part of the failure's one line.
+    platform::SetMsgBoxHook([](const platform::MsgBoxRequest& box) {
+        CliNote(box.prompt);
         return platform::MsgResult::Ok;
     });
     // KORVANE_PACING scales the link's pauses (0 skips them): for a simulated
-    // instrument only, a real one needs its pauses.
+    // instrument only, a real one needs its pauses. --interval is never scaled.
     bool scaled = false;
     const double pacing = qEnvironmentVariable("KORVANE_PACING").toDouble(&scaled);
     if (scaled && pacing >= 0) platform::SetPacingScale(pacing);
+    if (r.verbose) SetCommandLog(logLine);
     RegisterWaveJob();
     RegisterTableJobs();
     RegisterMeasureJobs();
     RegisterSettingsJobs();
     StartLinkTimers();
 
-    const QString command = args[0];
-    if (command == "wfm2csv") return cmdWfm2Csv(args);
-    if (command == "rcd2png") return cmdRcd2Png(p, args);
-    if (command == "sheet-info") return cmdSheetInfo(args);
-    if (command == "list") return cmdList();
-    const QStringList known = {"idn", "send", "query", "settings", "screen", "table", "measure"};
-    if (!known.contains(command)) return fail("unknown command " + command + "\n" + usage());
-    if (!connect(p)) {
+    if (!c.instrument) {
+        status = RunFileCommand(r);
+        CliFlushNotes();
+        return status;
+    }
+
+    // What can be found wrong without the instrument is said first.
+    if (!r.rs232.isEmpty() && !QFileInfo::exists(r.rs232))
+        return fail(r.rs232 + ": no such device", 3);
+    status = PrepareInstrumentCommand(r);
+    if (status != 0) return status;
+
+    platform::InstallEndSignals([](int) {}); // served between commands, below
+    platform::SetPauseHook(endOnSignal);
+    if (!connect(r)) {
         disconnect();
         return fail("no instrument answers", 3);
     }
-    int status = 0;
-    const int rounds = std::max(1, p.value("repeat").toInt());
-    const double interval = p.value("interval").toDouble();
-    for (int round = 0; round < rounds && status <= 1; ++round) {
-        if (round > 0 && interval > 0) platform::Sleep(static_cast<int>(interval * 1000));
-        if (command == "idn")
-            out(CutAtLineFeed(CmdQuery("*IDN?")) + "\n");
-        else if (command == "send")
-            CmdSend(args.value(1));
-        else if (command == "query")
-            out(CutAtLineFeed(CmdQuery(args.value(1))) + "\n");
-        else if (command == "settings")
-            status = cmdSettings(args);
-        else if (command == "screen")
-            status = std::max(status, cmdScreen(p, args, round, rounds));
-        else if (command == "table")
-            status = std::max(status, cmdTable(p, args, round, rounds));
-        else if (command == "measure")
-            status = std::max(status, cmdMeasure(p, args));
-        if (!Connected && status == 0) status = fail("the link was lost");
+    status = 0;
+    for (int round = 0; round < r.repeat && status <= 1; ++round) {
+        if (round > 0) waitSeconds(r.interval);
+        TerminalProgress progress;
+        status = std::max(status, RunInstrumentCommand(r, round));
+        if (!Connected && status == 0) status = fail("the link was lost", 3);
     }
+    endOnSignal();
     disconnect();
+    CliFlushNotes();
+    platform::SetPauseHook(nullptr);
+    platform::RemoveEndSignals();
     return status;
 }

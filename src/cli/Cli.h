@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // korvane-cli: the instrument and the program's files from scripts. The same
 // jobs, pacing, texts and file formats as the windows, without a window.
@@ -14,5 +15,7 @@ int CliMain(int argc, char** argv);
 struct MeasureRecord;
 bool ApplyLimitsText(const QString& text, MeasureRecord& record, QString* error);
 // The measure window's values as the command prints them: one line a row,
-// name, value and verdict separated by tabs, or a JSON array of objects.
-QString MeasureText(const MeasureRecord& record, bool json);
+// name, value and verdict separated by tabs, or one JSON document whose
+// values are numbers in base units (V, s, Hz, a fraction) beside their
+// texts; oneLine gives a JSON document on a single line (JSON Lines).
+QString MeasureText(const MeasureRecord& record, bool json, bool oneLine = false);

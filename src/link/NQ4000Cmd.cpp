@@ -35,7 +35,16 @@ void SetLinkTransport(LinkTransport* transport) {
     g_standIn = transport;
 }
 
+namespace {
+CommandLog g_commandLog = nullptr;
+}
+
+void SetCommandLog(CommandLog log) {
+    g_commandLog = log;
+}
+
 void CmdSend(const QString& text) {
+    if (g_commandLog && (Connected || Connecting)) g_commandLog("> " + text);
     if (g_standIn) {
         if (Connected || Connecting) g_standIn->Send(text);
         return;
@@ -55,7 +64,20 @@ void CmdSet(const QString& header, const QString& shownValue) {
     CmdSend(SetCommand(header, PointForm(shownValue)));
 }
 
+namespace {
+QString queryLink(const QString& text);
+}
+
 QString CmdQuery(const QString& text) {
+    if (!g_commandLog) return queryLink(text);
+    if (Connected || Connecting) g_commandLog("> " + text);
+    const QString reply = queryLink(text);
+    if (Connected || Connecting || !reply.isEmpty()) g_commandLog("< " + CutAtLineFeed(reply));
+    return reply;
+}
+
+namespace {
+QString queryLink(const QString& text) {
     if (g_standIn) return Connected || Connecting ? g_standIn->Query(text) : QString();
     if (SoftwareSetting.ScopeIOType == kIoTypeRs232) {
         RxBinaryMode = false;
@@ -69,3 +91,4 @@ QString CmdQuery(const QString& text) {
     VisaWrite(text);
     return VisaReadText();
 }
+} // namespace

@@ -150,6 +150,10 @@ void CmdSend(const QString& text);
 void CmdSet(const QString& header, const QString& shownValue);
 // Send and read one reply line; empty text is the sign of failure.
 QString CmdQuery(const QString& text);
+// Every command and text reply as it goes ("> " and "< " before them), for a
+// log of the exchange (the command line's -v); nullptr stops it.
+using CommandLog = void (*)(const QString& line);
+void SetCommandLog(CommandLog log);
 
 // A stand-in for both transports, for tests of the parts above the link.
 class LinkTransport {

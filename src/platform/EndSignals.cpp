@@ -13,7 +13,10 @@ int g_pipe[2] = {-1, -1};
 QSocketNotifier* g_notifier = nullptr;
 std::function<void(int)> g_onSignal;
 
+volatile std::sig_atomic_t g_pending = 0;
+
 void handler(int signal) {
+    g_pending = signal;
     const unsigned char byte = static_cast<unsigned char>(signal);
     [[maybe_unused]] const ssize_t n = ::write(g_pipe[0], &byte, 1); // all a handler may do
 }
@@ -37,6 +40,10 @@ void InstallEndSignals(std::function<void(int)> onSignal) {
     action.sa_flags = SA_RESTART;
     for (int s : kSignals)
         ::sigaction(s, &action, nullptr);
+}
+
+int PendingEndSignal() {
+    return g_pending;
 }
 
 void RemoveEndSignals() {

@@ -10,5 +10,8 @@ namespace platform {
 // Installs the handlers; the callback gets the signal's number.
 void InstallEndSignals(std::function<void(int signal)> onSignal);
 void RemoveEndSignals();
+// The signal received and not yet served (0 none): read where no event loop
+// runs (the command line between two commands).
+int PendingEndSignal();
 
 } // namespace platform

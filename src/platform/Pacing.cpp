@@ -8,7 +8,12 @@ namespace platform {
 namespace {
 double g_scale = 1.0;
 SleepObserver g_observer = nullptr;
+PauseHook g_pauseHook = nullptr;
 } // namespace
+
+void SetPauseHook(PauseHook hook) {
+    g_pauseHook = hook;
+}
 
 void SetPacingScale(double scale) {
     g_scale = scale < 0 ? 0 : scale;
@@ -26,12 +31,14 @@ int ScaledMs(int milliseconds) {
 }
 
 void Sleep(int milliseconds) {
+    if (g_pauseHook) g_pauseHook();
     if (g_observer) g_observer(milliseconds);
     const int ms = ScaledMs(milliseconds);
     if (ms > 0) QThread::msleep(static_cast<unsigned long>(ms));
 }
 
 void DoEvents() {
+    if (g_pauseHook) g_pauseHook();
     QCoreApplication::processEvents(QEventLoop::AllEvents);
 }
 

@@ -16,4 +16,9 @@ int ScaledMs(int milliseconds); // an interval under the current scale
 using SleepObserver = void (*)(int milliseconds);
 void SetSleepObserver(SleepObserver observer);
 
+// Called at every pause of the program's own waiting (each Sleep and each
+// DoEvents): the command line ends there on a signal, between two commands.
+using PauseHook = void (*)();
+void SetPauseHook(PauseHook hook);
+
 } // namespace platform

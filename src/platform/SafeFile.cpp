@@ -32,6 +32,21 @@ QString followLinks(const QString& path) {
     return p;
 }
 
+// "-" and the names of the process's own descriptors (/dev/stdout,
+// /dev/fd/N, /proc/self/fd/N): the descriptor, written where it points and
+// from where it stands (a file opened for appending stays so); -1 otherwise.
+int openDescriptorOf(const QString& path) {
+    if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) return STDOUT_FILENO;
+    if (path == QLatin1String("/dev/stderr")) return STDERR_FILENO;
+    for (const char* prefix : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (!path.startsWith(QLatin1String(prefix))) continue;
+        bool ok = false;
+        const int fd = path.mid(static_cast<qsizetype>(std::strlen(prefix))).toInt(&ok);
+        if (ok && fd >= 0 && ::fcntl(fd, F_GETFD) != -1) return fd;
+    }
+    return -1;
+}
+
 // Temporaries of this target that no running writer holds (their lock is
 // free): left by a program that was killed while saving.
 void removeStaleTemporaries(const QString& target) {
@@ -70,9 +85,10 @@ bool AtomicFileWriter::open(const QString& path) {
     cancel();
     error_.clear();
     direct_ = false;
-    if (path == QLatin1String("-")) {
+    const int descriptor = openDescriptorOf(path);
+    if (descriptor >= 0) {   // standard output or another open descriptor, as it is
         std::fflush(stdout); // what the program printed before comes first
-        fd_ = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+        fd_ = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
         if (fd_ < 0) return fail(errno);
         direct_ = true;
         path_ = path;

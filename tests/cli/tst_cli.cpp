@@ -17,6 +17,7 @@
 #include "sheet/SheetRecords.h"
 #include "views/frmData.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -24,6 +25,9 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <csignal>
+#include <sys/stat.h>
+#include <thread>
 
 class TestCli : public QObject {
     Q_OBJECT
@@ -38,13 +42,23 @@ private slots:
     void screenWritesAPicture();
     void filesWithoutAnInstrument();
     void exitCodesForWhatGoesWrong();
+    void wrongWordsTouchNoInstrument_data();
+    void wrongWordsTouchNoInstrument();
+    void outputGoesWhereItIsSent_data();
+    void outputGoesWhereItIsSent();
+    void aSignalUnlocksTheKeys_data();
+    void aSignalUnlocksTheKeys();
+    void repeatsNameTheirFilesAndLines();
+    void intervalIsWallClock();
+    void sigrokHabits();
 
 private:
     struct Result {
         int status;
         QByteArray out, err;
     };
-    Result run(const QStringList& args);
+    Result run(const QStringList& args, const QMap<QString, QString>& extraEnv = {});
+    QStringList simulatorCommands() const;
     std::unique_ptr<TestPlatform> tp_;
     std::unique_ptr<QTemporaryDir> runtime_;
     std::unique_ptr<sim::Simulator> sim_;
@@ -69,13 +83,18 @@ void TestCli::cleanup() {
     tp_.reset();
 }
 
-TestCli::Result TestCli::run(const QStringList& args) {
+TestCli::Result TestCli::run(const QStringList& args, const QMap<QString, QString>& extraEnv) {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("XDG_RUNTIME_DIR", runtime_->path());
     env.insert("XDG_CONFIG_HOME", runtime_->filePath("config"));
     env.insert("QT_QPA_PLATFORM", "offscreen");
     env.insert("KORVANE_PACING", "0"); // the simulator needs no pauses
+    for (auto it = extraEnv.cbegin(); it != extraEnv.cend(); ++it)
+        if (it.value().isNull())
+            env.remove(it.key());
+        else
+            env.insert(it.key(), it.value());
     p.setProcessEnvironment(env);
     p.start(KORVANE_CLI, args);
     p.waitForFinished(60000);
@@ -210,6 +229,189 @@ void TestCli::exitCodesForWhatGoesWrong() {
     QVERIFY(r.status != 0);
     QVERIFY(r.err.contains("Invaild"));
     QCOMPARE(run({"no-such-command"}).status, 2);
+}
+
+QStringList TestCli::simulatorCommands() const {
+    QStringList lines;
+    for (const sim::LogEntry& e : sim_->instrument().Log())
+        lines << QString::fromStdString(e.command);
+    return lines;
+}
+
+// A command line that does not read ends with one line and status 2, before
+// the instrument hears anything.
+void TestCli::wrongWordsTouchNoInstrument_data() {
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("said");
+    QTest::newRow("send without a command") << QStringList{"send"} << "usage: korvane-cli send";
+    QTest::newRow("query without a command") << QStringList{"query"} << "usage: korvane-cli query";
+    QTest::newRow("a language nobody speaks")
+        << QStringList{"--language", "fr", "idn"} << "en or zh";
+    QTest::newRow("repeat not a number") << QStringList{"idn", "--repeat", "abc"} << "--repeat";
+    QTest::newRow("repeat below one") << QStringList{"idn", "--repeat", "-2"} << "--repeat";
+    QTest::newRow("interval not a number")
+        << QStringList{"idn", "--interval", "abc"} << "--interval";
+    QTest::newRow("interval beyond a day")
+        << QStringList{"idn", "--interval", "3000000"} << "--interval";
+    QTest::newRow("extra words") << QStringList{"idn", "now"} << "usage: korvane-cli idn";
+    QTest::newRow("table of CH3") << QStringList{"table", "CH3", "--out", "x"} << "CH1, CH2 or LA";
+    QTest::newRow("measure of LA") << QStringList{"measure", "LA"} << "CH1 or CH2";
+    QTest::newRow("an option of another command")
+        << QStringList{"idn", "--out", "x"} << "--out does not apply";
+    QTest::newRow("settings neither get nor put")
+        << QStringList{"settings", "take", "f"} << "get|put";
+    QTest::newRow("a control file that is not there")
+        << QStringList{"settings", "put", "/missing.rmt"} << "/missing.rmt: cannot read";
+    QTest::newRow("no such serial device")
+        << QStringList{"--rs232", "/nonexistent", "idn"} << "/nonexistent: no such device";
+}
+
+void TestCli::wrongWordsTouchNoInstrument() {
+    QFETCH(QStringList, args);
+    QFETCH(QString, said);
+    sim_->instrument().ClearLog();
+    // No runtime folder: Qt's complaint about it is not the program's line.
+    const Result r = run(args, {{"XDG_RUNTIME_DIR", QString()}});
+    QCOMPARE(r.status, args.contains("/nonexistent") ? 3 : 2);
+    const QStringList lines = QString::fromUtf8(r.err).split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines[0].startsWith("korvane-cli: ") && lines[0].contains(said), qPrintable(lines[0]));
+    QVERIFY(r.out.isEmpty());
+    QCOMPARE(simulatorCommands(), QStringList());
+}
+
+// Standard output, a FIFO and a symbolic link are written where they are;
+// a full device fails with its error.
+void TestCli::outputGoesWhereItIsSent_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("-") << "-";
+    QTest::newRow("/dev/stdout") << "/dev/stdout";
+    QTest::newRow("FIFO") << "fifo";
+    QTest::newRow("symbolic link") << "link";
+    QTest::newRow("/dev/full") << "full";
+}
+
+void TestCli::outputGoesWhereItIsSent() {
+    QFETCH(QString, kind);
+    const QString file = runtime_->filePath("t.txt");
+    QVERIFY(run({"table", "CH1", "--out", file}).status == 0);
+    QFile f(file);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray table = f.readAll();
+    if (kind == "-" || kind == "/dev/stdout") {
+        const Result r = run({"table", "CH1", "--out", kind});
+        QCOMPARE(r.status, 0);
+        QCOMPARE(r.out, table);
+    } else if (kind == "fifo") {
+        const QString fifo = runtime_->filePath("fifo");
+        QVERIFY(::mkfifo(QFile::encodeName(fifo).constData(), 0600) == 0);
+        QByteArray got;
+        std::thread reader([&] {
+            QFile pipe(fifo);
+            if (pipe.open(QIODevice::ReadOnly)) got = pipe.readAll();
+        });
+        const Result r = run({"table", "CH1", "--out", fifo});
+        reader.join();
+        QCOMPARE(r.status, 0);
+        QCOMPARE(got, table);
+        QVERIFY(QFileInfo(fifo).exists() && !QFileInfo(fifo).isFile());
+    } else if (kind == "link") {
+        const QString target = runtime_->filePath("target.txt");
+        const QString link = runtime_->filePath("link.txt");
+        QVERIFY(QFile::link(target, link));
+        QCOMPARE(run({"table", "CH1", "--out", link}).status, 0);
+        QVERIFY(QFileInfo(link).isSymLink());
+        QFile t(target);
+        QVERIFY(t.open(QIODevice::ReadOnly));
+        QCOMPARE(t.readAll(), table);
+    } else {
+        const Result r = run({"table", "CH1", "--out", "/dev/full"});
+        QCOMPARE(r.status, 2);
+        QVERIFY2(r.err.contains("No space left on device"), r.err.constData());
+    }
+}
+
+// Ctrl+C or SIGTERM in the middle of a long exchange (settings get takes its
+// real pauses here): the keys are unlocked, the status is 128 + the signal.
+void TestCli::aSignalUnlocksTheKeys_data() {
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGINT") << int(SIGINT);
+    QTest::newRow("SIGTERM") << int(SIGTERM);
+}
+
+void TestCli::aSignalUnlocksTheKeys() {
+    QFETCH(int, signal);
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", runtime_->path());
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    env.insert("KORVANE_PACING", "1"); // the real pauses: the download takes seconds
+    p.setProcessEnvironment(env);
+    p.start(KORVANE_CLI, {"settings", "get", runtime_->filePath("s.rmt")});
+    QVERIFY(p.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(simulatorCommands().contains(":KEY:LOCK ENABLE"), 10000);
+    QTest::qWait(800); // well inside the download
+    ::kill(static_cast<pid_t>(p.processId()), signal);
+    QVERIFY(p.waitForFinished(5000));
+    QCOMPARE(p.exitCode(), 128 + signal);
+    QCOMPARE(simulatorCommands().last(), QString(":KEY:LOCK DISABLE"));
+}
+
+void TestCli::repeatsNameTheirFilesAndLines() {
+    const QString path = runtime_->filePath("F.rmt");
+    QCOMPARE(run({"settings", "get", path, "--repeat", "2"}).status, 0);
+    QVERIFY(QFileInfo(runtime_->filePath("F-001.rmt")).size() > 1000);
+    QVERIFY(QFileInfo(runtime_->filePath("F-002.rmt")).size() > 1000);
+    QVERIFY(!QFileInfo::exists(path));
+    // JSON Lines: one document a round; numbers in base units beside the texts.
+    const Result r = run({"measure", "CH1", "--json", "--repeat", "2"});
+    QCOMPARE(r.status, 0);
+    const QList<QByteArray> lines = r.out.trimmed().split('\n');
+    QCOMPARE(lines.size(), 2);
+    for (const QByteArray& line : lines) {
+        QJsonParseError error{};
+        const QJsonObject doc = QJsonDocument::fromJson(line, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        const QJsonObject vpp = doc["measures"].toArray()[0].toObject();
+        QCOMPARE(vpp["name"].toString(), QString("Vpp"));
+        QCOMPARE(vpp["unit"].toString(), QString("V"));
+        QVERIFY(qAbs(vpp["value"].toDouble() - 2.0) < 0.05);
+        QCOMPARE(vpp["text"].toString(), QString("2.00V")); // the point, in any locale
+        const QJsonObject duty = doc["measures"].toArray()[16].toObject();
+        QCOMPARE(duty["unit"].toString(), QString("fraction"));
+        QVERIFY(qAbs(duty["value"].toDouble() - 0.5) < 0.01);
+    }
+    // The text keeps the point too, and the table file.
+    QVERIFY(run({"measure", "CH1"}).out.contains("Vpp\t2.00V"));
+}
+
+void TestCli::intervalIsWallClock() {
+    QElapsedTimer clock;
+    clock.start();
+    const Result r = run({"idn", "--repeat", "2", "--interval", "1.5"}); // pacing 0
+    QCOMPARE(r.status, 0);
+    QCOMPARE(r.out.count('\n'), 2);
+    QVERIFY2(clock.elapsed() >= 1500, qPrintable(QString::number(clock.elapsed())));
+}
+
+void TestCli::sigrokHabits() {
+    Result r = run({"-V"});
+    QCOMPARE(r.status, 0);
+    QVERIFY(r.out.startsWith("korvane-cli "));
+    r = run({"table", "--help"});
+    QCOMPARE(r.status, 0);
+    QVERIFY(r.out.startsWith("Usage: korvane-cli [OPTION]... table CH1|CH2|LA"));
+    // -v: each command and reply on standard error; the reply alone on standard output.
+    r = run({"-v", "query", "*IDN?"});
+    QCOMPARE(r.status, 0);
+    QVERIFY(r.err.contains("> *IDN?\n"));
+    QVERIFY(r.err.contains("< VEXOR"));
+    QVERIFY(r.out.startsWith("VEXOR"));
+    // send takes the rest of the line as the command's text.
+    sim_->instrument().ClearLog();
+    QCOMPARE(run({"send", ":CHANNEL1:SCALE", "2"}).status, 0);
+    QVERIFY(simulatorCommands().contains(":CHANNEL1:SCALE 2"));
+    QCOMPARE(sim_->instrument().ChannelScale(1), 2.0);
 }
 
 QTEST_MAIN(TestCli)

@@ -1,0 +1,396 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/CliCommands.h"
+
+#include "acquire/Jobs.h"
+#include "acquire/MeasureJob.h"
+#include "acquire/TableJob.h"
+#include "acquire/WaveJob.h"
+#include "cli/Cli.h"
+#include "controller/CtrlData.h"
+#include "controller/CtrlFile.h"
+#include "controller/SettingsExchange.h"
+#include "link/Connection.h"
+#include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
+#include "link/RS232Func.h"
+#include "link/UsbFunc.h"
+#include "measure/MeasureTable.h"
+#include "memwave/CsvExport.h"
+#include "memwave/WaveformFile.h"
+#include "panel/LcdImage.h"
+#include "platform/SafeFile.h"
+#include "replay/RecordFile.h"
+#include "shared/ComPorts.h"
+#include "shared/SoftwareSetting.h"
+#include "shared/StringRES.h"
+#include "shared/ValueText.h"
+#include "sheet/SheetFile.h"
+#include "sheet/SheetRecords.h"
+#include "views/ScreenRenderer.h"
+#include "views/frmData.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPainter>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+QString g_note;
+
+int fail(const QString& message, int status = 2) {
+    return CliFail(message, status);
+}
+
+void out(const QString& text) {
+    std::fputs(text.toUtf8().constData(), stdout);
+    std::fflush(stdout);
+}
+
+int writeFile(const QString& path, const QByteArray& bytes) {
+    const QString error = platform::WriteFileAtomically(path, bytes);
+    return error.isEmpty() ? 0 : fail((path == "-" ? "standard output" : path) + ": " + error);
+}
+
+QByteArray pngOf(const QImage& image) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+bool readable(const QString& path, QString* error) {
+    QFile f(path);
+    if (f.open(QIODevice::ReadOnly)) return true;
+    *error = path + ": cannot read: " + f.errorString();
+    return false;
+}
+
+// The limits file, read before the instrument is asked anything.
+MeasureRecord g_limits;
+
+// ---- instrument commands --------------------------------------------------------------------
+
+int screen(const CliRequest& r, int round) {
+    if (!r.lcd.isEmpty()) {
+        if (SoftwareSetting.ScopeIOType != kIoTypeUsb)
+            return fail("the screen image is read over USB only");
+        std::vector<std::uint8_t> raw(kLcdReply);
+        GetLcdData(raw);
+        if (!Connected) return fail("the screen image could not be read", 3);
+        std::vector<std::uint32_t> pixels(kLcdReply);
+        (IsColorDevice() ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
+        return writeFile(RoundPath(r.lcd, round, r.repeat), pngOf(LcdPicture(pixels, false)));
+    }
+    WaveRecord& w = WaveRecords[0];
+    w = WaveRecord();
+    w.SelCh1 = w.SelCh2 = w.SelMath = w.SelLA = true; // every source the instrument shows
+    RunJobWithoutWindow(kJobWave, 0);
+    if (!Connected) return fail("the link was lost during the fetch", 3);
+    if (!JobWarning.isEmpty()) CliNote(JobWarning);
+    w.Loaded = true;
+    return writeFile(RoundPath(r.png, round, r.repeat),
+                     pngOf(RenderScreen(w, 2.0, IsDigitalModel == 1)));
+}
+
+int table(const CliRequest& r, int round) {
+    const QString source = r.args[0].toUpper();
+    const int kind = source == "CH1" ? kJobTableCh1 : source == "CH2" ? kJobTableCh2 : kJobTableLa;
+    RunJobWithoutWindow(kind, 0);
+    if (!Connected) return fail("the link was lost during the fetch", 3);
+    if (!JobWarning.isEmpty()) CliNote(JobWarning);
+    DataRecord d;
+    d.Loaded = true;
+    d.Source = source;
+    d.RowCount = TableRowCount;
+    d.Title = SheetTitle;
+    d.VoltText = TableVoltText;
+    d.TimeText = TableTimeText;
+    return writeFile(RoundPath(r.out, round, r.repeat), DataExportBytes(d));
+}
+
+int measure(const CliRequest& r, int round) {
+    const QString source = r.args[0].toUpper();
+    MeasureRecord rec = g_limits;
+    RunJobWithoutWindow(source == "CH1" ? 1 : 2, 0);
+    if (!Connected) return fail("the link was lost during the fetch", 3);
+    if (!JobWarning.isEmpty()) CliNote(JobWarning);
+    TakeCurrentMeasure(rec);
+    bool failed = false;
+    for (const MeasureRow& row : MeasureRows()) {
+        MeasureItem& item = rec.Items[static_cast<std::size_t>(row.slot)];
+        item.Verdict = CellsFor(rec, row).verdict;
+        if (!item.Verdict.isEmpty() && !VerdictPasses(item.Verdict)) failed = true;
+    }
+    // JSON with --repeat: one document a line (JSON Lines).
+    QString text = MeasureText(rec, r.json, r.repeat > 1);
+    int status = 0;
+    if (r.out.isEmpty() || r.out == "-")
+        out(text);
+    else
+        status = writeFile(RoundPath(r.out, round, r.repeat), text.toUtf8());
+    return status != 0 ? status : failed ? 1 : 0;
+}
+
+int settings(const CliRequest& r, int round) {
+    if (r.args[0] == "get") {
+        RunJobWithoutWindow(kJobDownload, 0);
+        if (!LastReadAllComplete()) return fail("the settings could not be read", 3);
+        const QString path = RoundPath(r.args[1], round, r.repeat);
+        return WriteControlFile(path) ? 0 : 2;
+    }
+    RunJobWithoutWindow(kJobUpload, 0);
+    return Connected ? 0 : fail("the link was lost while writing", 3);
+}
+
+// ---- file commands -------------------------------------------------------------------------
+
+int wfm2csv(const CliRequest& r) {
+    MemoryRecord rec;
+    QString error;
+    if (LoadWaveformFile(r.args[0], rec, &error) != WaveformLoad::Ok || !rec.Loaded)
+        return fail(r.args[0] + ": " + (error.isEmpty() ? MsgFileError : error));
+    if (!rec.Ch1On && !rec.Ch2On) return fail(r.args[0] + ": " + MsgBadWaveform);
+    const bool terminal = ::isatty(STDERR_FILENO);
+    bool printed = false;
+    error = ExportCsv(r.args[1], rec, [&](int percent) {
+        if (terminal) {
+            std::fprintf(stderr, "\r%3d %%", percent);
+            printed = true;
+        }
+        return true;
+    });
+    if (printed) std::fputs("\r     \r", stderr);
+    return error.isEmpty() ? 0 : fail(r.args[1] + ": " + error);
+}
+
+int rcd2png(const CliRequest& r) {
+    RecordRecord rec;
+    QString error;
+    const RecordLoad result = LoadRecordFile(r.args[0], rec, &error);
+    if (result != RecordLoad::Ok)
+        return fail(r.args[0] + ": " + (error.isEmpty() ? RecordLoadMessage(result) : error));
+    if (r.frame > rec.FrameCount)
+        return fail(
+            QString("frame %1 is not in the record (1 to %2)").arg(r.frame).arg(rec.FrameCount));
+    rec.CurrentFrame = static_cast<std::int16_t>(r.frame);
+    // The replay window's drawing, at its default size.
+    QImage image(QSize(350 * 2, 250 * 2), QImage::Format_RGB32);
+    QPainter painter(&image);
+    DrawScreenGrid(painter, ScreenStyle{rec.ColorMode, true, false}, 2.0, image.size());
+    painter.setPen(rec.Source == "CH2" ? ColorCh2 : ColorCh1);
+    QPointF previous;
+    for (int k = 0; k < kFrameSamples; ++k) {
+        const int sample = FrameSample(rec, r.frame, k);
+        if (sample < 0) break;
+        const QPointF point(25 + k * 2.0, sample * 2.0 + 25);
+        if (k > 0) painter.drawLine(previous, point);
+        previous = point;
+    }
+    painter.end();
+    return writeFile(r.args[1], pngOf(image));
+}
+
+int sheetInfo(const CliRequest& r) {
+    QFile f(r.args[0]);
+    if (!f.open(QIODevice::ReadOnly)) return fail(r.args[0] + ": cannot read: " + f.errorString());
+    QString error;
+    const SheetRead result = ParseSheet(f.readAll(), &error);
+    if (result == SheetRead::BadSignature) return fail(r.args[0] + ": " + MsgBadSheetFile);
+    out("name\t" + SheetName + "\n");
+    const char* kinds[kDocKindCount] = {"wave", "measure", "data", "record", "memory wave"};
+    for (int k = 0; k < kDocKindCount; ++k) {
+        const auto kind = static_cast<DocKind>(k);
+        for (int slot = 0; slot < DocCount(kind); ++slot)
+            out(QString("%1\t%2\n").arg(kinds[k], DocName(kind, slot)));
+    }
+    return result == SheetRead::Ok ? 0 : fail(r.args[0] + ": " + error);
+}
+
+int list() {
+    OpenVisaRM();
+    for (const QString& name : SearchUsbResources())
+        out(name + "\n");
+    for (int port = 1; port <= kComPortCount; ++port)
+        if (!ComPortDevice(port).isEmpty())
+            out(QString("ASRL%1::INSTR\t%2\n").arg(port).arg(ComPortDevice(port)));
+    return 0;
+}
+
+} // namespace
+
+int CliFail(const QString& message, int status) {
+    QString line = message;
+    if (!g_note.isEmpty() && !line.contains(g_note)) line += " (" + g_note + ")";
+    g_note.clear();
+    std::fprintf(stderr, "korvane-cli: %s\n", qPrintable(line));
+    return status;
+}
+
+void CliNote(const QString& message) {
+    if (g_note.isEmpty()) g_note = message; // the first says what went wrong
+}
+
+void CliFlushNotes() {
+    if (g_note.isEmpty()) return;
+    std::fprintf(stderr, "korvane-cli: %s\n", qPrintable(g_note));
+    g_note.clear();
+}
+
+QString RoundPath(const QString& path, int round, int rounds) {
+    if (rounds <= 1 || path == QLatin1String("-")) return path;
+    const qsizetype dot = path.lastIndexOf('.');
+    const QString number = QString("-%1").arg(round + 1, 3, 10, QLatin1Char('0'));
+    return dot > path.lastIndexOf('/') ? path.left(dot) + number + path.mid(dot) : path + number;
+}
+
+QString CheckCommandWords(const CliRequest& r) {
+    const QString& c = r.command;
+    const QString first = r.args.value(0);
+    if (c == "settings" && first != "get" && first != "put")
+        return "usage: korvane-cli settings get|put FILE.rmt";
+    if (c == "screen" && (r.png.isEmpty() == r.lcd.isEmpty()))
+        return "usage: korvane-cli screen --png FILE | --lcd FILE";
+    if (c == "table") {
+        const QString s = first.toUpper();
+        if (s != "CH1" && s != "CH2" && s != "LA")
+            return "table takes CH1, CH2 or LA, not " + first;
+        if (r.out.isEmpty()) return "usage: korvane-cli table CH1|CH2|LA --out FILE|-";
+    }
+    if (c == "measure" && first.toUpper() != "CH1" && first.toUpper() != "CH2")
+        return "measure takes CH1 or CH2, not " + first;
+    if ((c == "send" || c == "query") && first.trimmed().isEmpty())
+        return QString("usage: korvane-cli %1 COMMAND [ARGUMENT...]").arg(c);
+    return QString();
+}
+
+int PrepareInstrumentCommand(const CliRequest& r) {
+    QString error;
+    if (r.command == "settings" && r.args[0] == "put") {
+        if (!readable(r.args[1], &error)) return fail(error);
+        if (!ReadControlFile(r.args[1]))
+            return fail(r.args[1] + ": not a control file of this instrument");
+    }
+    if (r.command == "measure" && !r.limits.isEmpty()) {
+        if (!readable(r.limits, &error)) return fail(error);
+        QFile f(r.limits);
+        f.open(QIODevice::ReadOnly);
+        g_limits = MeasureRecord();
+        if (!ApplyLimitsText(QString::fromUtf8(f.readAll()), g_limits, &error)) return fail(error);
+    }
+    return 0;
+}
+
+int RunInstrumentCommand(const CliRequest& r, int round) {
+    const QString& c = r.command;
+    if (c == "idn") {
+        out(CutAtLineFeed(CmdQuery("*IDN?")) + "\n");
+        return 0;
+    }
+    if (c == "send") {
+        CmdSend(r.args[0]);
+        return 0;
+    }
+    if (c == "query") {
+        out(CutAtLineFeed(CmdQuery(r.args[0])) + "\n");
+        return 0;
+    }
+    if (c == "settings") return settings(r, round);
+    if (c == "screen") return screen(r, round);
+    if (c == "table") return table(r, round);
+    if (c == "measure") return measure(r, round);
+    return fail("unknown command " + c);
+}
+
+int RunFileCommand(const CliRequest& r) {
+    const QString& c = r.command;
+    if (c == "wfm2csv") return wfm2csv(r);
+    if (c == "rcd2png") return rcd2png(r);
+    if (c == "sheet-info") return sheetInfo(r);
+    if (c == "list") return list();
+    return fail("unknown command " + c);
+}
+
+// ---- the measure texts ---------------------------------------------------------------------
+
+bool ApplyLimitsText(const QString& text, MeasureRecord& record, QString* error) {
+    int number = 0;
+    for (const QString& raw : text.split('\n')) {
+        ++number;
+        const QString line = raw.trimmed();
+        if (line.isEmpty() || line.startsWith('#')) continue;
+        const qsizetype eq = line.indexOf('=');
+        const QStringList limits = line.mid(eq + 1).split(',');
+        bool okUnder = false, okOver = false;
+        const double under = limits.value(0).trimmed().toDouble(&okUnder);
+        const double over = limits.value(1).trimmed().toDouble(&okOver);
+        const MeasureRow* row = nullptr;
+        for (const MeasureRow& r : MeasureRows())
+            if (line.left(eq).trimmed() == QLatin1String(r.english)) row = &r;
+        if (eq <= 0 || !row || limits.size() != 2 || !okUnder || !okOver) {
+            if (error) *error = QString("limits line %1 does not read: %2").arg(number).arg(line);
+            return false;
+        }
+        MeasureItem& item = record.Items[static_cast<std::size_t>(row->slot)];
+        item.LimitEnabled = true;
+        item.UnderLimit = under;
+        item.OverLimit = over;
+    }
+    return true;
+}
+
+QJsonValue MeasureValue(const MeasureRow& row, const QString& text) {
+    bool ok = false;
+    const double value = ParseByFamily(row.family, text, &ok);
+    if (!ok || text.contains('*')) return QJsonValue::Null; // "*****": nothing measured
+    return value;
+}
+
+QString MeasureUnit(const MeasureRow& row) {
+    switch (row.family) {
+    case MeasureFamily::Volt:
+        return "V";
+    case MeasureFamily::Time:
+        return "s";
+    case MeasureFamily::Frequency:
+        return "Hz";
+    case MeasureFamily::Percent:
+        break;
+    }
+    return "fraction";
+}
+
+QString MeasureText(const MeasureRecord& record, bool json, bool oneLine) {
+    if (json) {
+        QJsonArray rows;
+        for (const MeasureRow& row : MeasureRows()) {
+            const MeasureItem& item = record.Items[static_cast<std::size_t>(row.slot)];
+            QJsonObject o{{"name", row.english},
+                          {"text", item.Text},
+                          {"value", MeasureValue(row, item.Text)},
+                          {"unit", MeasureUnit(row)}};
+            if (!item.Verdict.isEmpty()) {
+                o["under"] = item.UnderLimit;
+                o["over"] = item.OverLimit;
+                o["verdict"] = item.Verdict;
+                o["pass"] = VerdictPasses(item.Verdict);
+            }
+            rows.append(o);
+        }
+        const QJsonDocument doc(QJsonObject{{"setting", record.SettingText}, {"measures", rows}});
+        return QString::fromUtf8(
+                   doc.toJson(oneLine ? QJsonDocument::Compact : QJsonDocument::Indented)) +
+               (oneLine ? "\n" : "");
+    }
+    QString text;
+    for (const MeasureRow& row : MeasureRows()) {
+        const MeasureItem& item = record.Items[static_cast<std::size_t>(row.slot)];
+        text += QString(row.english) + "\t" + item.Text + "\t" + item.Verdict + "\n";
+    }
+    return text;
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+// The commands of korvane-cli, each over a checked request: the command line
+// (Cli.cpp) reads and checks the words, connects, repeats and ends; these do
+// the work with the program's own jobs, texts and files.
+#include <QString>
+#include <QStringList>
+
+struct CliRequest {
+    QString command;
+    QStringList args; // the positional words after the command
+    QString resource, rs232;
+    bool chinese = false;
+    int repeat = 1;
+    double interval = 0; // wall-clock seconds
+    QString out, limits, png, lcd;
+    int frame = 1;
+    bool json = false, verbose = false;
+};
+
+// The command's own words (a source, get or put), checked before anything is
+// connected; empty when they read, else the one line to print.
+QString CheckCommandWords(const CliRequest& r);
+// What an instrument command reads before connecting (a control file for
+// put, a limits file): 0, or the exit status after the message.
+int PrepareInstrumentCommand(const CliRequest& r);
+// One round of an instrument command (round counts from 0): its status.
+int RunInstrumentCommand(const CliRequest& r, int round);
+// A command on files alone.
+int RunFileCommand(const CliRequest& r);
+
+// One line on standard error for a failure, with what the link said of it
+// (the message a window would show in a box) in brackets; the status.
+int CliFail(const QString& message, int status = 2);
+// A message the program would show in a box: kept for the failure's line,
+// or printed as one line of its own at the end (CliFlushNotes).
+void CliNote(const QString& message);
+void CliFlushNotes();
+
+// The file a repeated command writes in a round: NAME-001.EXT, NAME-002.EXT
+// ... for two rounds or more; standard output ("-") stays itself.
+QString RoundPath(const QString& path, int round, int rounds);
