@@ -23,6 +23,7 @@
 #include "shared/AppIdentity.h"
 #include "shared/ComPorts.h"
 #include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
 
 #include <QCommandLineParser>
@@ -418,8 +419,9 @@ int CliMain(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName("korvane-cli");
     QCoreApplication::setApplicationVersion(kPackageVersion);
-    // Everything printed or written keeps the point, whatever the locale.
-    QLocale::setDefault(QLocale::c());
+    // Everything printed or written keeps the point, whatever the locale;
+    // dates stay the locale's, as in the windows' files.
+    SetDisplayDecimalSign(QLatin1Char('.'));
 
     int status = 2;
     const std::optional<CliRequest> request = readRequest(QCoreApplication::arguments(), &status);

@@ -143,7 +143,7 @@ QByteArray MeasureExportBytes(const MeasureRecord& rec) {
     const QString crlf = QStringLiteral("\r\n");
     QString out = MakerName + " -[Measure]" + crlf;
     out += crlf + crlf + crlf + crlf;
-    out += rec.SettingText + crlf;
+    out += SettingLineForFile(rec.SettingText) + crlf; // a file keeps the point
     out += crlf;
     out += QString::fromUtf8("  类型\t   值\t  下限\t  上限\t通过&失败") + crlf;
     for (const MeasureRow& row : kRows) {
@@ -153,8 +153,8 @@ QByteArray MeasureExportBytes(const MeasureRecord& rec) {
             under = FormatLimit(row.family, item.UnderLimit).joined;
             over = FormatLimit(row.family, item.OverLimit).joined;
         }
-        out += MeasureRowName(row) + "\t" + CutAtLineFeed(item.Text) + "\t" + under + "\t" + over +
-               "\t" + item.Verdict + crlf;
+        out += MeasureRowName(row) + "\t" + PointForm(CutAtLineFeed(item.Text)) + "\t" +
+               PointForm(under) + "\t" + PointForm(over) + "\t" + item.Verdict + crlf;
     }
     return out.toUtf8();
 }

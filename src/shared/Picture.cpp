@@ -171,7 +171,22 @@ QString FormatPicture(double value, const QString& picture, Precision precision,
     return (negative ? QStringLiteral("-") : QString()) + p.prefix + body + p.suffix;
 }
 
+namespace {
+QChar g_displaySign;
+}
+
+void SetDisplayDecimalSign(QChar sign) {
+    g_displaySign = sign;
+}
+
+QString SettingLineForFile(const QString& shown) {
+    const qsizetype date = shown.indexOf(QLatin1String("[Date:"));
+    if (date < 0) return PointForm(shown);
+    return PointForm(shown.left(date)) + shown.mid(date);
+}
+
 QChar MachineDecimalSign() {
+    if (!g_displaySign.isNull()) return g_displaySign;
     const QString point = QLocale().decimalPoint();
     return point.isEmpty() ? QLatin1Char('.') : point.at(0);
 }

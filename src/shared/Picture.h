@@ -20,13 +20,18 @@ enum class Precision { Single = 7, Double = 15 };
 QString FormatPicture(double value, const QString& picture, Precision precision,
                       QChar decimalSign = QLatin1Char('.'));
 
-// The decimal sign of the machine's locale (a comma under a comma locale).
+// The decimal sign of the machine's locale (a comma under a comma locale),
+// unless the program set its own (the command line prints the point).
 QChar MachineDecimalSign();
+void SetDisplayDecimalSign(QChar sign); // QChar() for the locale's again
 // A display text and the same text with the point: the display shows numbers
 // with the machine's sign, the instrument and the files take the point.
 // Only a sign next to a digit is a decimal sign; words are left alone.
 QString PointForm(const QString& shown);
 QString ShownForm(const QString& withPoint);
+// A settings line for a file ("CH1 2,00V  500us 666,7kSa [Date:...]"): its
+// numbers with the point, the date after "[Date:" as the locale writes it.
+QString SettingLineForFile(const QString& shown);
 // A number box's text: "1e3", "-2.5", " 7 ", "1,5" under a comma locale are
 // numbers; an empty text or a lone "-" is not.
 bool IsNumeric(const QString& text);

@@ -1,5 +1,6 @@
 #include "views/frmData.h"
 #include "shared/Icons.h"
+#include "shared/Picture.h"
 #include "views/Exports.h"
 
 #include "acquire/Jobs.h"
@@ -91,7 +92,7 @@ QByteArray DataExportBytes(const DataRecord& rec) {
     const QString crlf = QStringLiteral("\r\n");
     QString out = MakerName + " -[Data]" + crlf;
     out += crlf + crlf + crlf;
-    out += rec.Title + crlf;
+    out += SettingLineForFile(rec.Title) + crlf; // a file keeps the point
     out += crlf + crlf;
     out += "NO.\tTime\tVoltage" + crlf;
     out += crlf;
