@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Korvane: the two everyday commands are `make run` and `make test`.
 BUILD       ?= build
 BUILD_TYPE  ?= RelWithDebInfo
@@ -37,7 +38,7 @@ fuzz: deps
 # A .deb of the programs, the help pages, the desktop entry, the icon, the
 # AppStream data and the udev rule: apt install ./korvane_*.deb
 package: build
-	@cd $(BUILD) && cpack -G DEB >/dev/null && ls -1 $(CURDIR)/$(BUILD)/korvane_*.deb
+	@cd $(BUILD) && cpack -G DEB >/dev/null && ls -1 "$$PWD"/korvane_*.deb
 
 clean:
 	rm -rf $(BUILD)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What the benchmarks share: the median time of a repeated step, and the
 // simulated instrument connected through the program's real link with the

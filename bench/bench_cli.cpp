@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // korvane-cli: converting a 2,000,000-point file to CSV, and the start-up of
 // `idn` against the simulated instrument beyond the pauses its commands must
 // make (connect: 350 + 300 + 100 + 100 ms, the query 100 ms, the unlock 300 ms).

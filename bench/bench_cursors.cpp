@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One cursor drag step of the waveform window (the cursor moved, the
 // read-outs recomputed, the picture redrawn over the kept screen) at 100 %
 // and 500 %, and one spectrum of the screen's samples with each window.

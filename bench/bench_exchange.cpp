@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One write-all and one read-all against the simulated instrument with the
 // link's real pacing: the time measured against the sum of the pauses the
 // sequences must make (every Sleep they call, named waits included).

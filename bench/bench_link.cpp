@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // 100 queries against the simulated instrument over its USB face, with the
 // link's real pacing: the time measured against the time the pacing alone
 // requires (100 ms before every write).

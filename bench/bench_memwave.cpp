@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The memory waveform viewer on a 2,000,000-point capture (both channels and
 // digital data): open to the first picture, one zoom or scroll step through
 // the pipeline (and the same on a 10,000-point capture), the CSV export, and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The virtual panel: converting and painting one screen image, and the live
 // pictures a second against the simulated instrument over USB with the
 // link's real pacing, with the share of the time that is mandated pauses.

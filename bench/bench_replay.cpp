@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Record replay: loading a 2000-frame record, drawing one frame at the
 // window's default size, and the frames a replay at the 1 ms interval really
 // draws in a second, over 5 s.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Saving and reopening a full data sheet: 16 wave, 16 measure and 16 data
 // windows with data, 4 records of 500 frames and 3 memory waves of two
 // million points each.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The data window's two costs: one table job against the simulated
 // instrument with the link's real pacing, over the pauses it must make, and
 // filling the table view with 1200 rows.

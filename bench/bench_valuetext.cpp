@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How fast the value text runs: the display ladders and the parsers that
 // every reply, row and export goes through.
 #include "shared/ValueText.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The waveform window's two costs: drawing a full record (both channels, math,
 // sixteen digital lanes) at 100 % and 500 %, and one wave job against the
 // simulated instrument with the link's real pacing, over the pauses it must make.

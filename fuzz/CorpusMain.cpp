@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Without libFuzzer: every file of the folders (or the files) named on the
 // command line goes through the target once, so the kept corpus guards the
 // readers in every build.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What every fuzz target needs once: an offscreen application, message boxes
 // answered at once, no pacing, and a private folder for the files a reader

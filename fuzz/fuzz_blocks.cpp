@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The link's block readers: a USB (or serial VISA) instrument whose reads
 // deliver the input piece by piece, through a whole wave fetch, the system
 // data, a trace block, the screen image and a text line; then the serial

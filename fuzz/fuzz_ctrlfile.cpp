@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The control file reader on any bytes.
 #include "FuzzSupport.h"
 

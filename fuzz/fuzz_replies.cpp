@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Replies of an instrument that answers anything: a whole download, the
 // logic pattern's levels, a measurement, and every value-text reader on
 // each reply.

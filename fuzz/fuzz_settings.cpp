@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings file, as hand editing may leave it, read at start-up.
 #include "FuzzSupport.h"
 

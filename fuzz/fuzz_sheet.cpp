@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Data sheet files (.ult): the records they fill are the program's own.
 #include "FuzzSupport.h"
 

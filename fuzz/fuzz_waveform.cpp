@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deep-memory waveform files (.wfm), through the same mapped read as Open,
 // and the viewer's zoom pipeline on what they hold.
 #include "FuzzSupport.h"

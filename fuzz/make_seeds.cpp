@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes the seeds of the kept corpus with the program's own writers and the
 // simulated instrument, so every seed is a well-formed input the fuzzers
 // start from. Run: make_seeds <corpus folder>.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Includes point one way: platform, shared, link, the subsystems, app. A
 # lower folder that includes a higher one fails the check.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Builds the fuzz targets with clang and libFuzzer and runs each for a
 # bounded time on a copy of the kept corpus. Usage: fuzz.sh <build dir> <seconds>
 # A crash leaves its input in <build dir>/crashes and fails the run.

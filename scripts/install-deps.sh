@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs the Debian packages the build, the tests and `make run` need.
 # A no-op when everything is present; uses sudo when not run as root.
 set -euo pipefail
@@ -13,6 +14,7 @@ packages=(
   clang libclang-rt-14-dev               # the fuzz targets (libFuzzer)
   fonts-wqy-microhei   # CJK glyphs, so the Chinese texts render
   xvfb xauth           # a window on a headless box
+  lintian              # the package check (test only)
 )
 
 missing=()

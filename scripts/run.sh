@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Starts the simulated instrument and then the program, from a build tree.
 # Tools > Connect finds the simulated USB instrument; its RS232 face is a
 # pseudo-terminal reached through the link printed below. On a machine

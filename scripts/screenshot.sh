@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Screenshots of the program under Xvfb, filled from the simulated instrument.
 #
 #   scripts/screenshot.sh                 docs/screenshot.png (the README's picture)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "Faces.h"
 
 #include <cerrno>
@@ -150,7 +151,7 @@ void Face::Unplug() {
     if (thread_.joinable()) {
         stopping_ = true;
         const char c = 'w';
-        (void)::write(wakeFd_[1], &c, 1);
+        [[maybe_unused]] const ssize_t woken = ::write(wakeFd_[1], &c, 1); // a wake-up byte
         thread_.join();
     }
     close();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The instrument's three faces, each a real operating-system channel served
 // by its own thread: USB (a Unix socket speaking bulk-out / bulk-in messages,

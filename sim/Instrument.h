@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The simulated instrument's state and its answer to each command line. It
 // knows nothing of transports: a transport hands it one line (without the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The instrument's own screen, 320 x 234 pixels, one palette code a pixel:
 // RRRGGGBB on a colour screen, a grey level 0..15 on a mono one.

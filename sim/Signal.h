@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The simulated inputs: a generator per analogue channel, and what the
 // instrument measures on a signal.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The simulated NQ4000L: one instrument behind the faces asked for. Tests
 // start one in-process; nq4000l-sim is a thin command line over this.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // nq4000l-sim: a simulated NQ4000L oscilloscope on USB, RS232 and LAN, and a
 // writer of the files the instrument makes.
 #include "Files.h"

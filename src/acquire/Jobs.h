@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Acquisition jobs: every bulk transfer runs as one job inside frmPrgress.
 // A requester sets the kind and the target, clears JobDone, shows the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The measure job (kinds 1 and 2): the settings line and the eighteen
 // measures of one channel, into CurrentMeasure.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The table job (kinds 3 to 5): one channel's screen samples as voltage and
 // time texts, formatted once at fetch time, and the settings line above them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The wave job (kind 6): which commands go out in which order, how the
 // binary replies are framed and cut on either transport, and how a raw

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The job window: a progress bar that starts the job 100 ms after it shows,
 // remembers its place, and cannot be closed while the job runs.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What the Options dialog shows and what its OK does, apart from the widgets.
 #include <QString>

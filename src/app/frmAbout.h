@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The About box: title, version, and a button that starts the desktop's
 // system information tool.

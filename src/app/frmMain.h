@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The one frame of the program: menus, toolbar, status bar with the two
 // connection lamps, the docking bar with the Data Sheet and Controller panes,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The File > New and File > Open choosers: which kind of document.
 #include <QDialog>

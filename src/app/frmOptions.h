@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The Options dialog: three tabs over OptionsState (see OptionsLogic.h).
 #include "app/OptionsLogic.h"

@@ -410,9 +410,9 @@ void quietQtMessages(QtMsgType type, const QMessageLogContext&, const QString& m
 } // namespace
 
 int CliMain(int argc, char** argv) {
-    // Fonts and pictures need Qt's GUI module, not a display: the offscreen
-    // platform serves a server without one.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Fonts and pictures need Qt's GUI module, never a display: the offscreen
+    // platform serves a server without one, and a desktop too.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     for (int i = 1; i < argc; ++i)
         if (!qstrcmp(argv[i], "-v") || !qstrcmp(argv[i], "--verbose")) g_verbose = true;
     qInstallMessageHandler(quietQtMessages);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // CtrlData: the one record of every instrument setting, each field a display
 // text. It is the program's image of the instrument and the content of a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The parameter dialog: shaped from a value row of the tree (a word list, a
 // number with unit buttons, volts, or a ladder list), and cmdOK's dispatch

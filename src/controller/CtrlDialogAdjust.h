@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The adjust dialog: a channel's Volt/Div walked like the instrument's knob,
 // in coarse steps on the 1-2-5 ladder or fine steps within a decade, with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The entry point of the parameter dialog for a value row of the tree.
 #include "controller/CtrlDialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The control file (.rmt): CtrlData on disk, one quoted text a line, 194
 // lines, CRLF, in the order of the record; the first line identifies the file.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The controller's state that the rest of the program looks at.
 #include "link/LinkState.h" // ModelHasLa

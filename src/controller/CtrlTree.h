@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The controller tree as data: a projection of CtrlData whose shape follows
 // the trigger method, the alternate types, the digital-source test and the

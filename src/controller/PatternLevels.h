@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The pattern and duration codes: the sixteen levels in the tree, and the
 // command that carries them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The dispatcher of a double click in the controller tree: which row the
 // path names, and what it does (a command acts at once, a value row opens the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The exchange of all settings: write-all (towards the instrument) and
 // read-all (towards the program), each one sequence of commands.

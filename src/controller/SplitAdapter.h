@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Fills a dialog's number box and unit list from a Split... result.
 #include "shared/ValueText.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "controller/TriggerReads.h"
 
 #include "link/NQ4000Cmd.h"

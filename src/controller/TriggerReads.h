@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The small reads the trigger read-backs share: a reply cut at its line
 // feed, the scale of a trigger source, a level in divisions (or the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The Controller pane: the tree of every instrument setting, the Upload and
 // Download buttons, and the pop-up menu of control-file and link commands.

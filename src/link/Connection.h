@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Taking the link from nothing to a known, locked instrument and back.
 #include <functional>

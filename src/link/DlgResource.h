@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The resource chooser shown when the search finds more than one instrument.
 #include <QDialog>

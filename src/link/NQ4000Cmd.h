@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The instrument's wire protocol as the program uses it: one constant per
 // command word, the composition of set and query lines, and the two

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The serial side of the link: the port, the event-driven receive of text
 // replies and length-prefixed blocks, and the waits that poll for them while

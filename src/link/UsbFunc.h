@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The VISA side of the link: the resource manager, the search and open, and
 // the reads and writes of text lines, data blocks and the system data.

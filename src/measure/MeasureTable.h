@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The eighteen automatic measures: their rows, slots, families and icons,
 // the limit texts, the verdict rule, and the export file of a measure

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The pass and fail limits dialog's logic, without its widgets: the dialog's
 // own copy of the eighteen measures, the selected one, what the number boxes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The measure window: the instrument's eighteen automatic measures of one
 // channel, with pass and fail limits and their verdicts, refreshed single or

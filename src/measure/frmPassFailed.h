@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The pass and fail limits dialog of one measure window.
 #include "measure/PassFail.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The CSV export of a deep-memory capture: headings by the file's kind, one
 // row a sample with its time (a 32-bit float) and the voltage of each channel

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "memwave/MemoryView.h"
 
 #include "shared/StringRES.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // What the memory waveform viewer shows of its record: the pyramids made at
 // load, the zoom pipeline, the volts and time ladders, and the screen as a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // From a deep-memory capture to the 300 columns of the screen: where the
 // screen lies in the capture, horizontal decimation that keeps every peak

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Deep-memory waveform files (.wfm): a head of one of two forms, four
 // skipped bytes, then the CH1, CH2 and digital sections. Read into a

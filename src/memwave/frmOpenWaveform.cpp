@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "memwave/frmOpenWaveform.h"
 #include "shared/Icons.h"
 #include "views/Exports.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The memory waveform viewer: a deep-memory capture on a drawn screen, with
 // its own time and volts per division, zoom, scrolling, cursors, the trace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The instrument's own screen: the raw image fetched over USB (320 x 234
 // pixels, one palette code each, after a 10-byte header), its colours, and

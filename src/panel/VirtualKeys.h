@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The front panel's keys: what each sends, how (on release, on click, or
 // repeating while held), and the drawing of the panel that both key windows

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The virtual panel: the instrument's screen refreshed live beside its front
 // panel (frmV_Panel, USB only), or the front panel alone (frmV_Key).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Today's date and the time of day, through one seam so tests can pin them.
 #include <QDateTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Handing things to the desktop: opening a document in its viewer and starting
 // a helper program. Both return the error's text, empty on success. Tests

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The requests to end that come as signals (SIGTERM at logout or from a
 // service manager, SIGINT from Ctrl+C in a terminal, SIGHUP when the

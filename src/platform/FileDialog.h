@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The common open and save dialog. Filters are given in the
 // "Description (*.ext)|*.ext|..." form and translated for Qt. Tests install a

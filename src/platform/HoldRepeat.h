@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Hold-to-repeat for a button: an action when it goes down, then a tick at
 // a fixed interval (under the pacing scale) until the mouse button comes up,

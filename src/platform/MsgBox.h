@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Modal message boxes as the program uses them: a prompt, a button set, an
 // icon and a title; the answer is the button pressed. Tests install a hook

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Time as the program spends it: the blocking Sleep, the event pump, and the
 // intervals of timers that logic depends on. One pacing scale multiplies every

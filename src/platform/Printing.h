@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Printing a bitmap, with or without a preview, and the page set-up dialog.
 // Tests install a hook that records the request instead of opening a dialog.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The settings store: text values by application, section and key, kept as
 // one INI file per application in the user's configuration folder

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The text of the program's own files: written as UTF-8; read as UTF-8 when
 // the bytes are valid UTF-8, otherwise as GBK (GB18030), the code page of a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The VISA operations the link uses, with the types and status values of the
 // VISA interface on a 64-bit system (32-bit sessions and counts, a 64-bit

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Frame record files (.rcd): a 56-byte head and one zlib block of 1024-byte
 // frames, each holding 300 screen rows at byte 214. Read into a RecordRecord;

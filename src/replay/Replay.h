@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The replay of a frame record, without widgets: the frame clamp, the one
 // path every frame change takes (the slider's change), start, pause, stop,

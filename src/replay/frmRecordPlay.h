@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The record replay window: a frame record played like a film on a drawn
 // instrument screen, with stepping, a slider, the loop, and the frame

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Who the program is: the settings application title, version and maker.
 #include <QString>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // COM1..COM16 on Linux: each COM number maps to a serial device path. By
 // default the system's serial ports in a stable (natural name) order; a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The two recent-file lists: at most four paths each, "RecentFile1" the
 // newest, written to the store the moment they change.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The program's two languages: the stored choice, the caption tables of every
 // form, the tree labels, the measure names, and the switch between them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Number text as the program produces and reads it: picture
 // formatting ("#.00", "###", "#0.00dB", "00.0%", "0.00E+00"...) and the Val

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The persisted settings record, read once at start-up and written once at
 // the end (the recent lists excepted: they are written when they change).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The message texts and the display words of the instrument's enumerated
 // values, one global text each, in the current language. Every part of the

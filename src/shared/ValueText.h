@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Value text: the contract between the instrument's words and numbers, the
 // display text of the tree and dialogs, and the set-words sent back. Pure

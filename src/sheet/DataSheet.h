@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The data sheet: the program's document. Its head (name, path, dirty flag,
 // the five document counts), the tree that indexes its documents, and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "sheet/DocWindow.h"
 
 #include "platform/Faults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The base of the five document windows: a child of the frame that knows its
 // kind and its slot (Tag), redraws from its record alone, and may refuse to

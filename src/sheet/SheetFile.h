@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The data sheet file (.ult): one value a line, in a fixed order driven by
 // the counts and flags read before it. Strings in quotes, booleans as

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The records a data sheet is made of: one fixed array per document kind,
 // packed from slot 0. A window finds its record through its slot (its Tag);

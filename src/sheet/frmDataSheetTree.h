@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The Data Sheet pane: the document tree and its context menu. It shows what
 // the sheet module holds and hands every action to it.

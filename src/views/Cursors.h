@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The measuring cursors of a screen view: two vertical (X) and two
 // horizontal (Y) lines, and a second pair of each for the lower area of a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The export dialogs every view shares: a picture as BMP (the first filter)
 // or PNG, and the tab-separated texts as .xls or .txt; written through the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "views/FftAnalysis.h"
 
 #include "views/ScreenRenderer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The spectrum of a channel of a fetched screen, computed on the PC: the
 // selected channel's samples in volts, a window function, a real FFT

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The cursor read-out texts of the waveform views (machine decimal sign; the
 // callers that need a point replace the comma).

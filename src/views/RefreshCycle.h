@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The refresh of a document window, single or automatic, shared by the wave,
 // data and measure windows. One kind at a time refreshes automatically; the

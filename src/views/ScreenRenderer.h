@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The instrument's screen drawn from one WaveRecord: background, frame, ticks,
 // grid and logo (DrawScrGrid), then traces, markers, lanes and texts

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "views/frmData.h"
 #include "shared/Icons.h"
 #include "shared/Picture.h"

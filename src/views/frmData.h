@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The data table window: one channel's screen samples as rows of number,
 // time and voltage texts, refreshed from the instrument and exported as

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The waveform window: one WaveRecord drawn as the instrument's screen, with
 // refresh (single or automatic), source selection, zoom and best fit, grid,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The FFT setting dialog: a wave window, a channel, a window function and a
 // scale; OK computes the channel's spectrum into the window's record and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The wave job against the simulated instrument: the commands in their order
 // for each screen format, the samples as the instrument drew them, over USB
 // and RS232; and the decode rules and the system data block on their own.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main frame: start-up order, panes and View checks, lamps, closing.
 #include "RecordingTransport.h"
 #include "Simulator.h"

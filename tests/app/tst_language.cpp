@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The English and Chinese text tables and the switch between them.
 #include "TestPlatform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the Options dialog shows when it opens and what its OK does.
 #include "RecordingTransport.h"
 #include "SimulatedLink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The persisted settings record and the recent-file lists, through the real store.
 #include "TestPlatform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // korvane-cli end to end: the real executable against the simulated
 // instrument, its files compared with the windows' exports, its exit codes.
 #include "SimulatedLink.h"

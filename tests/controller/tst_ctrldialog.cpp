@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The parameter dialog and the adjust dialog: the shapes and lists, cmdOK's
 // commands and read-backs against the simulated instrument, and the steps.
 #include "RecordingTransport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The control file: its bytes, a round trip of every field, the refusals,
 // short and damaged files, and the New / Open / Save flows.
 #include "TestPlatform.h"

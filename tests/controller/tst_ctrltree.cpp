@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The controller tree's shape for every trigger method and alternate type,
 // and the dispatcher's reading of a clicked path.
 #include "controller/CtrlState.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Write-all, read-all, the running-control rows and the job window, against
 // the simulated instrument's command log.
 #include "RecordingTransport.h"

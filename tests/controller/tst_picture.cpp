@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The picture formatter and the Val rule: the ground every value text stands on.
 #include "platform/Faults.h"
 #include "shared/Picture.h"

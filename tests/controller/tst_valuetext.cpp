@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Parsers, display ladders, dialog fields and command numbers. Expected texts
 // are worked out by hand from the ladders, not recomputed.
 #include "shared/Picture.h"

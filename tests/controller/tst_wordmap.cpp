@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Word mappings between display words and the instrument's set and reply
 // words, the pattern reply, raw-number conversions and the probe tables.
 #include "shared/Picture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A stand-in for a vendor VISA library: one instrument that answers *IDN?
 // and :MATH:DISPLAY?, with the VISA calling convention of a 64-bit system.
 #include <cstdint>

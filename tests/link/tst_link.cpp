@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The link end to end: the program's transports and connect procedure against
 // the simulated instrument over its real USB socket and pseudo-terminal, and
 // the read rules over a pseudo-terminal the test drives itself.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated instrument's link drops at every command of connect,
 // read-all and write-all in turn. Each time: no crash, one message that says
 // the link failed, the lamp off, the controller's store as it was, and a new

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A vendor VISA library loaded at run time: found by the search, opened, and
 // talked to through the same procedures as the built-in transports.
 #include "TestPlatform.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Measures and limits: the verdict rule, the limit texts, the pass and fail
 // dialog's logic, the export bytes, and the measure window against the
 // simulated instrument.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deep-memory files and their viewer: both heads, the sections, broken
 // files, the zoom pipeline keeping peaks, the ladders, the CSV export.
 #include "TestPlatform.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The virtual panel: the screen image's framing and colours, the live
 // refresh against the simulated instrument and its end, and every key's
 // command with the hold steps.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The seams every later part relies on: the settings store, the file-dialog
 // filter form, the fault guard, and the pacing scale.
 #include "TestPlatform.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Record files and their replay: the reader's failure table on real and
 // broken files, the corrected samples, the frame clamp, the interval ladder,
 // and the window on a file the simulator wrote.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The data sheet: documents added up to their limits, removed with their
 // records packed, renamed, the changes prompt, and the tree's menu.
 #include "TestPlatform.h"

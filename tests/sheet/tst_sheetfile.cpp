@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The data sheet file: exact lines, a round trip of every kind, the language
 // quirk of the math block, refused and cut files, the save that keeps the
 // old file, and reopening with windows.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated instrument from the outside: its reply spellings, the framing
 // of both transports over real channels, discard-on-new-command, the fault
 // modes, and the files it writes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // A transport that records every command and answers queries from a table;
 // installed for its lifetime.

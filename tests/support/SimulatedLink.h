@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // The simulated instrument on its USB face in a folder of its own, connected
 // through the program's real link; its command log, and a sync point.

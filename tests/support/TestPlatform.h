@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 // Scripted stand-ins for every seam that would block a test: message boxes
 // answer from a script and are recorded, file dialogs return a chosen path,

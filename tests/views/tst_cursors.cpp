@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Cursors and read-outs, and the spectrum computed on the PC.
 #include "TestPlatform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The table job and the data window: rows per source, the offset rule, the
 // time column with its doubled First, the export bytes, and the options.
 #include "SimulatedLink.h"

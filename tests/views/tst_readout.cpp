@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The cursor read-out texts.
 #include "views/ReadoutText.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The screen renderer, checked by sampling pixels where the rules put them.
 #include "TestPlatform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The waveform window end to end: a sheet, a wave window, a refresh against
 // the simulated instrument, the picture, zoom, options, export and print, and
 // the automatic refresh with its ways to end.
