@@ -75,6 +75,17 @@ long long PausedMs() {
 }
 
 void PrintPacingOverhead(const char* name, double measuredMs) {
+    const double overhead = (measuredMs - g_paused) / g_paused * 100;
     std::printf("%s: measured %.1f ms, pauses %lld ms, overhead %.2f %% (target at most 1 %%)\n",
-                name, measuredMs, g_paused, (measuredMs - g_paused) / g_paused * 100);
+                name, measuredMs, g_paused, overhead);
+    const QByteArray figure = QByteArray(name) + " over its pauses";
+    ReportFigure(figure.constData(), "%", 1.0, overhead);
+}
+
+void ReportFigure(const char* name, const char* unit, double target, double now, double limit) {
+    if (limit > 0)
+        std::printf("FIGURE\t%s\t%s\t%.3g\t%.3g\t%.3g\n", name, unit, target, now, limit);
+    else
+        std::printf("FIGURE\t%s\t%s\t%.3g\t%.3g\t-\n", name, unit, target, now);
+    std::fflush(stdout);
 }

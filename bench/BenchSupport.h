@@ -26,6 +26,11 @@ private:
     std::unique_ptr<sim::Simulator> simulator_;
 };
 
+// One figure for the closing table of make bench: its target, what it is now
+// and, where the benchmark measures one, the machine's limit for the same
+// work (limit <= 0: none). Printed as a tab-separated FIGURE line.
+void ReportFigure(const char* name, const char* unit, double target, double now, double limit = 0);
+
 // Counting the link's pauses: from startMs (waits the counter cannot see).
 void CountPausesFrom(long long startMs);
 long long PausedMs();

@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
     const auto [csvStatus, csvMs] = run({"wfm2csv", wfm, dir.filePath("deep.csv")});
     std::printf("wfm2csv of 2,000,000 points: %.0f ms, exit %d (target at most 1000 ms)\n", csvMs,
                 csvStatus);
+    ReportFigure("wfm2csv, 2,000,000 points (process)", "ms", 1000, csvMs);
     sim::SimulatorOptions options;
     options.usbDirectory = dir.filePath("nq4000l-sim").toStdString();
     sim::Simulator simulator(options);
@@ -43,5 +44,6 @@ int main(int argc, char** argv) {
     std::printf(
         "idn: %.0f ms, %.0f ms beyond the %.0f ms of pauses, exit %d (target at most 50 ms)\n",
         idnMs, idnMs - pauses, pauses, idnStatus);
+    ReportFigure("idn beyond its pauses", "ms", 50, idnMs - pauses);
     return 0;
 }

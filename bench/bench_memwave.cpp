@@ -71,8 +71,13 @@ int main(int argc, char** argv) {
         const double fileMiB = QFileInfo(path).size() / 1048576.0;
         std::printf("%7d points: open to first picture %.1f ms (target at most 50 ms)\n", points,
                     open);
+        const double step = stepMedian(rec, view);
         std::printf("%7d points: zoom or scroll step median %.3f ms (target at most 2 ms)\n",
-                    points, stepMedian(rec, view));
+                    points, step);
+        if (points == 2000000) {
+            ReportFigure("memory wave open, 2 M points", "ms", 50, open);
+            ReportFigure("memory wave zoom step, 2 M points", "ms", 2, step);
+        }
         if (points == 2000000) {
             std::printf(
                 "peak memory above idle: %.1f MiB for a %.1f MiB file (target at most %.1f)\n",
@@ -80,9 +85,10 @@ int main(int argc, char** argv) {
             clock.restart();
             const QString csv = dir.filePath("w.csv");
             ExportCsv(csv, rec, {});
-            std::printf(
-                "CSV export of 2,000,000 rows: %.0f ms, %.1f MiB (target at most 1000 ms)\n",
-                clock.nsecsElapsed() / 1e6, QFileInfo(csv).size() / 1048576.0);
+            const double csvMs = clock.nsecsElapsed() / 1e6;
+            std::printf("CSV export of 2,000,000 rows: %.0f ms, %.1f MiB (target at most 120 ms)\n",
+                        csvMs, QFileInfo(csv).size() / 1048576.0);
+            ReportFigure("described CSV, 2,000,000 rows", "ms", 120, csvMs);
         }
     }
     return 0;

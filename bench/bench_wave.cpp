@@ -27,6 +27,8 @@ void benchPaint(const WaveRecord& record, double z, double targetMs) {
     });
     std::printf("paint at %3.0f %%: median %.3f ms (target at most %.0f ms)\n", z * 100, median,
                 targetMs);
+    const QByteArray name = QString("wave paint at %1 %").arg(z * 100).toUtf8();
+    ReportFigure(name.constData(), "ms", targetMs, median);
 }
 } // namespace
 

@@ -49,12 +49,24 @@ void ReplayController::SliderChanged(int value) {
 
 void ReplayController::Tick() {
     RecordRecord& rec = record_();
-    goTo(rec.CurrentFrame + 1);
+    int steps = 1;
+    if (clock) {
+        const double intervalMs = std::max(1.0, rec.IntervalSeconds * 1000);
+        const double now = clock();
+        if (lastTickMs_ < 0) lastTickMs_ = now - intervalMs;
+        steps = std::max(1, static_cast<int>((now - lastTickMs_) / intervalMs));
+        lastTickMs_ += steps * intervalMs;
+    }
+    const int count = std::max(1, static_cast<int>(rec.FrameCount));
+    int next = rec.CurrentFrame + steps;
+    if (next > count) next = rec.Loop ? (next - 1) % count + 1 : count;
+    goTo(next);
 }
 
 void ReplayController::SetStatus(ReplayStatus status) {
     RecordRecord& rec = record_();
     rec.Status = static_cast<std::uint8_t>(status);
+    lastTickMs_ = -1; // the clock starts again with the next tick
     if (status == ReplayStatus::Replaying) {
         if (startTimer) startTimer(static_cast<int>(std::lround(rec.IntervalSeconds * 1000)));
     } else if (stopTimer) {

@@ -35,6 +35,11 @@ public:
     std::function<void(int ms)> startTimer;   // TimerInterval on, with its interval
     std::function<void()> stopTimer;          // TimerInterval off
     std::function<void()> statusChanged;      // the buttons' pictures and the status line
+    // A monotonic clock in milliseconds. With it, a tick that comes late
+    // advances by the time that has passed (frames are skipped, as a video
+    // player does), so the replay keeps the speed the user chose on a busy
+    // machine; without it each tick is one frame.
+    std::function<double()> clock;
 
     void SliderChanged(int value); // the one path of every frame change
     void Tick();                   // TimerInterval
@@ -59,4 +64,5 @@ private:
     std::function<RecordRecord&()> record_;
     bool speedUp_ = true;
     int holdTicks_ = 0;
+    double lastTickMs_ = -1; // when the frame shown was due
 };

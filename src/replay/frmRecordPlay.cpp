@@ -173,6 +173,8 @@ frmRecordPlay::frmRecordPlay(int slot)
     controller_.drawFrame = [this] { drawFrame(); };
     controller_.startTimer = [this](int ms) { TimerInterval_->start(std::max(1, ms)); };
     controller_.stopTimer = [this] { TimerInterval_->stop(); };
+    replayClock_.start();
+    controller_.clock = [this] { return replayClock_.nsecsElapsed() / 1e6; };
     controller_.statusChanged = [this] { updateStatus(); };
     Timer1_ = new QTimer(this);
     Timer1_->setSingleShot(true);

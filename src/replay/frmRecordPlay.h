@@ -6,6 +6,7 @@
 #include "replay/Replay.h"
 #include "sheet/DocWindow.h"
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <array>
 
@@ -76,6 +77,7 @@ private:
     QToolButton* AresBtnSub_ = nullptr;
     QToolButton* AresBtnDefaultTime_ = nullptr;
     QTimer* TimerInterval_ = nullptr;
+    QElapsedTimer replayClock_; // the replay's own time
     QTimer* Timer1_ = nullptr;
     bool resumeAfterDrag_ = false;
     bool firstTick_ = true;

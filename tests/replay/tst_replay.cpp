@@ -83,6 +83,7 @@ private slots:
     void intervalLadder_data();
     void intervalLadder();
     void holdAcceleratesFromTheSixthTick();
+    void lateTicksAdvanceByElapsedTime();
     void loopWrapsAndSingleRestsInPause();
     void stepBackFromTheFirstFrame();
     void windowPlaysAFile();
@@ -236,6 +237,36 @@ void TestReplay::intervalLadder() {
     QFETCH(bool, up);
     QFETCH(double, next);
     QCOMPARE(StepInterval(interval, up, 1), next);
+}
+
+// Ticks that come late (a busy machine) advance by the time that passed, so
+// the replay keeps the speed the user chose.
+void TestReplay::lateTicksAdvanceByElapsedTime() {
+    RecordRecord rec;
+    rec.Loaded = rec.HasSamples = true;
+    rec.FrameCount = 10;
+    rec.Loop = true;
+    rec.IntervalSeconds = 0.010;
+    double now = 0;
+    ReplayController c([&rec]() -> RecordRecord& { return rec; });
+    c.setSlider = [&c](int v) { c.SliderChanged(v); };
+    c.clock = [&now] { return now; };
+    c.Start();
+    QCOMPARE(rec.CurrentFrame, std::int16_t(1));
+    const std::pair<double, int> ticks[] = {
+        {10, 2},  // on time: one frame
+        {20, 3},  // on time
+        {50, 6},  // 30 ms late: three frames
+        {55, 7},  // early: one frame all the same (a tick never stands still)
+        {70, 8},  // due at 60 and 70: one
+        {200, 1}, // 130 ms stalled: thirteen frames on, the loop wrapping
+        {210, 2}, {220, 3}, {250, 6},
+    };
+    for (const auto& [at, frame] : ticks) {
+        now = at;
+        c.Tick();
+        QCOMPARE(int(rec.CurrentFrame), frame);
+    }
 }
 
 void TestReplay::holdAcceleratesFromTheSixthTick() {
