@@ -17,7 +17,8 @@ check() { # folder, the folders it may include
 check platform platform
 check shared platform shared
 check link platform shared link
-for folder in controller acquire sheet views measure replay memwave panel cli; do
+check export platform shared sheet replay export
+for folder in controller acquire sheet views measure replay memwave panel cli export; do
   if grep -nE '#include "app/' src/"$folder"/*.h src/"$folder"/*.cpp; then
     echo "src/$folder includes app/" >&2
     status=1

@@ -9,6 +9,7 @@
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/SettingsExchange.h"
+#include "export/CaptureExport.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -153,7 +154,8 @@ int settings(const CliRequest& r, int round) {
 int wfm2csv(const CliRequest& r) {
     MemoryRecord rec;
     QString error;
-    if (LoadWaveformFile(r.args[0], rec, &error) != WaveformLoad::Ok || !rec.Loaded)
+    if (LoadWaveformFile(r.args[0], rec, &error) != WaveformLoad::Ok ||
+        (!rec.Loaded && !rec.LAValid))
         return fail(r.args[0] + ": " + (error.isEmpty() ? MsgFileError : error));
     if (!rec.Ch1On && !rec.Ch2On) return fail(r.args[0] + ": " + MsgBadWaveform);
     const bool terminal = ::isatty(STDERR_FILENO);
@@ -194,6 +196,39 @@ int rcd2png(const CliRequest& r) {
     }
     painter.end();
     return writeFile(r.args[1], pngOf(image));
+}
+
+int convert(const CliRequest& r) {
+    const CaptureFormat format = CaptureFormatOf(r.args[1]);
+    if (format == CaptureFormat::Unknown)
+        return fail(r.args[1] + ": the kind of file is told by .sr, .vcd, .csv or .npz");
+    QString error;
+    Capture capture;
+    if (r.args[0].endsWith(".rcd", Qt::CaseInsensitive)) {
+        RecordRecord rec;
+        const RecordLoad result = LoadRecordFile(r.args[0], rec, &error);
+        if (result != RecordLoad::Ok)
+            return fail(r.args[0] + ": " + (error.isEmpty() ? RecordLoadMessage(result) : error));
+        capture = CaptureOfFrame(rec, r.frame, &error);
+    } else {
+        MemoryRecord rec;
+        if (LoadWaveformFile(r.args[0], rec, &error) != WaveformLoad::Ok ||
+            (!rec.Loaded && !rec.LAValid))
+            return fail(r.args[0] + ": " + (error.isEmpty() ? MsgFileError : error));
+        capture = CaptureOfMemory(rec, &error);
+    }
+    if (capture.samples() == 0) return fail(r.args[0] + ": " + error);
+    const bool terminal = ::isatty(STDERR_FILENO);
+    bool printed = false;
+    error = WriteCapture(r.args[1], capture, format, [&](int percent) {
+        if (terminal) {
+            std::fprintf(stderr, "\r%3d %%", percent);
+            printed = true;
+        }
+        return true;
+    });
+    if (printed) std::fputs("\r     \r", stderr);
+    return error.isEmpty() ? 0 : fail(r.args[1] + ": " + error);
 }
 
 int sheetInfo(const CliRequest& r) {
@@ -311,6 +346,7 @@ int RunFileCommand(const CliRequest& r) {
     const QString& c = r.command;
     if (c == "wfm2csv") return wfm2csv(r);
     if (c == "rcd2png") return rcd2png(r);
+    if (c == "convert") return convert(r);
     if (c == "sheet-info") return sheetInfo(r);
     if (c == "list") return list();
     return fail("unknown command " + c);

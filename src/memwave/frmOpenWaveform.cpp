@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "memwave/frmOpenWaveform.h"
+#include "export/CaptureExport.h"
 #include "shared/Icons.h"
 #include "views/Exports.h"
 
@@ -110,6 +111,24 @@ void frmOpenWaveform::buildControls() {
     tool(cmdBitmap_, "image-x-generic");
     tool(cmdPrint_, "document-print");
     tool(cmdPreview_, "document-print-preview");
+    tool(cmdCapture_, "document-save-as");
+    tool(cmdPulseView_, "korvane-wave");
+    cmdCapture_->setObjectName("cmdCapture");
+    cmdPulseView_->setObjectName("cmdPulseView");
+    cmdPulseView_->setVisible(PulseViewInstalled()); // only where PulseView is there
+    connect(cmdCapture_, &QToolButton::clicked, this, platform::Guarded("cmdCapture_Click", [this] {
+                QString error;
+                ExportCapture(CaptureOfMemory(record(), &error));
+            }));
+    connect(cmdPulseView_, &QToolButton::clicked, this,
+            platform::Guarded("cmdPulseView_Click", [this] {
+                QString error;
+                const Capture capture = CaptureOfMemory(record(), &error);
+                if (capture.samples() == 0)
+                    platform::MsgBox(MsgBadWaveform);
+                else
+                    OpenInPulseView(capture);
+            }));
     connect(cmdOpen_, &QToolButton::clicked, this,
             platform::Guarded("cmdOpen_Click", [this] { OpenWaveformFile(); }));
     connect(cmdCsv_, &QToolButton::clicked, this,
@@ -243,6 +262,11 @@ void frmOpenWaveform::applyCaptions(int index) {
     ChkCursorX_->setText(text("optCursorX"));
     ChkCursorY_->setText(text("optCursorY"));
     cmdReset_->setText(chinese() ? QString::fromUtf8("复位") : "Reset");
+    cmdCapture_->setText(ExportCaptureText());
+    cmdCapture_->setToolTip(
+        chinese() ? QString::fromUtf8("为 PulseView、sigrok-cli、GTKWave 或 NumPy 导出")
+                  : QStringLiteral("For PulseView, sigrok-cli, GTKWave or NumPy"));
+    cmdPulseView_->setText(OpenInPulseViewText());
     timeBox_->setTitle(text("labTimeDiv"));
     voltBox_->setTitle(TreeLabel("Volt/Div"));
     zoomLabel_->setText(text("labZoom"));
@@ -273,7 +297,8 @@ bool frmOpenWaveform::LoadWaveform(const QString& path) {
     QString error;
     // A file that cannot be read or does not hold what its head promises is
     // refused with its reason; the capture shown before stays.
-    if (LoadWaveformFile(path, loaded, &error) != WaveformLoad::Ok || !loaded.Loaded) {
+    if (LoadWaveformFile(path, loaded, &error) != WaveformLoad::Ok ||
+        (!loaded.Loaded && !loaded.LAValid)) {
         platform::MsgBox(error.isEmpty() ? MsgFileError : error);
         return false;
     }

@@ -107,6 +107,8 @@ private:
     QLineEdit* txtCH1Div_ = nullptr;
     QLineEdit* txtCH2Div_ = nullptr;
     QToolButton* cmdOpen_ = nullptr;
+    QToolButton* cmdCapture_ = nullptr;   // Export capture...
+    QToolButton* cmdPulseView_ = nullptr; // Open in PulseView
     QGroupBox* timeBox_ = nullptr;
     QGroupBox* voltBox_ = nullptr;
     QLabel* zoomLabel_ = nullptr;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "replay/frmRecordPlay.h"
+#include "export/CaptureExport.h"
 #include "shared/Icons.h"
 #include "views/Exports.h"
 
@@ -208,6 +209,12 @@ void frmRecordPlay::buildControls() {
     FlatBttn_[4] = tool("color-management");
     FlatBttn_[5] = tool("color-picker-grey");
     FlatBttn_[1] = tool("document-save-as");
+    cmdCapture_ = tool("text-csv");
+    cmdCapture_->setObjectName("cmdCapture");
+    connect(cmdCapture_, &QToolButton::clicked, this, platform::Guarded("cmdCapture_Click", [this] {
+                QString error;
+                ExportCapture(CaptureOfFrame(record(), record().CurrentFrame, &error));
+            }));
     FlatBttn_[2] = tool("document-print");
     FlatBttn_[3] = tool("document-print-preview");
     tools->addStretch(1);
@@ -330,6 +337,7 @@ void frmRecordPlay::applyCaptions(int index) {
     FlatBttn_[4]->setToolTip(text("optColor.tip"));
     FlatBttn_[5]->setToolTip(text("optMono.tip"));
     FlatBttn_[1]->setToolTip(text("cmdSave.tip"));
+    cmdCapture_->setToolTip(ExportCaptureText());
     FlatBttn_[2]->setToolTip(text("cmdPrint.tip"));
     FlatBttn_[3]->setToolTip(text("cmdPreview.tip"));
     for (std::size_t i = 0; i < AresBtnPlay_.size(); ++i)

@@ -72,6 +72,7 @@ private:
     QSlider* SliderFrame_ = nullptr;
     QToolButton* cmdRun_ = nullptr;
     std::array<QToolButton*, 6> FlatBttn_{}; // 1..5 used
+    QToolButton* cmdCapture_ = nullptr;      // the current frame for other tools
     std::array<QToolButton*, 8> AresBtnPlay_{};
     QToolButton* AresBtnAdd_ = nullptr;
     QToolButton* AresBtnSub_ = nullptr;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "views/frmWave.h"
+#include "export/CaptureExport.h"
 #include "shared/Icons.h"
 #include "views/Exports.h"
 
@@ -248,6 +249,11 @@ void frmWave::buildControls() {
     makeButton(cmdExport_, "cmdExport", "document-save-as");
     makeButton(cmdPrint_, "cmdPrint", "document-print");
     makeButton(cmdPreview_, "cmdPreview", "document-print-preview");
+    makeButton(cmdCapture_, "cmdCapture", "document-save-as");
+    connect(cmdCapture_, &QToolButton::clicked, this, platform::Guarded("cmdCapture_Click", [this] {
+                QString error;
+                ExportCapture(CaptureOfScreen(record(), &error));
+            }));
     connect(cmdExport_, &QToolButton::clicked, this,
             platform::Guarded("cmdExport_Click", [this] { cmdExport_Click(); }));
     connect(cmdPrint_, &QToolButton::clicked, this,
@@ -303,6 +309,8 @@ void frmWave::applyCaptions(int index) {
     static_cast<QGroupBox*>(fraDisplay_)->setTitle(text("fraDisplay"));
     labZoom_->setText(text("labZoom"));
     ChkCH_[2]->setText(chinese() ? QString::fromUtf8("数学") : QStringLiteral("Math"));
+    cmdCapture_->setText(chinese() ? QString::fromUtf8("采集...") : QStringLiteral("Capture..."));
+    cmdCapture_->setToolTip(ExportCaptureText());
     BestFitChk_->setText(text("cmdBestFit"));
     GridCheck_->setText(text("chkGrid"));
     OptionColor_[0]->setText(text("optColor"));

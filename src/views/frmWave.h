@@ -106,6 +106,7 @@ private:
     RefreshWindow refreshWindow();
     void markDirty();
 
+    QToolButton* cmdCapture_ = nullptr; // the screen for other tools
     QToolButton* cmdRefresh_ = nullptr;
     std::array<QCheckBox*, 4> ChkCH_{};
     QCheckBox* ChkCursorX_ = nullptr;

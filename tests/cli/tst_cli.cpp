@@ -214,6 +214,16 @@ void TestCli::filesWithoutAnInstrument() {
     QCOMPARE(run({"rcd2png", rcd, "--frame", "3", png}).status, 0);
     QVERIFY(!QImage(png).isNull());
     QVERIFY(run({"rcd2png", rcd, "--frame", "9", png}).status != 0);
+    // convert: the same writer as the windows' "Export capture...".
+    for (const char* kind : {"sr", "vcd", "csv", "npz"}) {
+        const QString out = runtime_->filePath(QString("w.") + kind);
+        QCOMPARE(run({"convert", wfm, out}).status, 0);
+        QVERIFY(QFileInfo(out).size() > 1000);
+    }
+    QCOMPARE(run({"convert", rcd, runtime_->filePath("r.csv"), "--frame", "2"}).status, 0);
+    const Result unknown = run({"convert", wfm, runtime_->filePath("w.xyz")});
+    QCOMPARE(unknown.status, 2);
+    QVERIFY(unknown.err.contains(".sr, .vcd, .csv or .npz"));
 }
 
 void TestCli::exitCodesForWhatGoesWrong() {

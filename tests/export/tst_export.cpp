@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Captures read back by tools nobody here wrote: the sigrok session and the
+// VCD by sigrok-cli, the .npz by NumPy, the precise CSV by NumPy's parser,
+// each against the capture's own samples.
+#include "TestPlatform.h"
+
+#include "Files.h"
+#include "export/CaptureExport.h"
+#include "memwave/WaveformFile.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <cmath>
+
+namespace {
+QByteArray runTool(const QString& program, const QStringList& args, int* status = nullptr) {
+    QProcess p;
+    p.start(program, args);
+    p.waitForFinished(60000);
+    if (status) *status = p.exitCode();
+    return p.readAllStandardOutput();
+}
+
+QByteArray logicBytes(const Capture& c) {
+    return QByteArray(reinterpret_cast<const char*>(c.logic.data()),
+                      static_cast<qsizetype>(c.logic.size() * 2));
+}
+} // namespace
+
+class TestExport : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void sigrokSessionReadsBack();
+    void vcdReadsBack();
+    void numpyReadsTheArraysAndTheCsvExactly();
+    void screenAndFrameCaptures();
+
+private:
+    QTemporaryDir dir_;
+    Capture capture_;
+    QString sigrokCli_, python_;
+};
+
+void TestExport::initTestCase() {
+    sim::WaveformFileContent wave;
+    wave.points = 100000;
+    const QString path = dir_.filePath("deep.wfm");
+    std::string error;
+    QVERIFY(sim::WriteWaveformFile(path.toStdString(), wave, &error));
+    MemoryRecord rec;
+    QString loadError;
+    QVERIFY(LoadWaveformFile(path, rec, &loadError) == WaveformLoad::Ok);
+    capture_ = CaptureOfMemory(rec, &loadError);
+    QCOMPARE(capture_.samples(), std::int64_t(100000));
+    QCOMPARE(capture_.analogNames, (QStringList{"CH1", "CH2"}));
+    QVERIFY(capture_.hasLogic);
+    sigrokCli_ = QStandardPaths::findExecutable("sigrok-cli");
+    python_ = QStandardPaths::findExecutable("python3", {"/usr/bin"});
+}
+
+void TestExport::sigrokSessionReadsBack() {
+    if (sigrokCli_.isEmpty()) QSKIP("sigrok-cli is not installed (scripts/install-deps.sh)");
+    const QString sr = dir_.filePath("deep.sr");
+    QCOMPARE(WriteCapture(sr, capture_, CaptureFormatOf(sr)), QString());
+    const QString show = QString::fromUtf8(runTool(sigrokCli_, {"-i", sr, "--show"}));
+    QVERIFY2(show.contains(QString("Samplerate: %1").arg(std::llround(capture_.sampleRate))),
+             qPrintable(show));
+    for (int bit = 0; bit < 16; ++bit)
+        QVERIFY(show.contains(QString("- D%1: logic").arg(bit)));
+    QVERIFY(show.contains("- CH1: analog") && show.contains("- CH2: analog"));
+    QVERIFY(show.contains("Logic sample count: 100000"));
+    // The logic samples, as sigrok-cli's binary output gives them (the
+    // analogue data follows them there).
+    const QByteArray binary = runTool(sigrokCli_, {"-i", sr, "-O", "binary"});
+    QCOMPARE(binary.left(200000), logicBytes(capture_));
+}
+
+void TestExport::vcdReadsBack() {
+    if (sigrokCli_.isEmpty()) QSKIP("sigrok-cli is not installed (scripts/install-deps.sh)");
+    const QString vcd = dir_.filePath("deep.vcd");
+    QCOMPARE(WriteCapture(vcd, capture_, CaptureFormatOf(vcd)), QString());
+    // The time unit counts a sample in whole ticks; sigrok reads one a tick.
+    const QByteArray text = VcdBytes(capture_).left(200);
+    QVERIFY(text.contains("$timescale 1 ns $end"));
+    const int ticks = static_cast<int>(std::lround(1e9 / capture_.sampleRate));
+    QByteArray out = runTool(
+        sigrokCli_, {"-i", vcd, "-I", QString("vcd:downsample=%1").arg(ticks), "-O", "binary"});
+    out = out.mid(out.indexOf('\n') + 1); // its META line
+    QCOMPARE(out.left(200000), logicBytes(capture_));
+}
+
+void TestExport::numpyReadsTheArraysAndTheCsvExactly() {
+    if (python_.isEmpty() ||
+        runTool(python_, {"-c", "import numpy; print('yes')"}).trimmed() != "yes")
+        QSKIP("python3-numpy is not installed (scripts/install-deps.sh)");
+    const QString npz = dir_.filePath("deep.npz"), csv = dir_.filePath("deep.csv");
+    QCOMPARE(WriteCapture(npz, capture_, CaptureFormatOf(npz)), QString());
+    QCOMPARE(WriteCapture(csv, capture_, CaptureFormatOf(csv)), QString());
+    const QString script = QString(R"(
+import numpy as np
+z = np.load('%1')
+assert z['CH1'].dtype == np.float32 and z['CH2'].dtype == np.float32, 'volts are float32'
+assert z['logic'].dtype == np.uint16, 'logic words are uint16'
+t = z['first_time'] + np.arange(len(z['CH1'])) / z['sample_rate']
+c = np.loadtxt('%2', delimiter=',', skiprows=1, dtype=np.float64)
+assert c.shape == (100000, 19), c.shape
+assert np.array_equal(c[:, 1].astype(np.float32), z['CH1']), 'CSV CH1 reads back exactly'
+assert np.array_equal(c[:, 2].astype(np.float32), z['CH2']), 'CSV CH2 reads back exactly'
+assert np.array_equal(c[:, 0], t), 'CSV times are the times'
+bits = sum(c[:, 3 + b].astype(np.uint16) << b for b in range(16))
+assert np.array_equal(bits, z['logic']), 'CSV bits are the logic words'
+print(len(z['CH1']), z['trigger_sample'], repr(float(z['CH1'][12345])), repr(float(z['CH2'][777])),
+      int(z['logic'][99999]), list(z['volts_per_div']))
+)")
+                               .arg(npz, csv);
+    int status = 0;
+    const QString out = QString::fromUtf8(runTool(python_, {"-c", script}, &status)).trimmed();
+    QVERIFY2(status == 0, qPrintable(out));
+    const QStringList f = out.split(' ');
+    QCOMPARE(f.value(0), QString("100000"));
+    QCOMPARE(f.value(1).toLongLong(), capture_.triggerSample());
+    QCOMPARE(f.value(2).toFloat(), capture_.analog[0][12345]);
+    QCOMPARE(f.value(3).toFloat(), capture_.analog[1][777]);
+    QCOMPARE(f.value(4).toInt(), int(capture_.logic[99999]));
+}
+
+void TestExport::screenAndFrameCaptures() {
+    WaveRecord w;
+    w.Loaded = w.ShowYT = w.ShowCh1 = true;
+    w.Ch1Scale = "1.00V";
+    w.Ch1Offset = "0.00uV";
+    w.TimeScale = "1.000ms";
+    w.TimeOffset = "0.000s";
+    for (int i = 1; i <= 600; ++i)
+        w.Ch1Samples[i] = 100 - 25; // one division above the ground
+    QString error;
+    const Capture c = CaptureOfScreen(w, &error);
+    QCOMPARE(c.samples(), std::int64_t(600));
+    QCOMPARE(c.sampleRate, 50000.0);
+    QCOMPARE(c.analog[0][0], 1.0f);
+    QCOMPARE(c.triggerSample(), std::int64_t(300));
+    const QByteArray csv = PreciseCsvBytes(c);
+    QVERIFY(csv.startsWith("Time (s),CH1 (V)\n-0.006,1\n"));
+    WaveRecord empty;
+    QCOMPARE(CaptureOfScreen(empty, &error).samples(), std::int64_t(0));
+    QVERIFY(!error.isEmpty());
+    QVERIFY(!WriteCapture(dir_.filePath("x.csv"), Capture(), CaptureFormat::PreciseCsv).isEmpty());
+}
+
+QTEST_MAIN(TestExport)
+#include "tst_export.moc"
