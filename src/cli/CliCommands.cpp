@@ -72,6 +72,28 @@ bool readable(const QString& path, QString* error) {
     return false;
 }
 
+// The percentage of a long file's writing on standard error, when that is a
+// terminal; the line is wiped at the end.
+class FileProgress {
+public:
+    ~FileProgress() {
+        if (printed_) std::fputs("\r     \r", stderr);
+    }
+    std::function<bool(int)> callback() {
+        return [this](int percent) {
+            if (terminal_) {
+                std::fprintf(stderr, "\r%3d %%", percent);
+                printed_ = true;
+            }
+            return true;
+        };
+    }
+
+private:
+    bool terminal_ = ::isatty(STDERR_FILENO);
+    bool printed_ = false;
+};
+
 // The limits file, read before the instrument is asked anything.
 MeasureRecord g_limits;
 
@@ -158,16 +180,8 @@ int wfm2csv(const CliRequest& r) {
         (!rec.Loaded && !rec.LAValid))
         return fail(r.args[0] + ": " + (error.isEmpty() ? MsgFileError : error));
     if (!rec.Ch1On && !rec.Ch2On) return fail(r.args[0] + ": " + MsgBadWaveform);
-    const bool terminal = ::isatty(STDERR_FILENO);
-    bool printed = false;
-    error = ExportCsv(r.args[1], rec, [&](int percent) {
-        if (terminal) {
-            std::fprintf(stderr, "\r%3d %%", percent);
-            printed = true;
-        }
-        return true;
-    });
-    if (printed) std::fputs("\r     \r", stderr);
+    FileProgress progress;
+    error = ExportCsv(r.args[1], rec, progress.callback());
     return error.isEmpty() ? 0 : fail(r.args[1] + ": " + error);
 }
 
@@ -218,16 +232,8 @@ int convert(const CliRequest& r) {
         capture = CaptureOfMemory(rec, &error);
     }
     if (capture.samples() == 0) return fail(r.args[0] + ": " + error);
-    const bool terminal = ::isatty(STDERR_FILENO);
-    bool printed = false;
-    error = WriteCapture(r.args[1], capture, format, [&](int percent) {
-        if (terminal) {
-            std::fprintf(stderr, "\r%3d %%", percent);
-            printed = true;
-        }
-        return true;
-    });
-    if (printed) std::fputs("\r     \r", stderr);
+    FileProgress progress;
+    error = WriteCapture(r.args[1], capture, format, progress.callback());
     return error.isEmpty() ? 0 : fail(r.args[1] + ": " + error);
 }
 

@@ -483,10 +483,10 @@ QString writeSigrok(const QString& path, const Capture& c,
             sr_analog_encoding encoding{4, TRUE, TRUE, FALSE, 6, TRUE, {1, 1}, {0, 1}};
             sr_analog_meaning meaning{SR_MQ_VOLTAGE, SR_UNIT_VOLT, static_cast<sr_mqflag>(0),
                                       g_slist_append(nullptr, analogChannels[a])};
-            sr_analog_spec spec{6};
+            sr_analog_spec shownDigits{6};
             sr_datafeed_analog analog{const_cast<float*>(v.data() + from),
                                       static_cast<std::uint32_t>(end - from), &encoding, &meaning,
-                                      &spec};
+                                      &shownDigits};
             ok = ok && send(SR_DF_ANALOG, &analog);
             g_slist_free(meaning.channels);
         }
@@ -499,37 +499,25 @@ QString writeSigrok(const QString& path, const Capture& c,
 
 } // namespace
 
-QByteArray PreciseCsvBytes(const Capture& c) {
+namespace {
+using Writer = bool (*)(const Capture&, const Sink&, const std::function<bool(int)>&);
+QByteArray bytesOf(Writer write, const Capture& c) {
     QByteArray out;
-    writePreciseCsv(c,
-                    [&out](const QByteArray& b) {
-                        out += b;
-                        return true;
-                    },
-                    {});
+    write(c, [&out](const QByteArray& b) { return out += b, true; }, {});
     return out;
+}
+} // namespace
+
+QByteArray PreciseCsvBytes(const Capture& c) {
+    return bytesOf(writePreciseCsv, c);
 }
 
 QByteArray VcdBytes(const Capture& c) {
-    QByteArray out;
-    writeVcd(c,
-             [&out](const QByteArray& b) {
-                 out += b;
-                 return true;
-             },
-             {});
-    return out;
+    return bytesOf(writeVcd, c);
 }
 
 QByteArray NpzBytes(const Capture& c) {
-    QByteArray out;
-    writeNpz(c,
-             [&out](const QByteArray& b) {
-                 out += b;
-                 return true;
-             },
-             {});
-    return out;
+    return bytesOf(writeNpz, c);
 }
 
 QString WriteCapture(const QString& path, const Capture& c, CaptureFormat format,
