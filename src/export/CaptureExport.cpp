@@ -465,7 +465,7 @@ QString writeSigrok(const QString& path, const Capture& c,
     // Equal blocks for every channel, as a device feeds them. (The session
     // format keeps no trigger: its place is in the other formats.)
     const std::int64_t n = c.samples();
-    constexpr std::int64_t kBlock = 1 << 16;
+    constexpr std::int64_t kBlock = 1 << 20; // few packets: the writer adds each to its zip
     for (std::int64_t from = 0; ok && from < n; from += kBlock) {
         const std::int64_t to = std::min(n, from + kBlock);
         if (c.hasLogic && from < static_cast<std::int64_t>(c.logic.size())) {
