@@ -262,11 +262,12 @@ void frmOpenWaveform::applyCaptions(int index) {
     ChkCursorX_->setText(text("optCursorX"));
     ChkCursorY_->setText(text("optCursorY"));
     cmdReset_->setText(chinese() ? QString::fromUtf8("复位") : "Reset");
-    cmdCapture_->setText(ExportCaptureText());
+    cmdCapture_->setText(chinese() ? QString::fromUtf8("采集...") : QStringLiteral("Capture..."));
     cmdCapture_->setToolTip(
         chinese() ? QString::fromUtf8("为 PulseView、sigrok-cli、GTKWave 或 NumPy 导出")
                   : QStringLiteral("For PulseView, sigrok-cli, GTKWave or NumPy"));
-    cmdPulseView_->setText(OpenInPulseViewText());
+    cmdPulseView_->setText(QStringLiteral("PulseView"));
+    cmdPulseView_->setToolTip(OpenInPulseViewText());
     timeBox_->setTitle(text("labTimeDiv"));
     voltBox_->setTitle(TreeLabel("Volt/Div"));
     zoomLabel_->setText(text("labZoom"));

@@ -168,7 +168,8 @@ bool sameInBothLanguages(const QString& text) {
     static const QRegularExpression kept(
         "^(F\\d|CH1|CH2|CH\\d|LA|D\\d+|FFT|X-Y|Y-T|OK|TTL|ECL|CMOS|"
         "VEXOR|NQ4000L|Korvane|[\\d.,]+\\s*[munpkMG]?(V|s|Hz|Sa|%|div|dB)|X1|X2|Y1|Y2|dB|dBVrms|"
-        "Vrms|\\d+X|[munpkM]?(V|S|s|Hz)|USB|RS232|CSV|Vexor Technologies,Inc\\.|[A-Z]+\\d*::.*)$");
+        "Vrms|\\d+X|[munpkM]?(V|S|s|Hz)|USB|RS232|CSV|PulseView|Vexor "
+        "Technologies,Inc\\.|[A-Z]+\\d*::.*)$");
     const QString t = QString(text).remove('&').trimmed();
     const bool letters = std::any_of(t.cbegin(), t.cend(), [](QChar c) { return c.isLetter(); });
     return !letters || kept.match(t).hasMatch();
