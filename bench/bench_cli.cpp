@@ -2,6 +2,7 @@
 // korvane-cli: converting a 2,000,000-point file to CSV, and the start-up of
 // `idn` against the simulated instrument beyond the pauses its commands must
 // make (connect: 350 + 300 + 100 + 100 ms, the query 100 ms, the unlock 300 ms).
+#include "BenchSupport.h"
 #include "Files.h"
 #include "Simulator.h"
 

@@ -2,6 +2,7 @@
 // Saving and reopening a full data sheet: 16 wave, 16 measure and 16 data
 // windows with data, 4 records of 500 frames and 3 memory waves of two
 // million points each.
+#include "BenchSupport.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
