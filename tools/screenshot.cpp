@@ -51,15 +51,7 @@ struct Options {
 };
 
 QTreeWidgetItem* treeRow(const QString& start) {
-    auto* tree = fMainForm->findChild<frmCtrlList*>();
-    QList<QTreeWidgetItem*> open{tree->TreeRoot()};
-    while (!open.isEmpty()) {
-        QTreeWidgetItem* item = open.takeFirst();
-        if (item->text(0).startsWith(start)) return item;
-        for (int i = 0; i < item->childCount(); ++i)
-            open << item->child(i);
-    }
-    return nullptr;
+    return fMainForm->findChild<frmCtrlList*>()->RowStartingWith(start);
 }
 
 template <typename W> W* docWindow(DocKind kind) {

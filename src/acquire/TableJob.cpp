@@ -117,6 +117,15 @@ void RunTableJob(const QString& source) {
     AdvanceProgress();
 }
 
+void TakeTableJob(DataRecord& d, const QString& source) {
+    d.Loaded = true;
+    d.Source = source;
+    d.RowCount = TableRowCount;
+    d.Title = SheetTitle;
+    d.VoltText = TableVoltText;
+    d.TimeText = TableTimeText;
+}
+
 void RegisterTableJobs() {
     SetJobBody(kJobTableCh1, [] { RunTableJob("CH1"); });
     SetJobBody(kJobTableCh2, [] { RunTableJob("CH2"); });

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
+#include "sheet/SheetRecords.h"
 // The table job (kinds 3 to 5): one channel's screen samples as voltage and
 // time texts, formatted once at fetch time, and the settings line above them.
 #include <QString>
@@ -25,3 +26,7 @@ QString TableNumberText(double value, bool single);
 // The job for a source word: "CH1", "CH2" or "LA".
 void RunTableJob(const QString& source);
 void RegisterTableJobs();
+// The last table job's result put into a record (its name, tree node and
+// refresh state stay): what the Data window shows and exports, and what the
+// command line writes.
+void TakeTableJob(DataRecord& record, const QString& source);

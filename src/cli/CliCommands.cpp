@@ -128,12 +128,7 @@ int table(const CliRequest& r, int round) {
     if (!Connected) return fail("the link was lost during the fetch", 3);
     if (!JobWarning.isEmpty()) CliNote(JobWarning);
     DataRecord d;
-    d.Loaded = true;
-    d.Source = source;
-    d.RowCount = TableRowCount;
-    d.Title = SheetTitle;
-    d.VoltText = TableVoltText;
-    d.TimeText = TableTimeText;
+    TakeTableJob(d, source);
     return writeFile(RoundPath(r.out, round, r.repeat), DataExportBytes(d));
 }
 

@@ -223,6 +223,18 @@ QTreeWidgetItem* frmCtrlList::TreeNode(int column, int row) const {
     return treeNodes_[column][row];
 }
 
+QTreeWidgetItem* frmCtrlList::RowStartingWith(const QString& start) const {
+    QList<QTreeWidgetItem*> open{treeRoot_};
+    while (!open.isEmpty()) {
+        QTreeWidgetItem* item = open.takeFirst();
+        if (!item) continue;
+        if (item->text(0).startsWith(start)) return item;
+        for (int i = 0; i < item->childCount(); ++i)
+            open << item->child(i);
+    }
+    return nullptr;
+}
+
 QString frmCtrlList::FullPath(const QTreeWidgetItem* item) {
     QStringList parts;
     for (; item; item = item->parent())

@@ -33,6 +33,8 @@ public:
     // The node of a section's row, by the section's place and the row's place.
     QTreeWidgetItem* TreeNode(int column, int row) const;
     static QString FullPath(const QTreeWidgetItem* item);
+    // The first row whose text starts so (a label in the caption language), or null.
+    QTreeWidgetItem* RowStartingWith(const QString& start) const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

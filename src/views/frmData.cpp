@@ -247,14 +247,8 @@ void frmData::LoadData() {
     if (!self) return;
     if (!JobSucceeded()) return; // the link went: the earlier table stays
     if (!JobWarning.isEmpty()) platform::ShowStatus(JobWarning);
-    DataRecord& r = record();
-    r.Loaded = true;
+    TakeTableJob(record(), kSources[kind - kJobTableCh1]);
     SheetDirty = true;
-    r.RowCount = TableRowCount;
-    r.Title = SheetTitle;
-    r.Source = kSources[kind - kJobTableCh1];
-    r.VoltText.assign(TableVoltText.begin(), TableVoltText.end());
-    r.TimeText.assign(TableTimeText.begin(), TableTimeText.end());
     ShowRecord();
     cmdRefresh_->setFocus();
 }

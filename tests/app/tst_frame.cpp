@@ -33,7 +33,6 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QTreeWidget>
-#include <QTreeWidgetItemIterator>
 #include <QtTest>
 #include <memory>
 
@@ -135,10 +134,8 @@ void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
     platform::SetSimulatedUsbDirectory(dir.filePath("usb"));
     frame_->action("mnuToolsConnect")->trigger();
     QVERIFY(Connected);
-    QTreeWidgetItem* leaf = nullptr;
     auto* tree = frame_->findChild<frmCtrlList*>();
-    for (QTreeWidgetItemIterator it(tree->tree()); *it; ++it)
-        if ((*it)->text(0) == "Virtual Panel") leaf = *it;
+    const QTreeWidgetItem* leaf = tree->RowStartingWith("Virtual Panel");
     QVERIFY(leaf);
     PraseCtrlList(frmCtrlList::FullPath(leaf));
     QPointer<QWidget> panel = frame_->findChild<frmV_Panel*>();

@@ -523,14 +523,8 @@ void TestExchange::theTreeShowsEachDownload() {
     frmCtrlList pane;
     pane.Form_Load();
     auto timeDivRow = [&pane]() -> QString {
-        QList<QTreeWidgetItem*> open{pane.TreeRoot()};
-        while (!open.isEmpty()) {
-            QTreeWidgetItem* item = open.takeFirst();
-            if (item->text(0).startsWith("Time/Div")) return item->text(0);
-            for (int i = 0; i < item->childCount(); ++i)
-                open << item->child(i);
-        }
-        return QString();
+        const QTreeWidgetItem* row = pane.RowStartingWith("Time/Div");
+        return row ? row->text(0) : QString();
     };
     const std::pair<const char*, const char*> scales[] = {
         {"5ms", "5.000ms"}, {"2ms", "2.000ms"}, {"50us", "50.00us"}};

@@ -60,15 +60,7 @@ QWidget* docWindow(DocKind kind) {
 
 // The controller tree's first row whose text starts so, in the frame's pane.
 const QTreeWidgetItem* treeRow(frmMain& frame, const QString& start) {
-    auto* tree = frame.findChild<frmCtrlList*>();
-    QList<QTreeWidgetItem*> open{tree->TreeRoot()};
-    while (!open.isEmpty()) {
-        QTreeWidgetItem* item = open.takeFirst();
-        if (item->text(0).startsWith(start)) return item;
-        for (int i = 0; i < item->childCount(); ++i)
-            open << item->child(i);
-    }
-    return nullptr;
+    return frame.findChild<frmCtrlList*>()->RowStartingWith(start);
 }
 
 CtrlRowMatch rowAt(const QString& path) {
