@@ -181,8 +181,7 @@ int fail(const QString& message, int status = 2) {
 }
 
 void out(const QString& text) {
-    std::fputs(text.toUtf8().constData(), stdout);
-    std::fflush(stdout);
+    CliOut(text);
 }
 
 // ---- ending on a signal -------------------------------------------------------------------

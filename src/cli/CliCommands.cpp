@@ -48,8 +48,7 @@ int fail(const QString& message, int status = 2) {
 }
 
 void out(const QString& text) {
-    std::fputs(text.toUtf8().constData(), stdout);
-    std::fflush(stdout);
+    CliOut(text);
 }
 
 int writeFile(const QString& path, const QByteArray& bytes) {
@@ -266,6 +265,11 @@ int CliFail(const QString& message, int status) {
     g_note.clear();
     std::fprintf(stderr, "korvane-cli: %s\n", qPrintable(line));
     return status;
+}
+
+void CliOut(const QString& text) {
+    std::fputs(text.toUtf8().constData(), stdout);
+    std::fflush(stdout);
 }
 
 void CliNote(const QString& message) {

@@ -36,6 +36,8 @@ int CliFail(const QString& message, int status = 2);
 // or printed as one line of its own at the end (CliFlushNotes).
 void CliNote(const QString& message);
 void CliFlushNotes();
+// Text on standard output, flushed at once (a pipe reader sees each round).
+void CliOut(const QString& text);
 
 // The file a repeated command writes in a round: NAME-001.EXT, NAME-002.EXT
 // ... for two rounds or more; standard output ("-") stays itself.
