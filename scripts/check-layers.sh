@@ -18,7 +18,8 @@ check platform platform
 check shared platform shared
 check link platform shared link
 check export platform shared sheet replay export
-for folder in controller acquire sheet views measure replay memwave panel cli export; do
+check decode platform shared sheet replay export decode
+for folder in controller acquire sheet views measure replay memwave panel cli export decode; do
   if grep -nE '#include "app/' src/"$folder"/*.h src/"$folder"/*.cpp; then
     echo "src/$folder includes app/" >&2
     status=1

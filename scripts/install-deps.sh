@@ -10,6 +10,7 @@ packages=(
   qt6-base-dev qt6-serialport-dev libgl-dev
   zlib1g-dev libfftw3-dev qt6-svg-dev
   libsigrok-dev                          # sigrok session files (.sr)
+  libsigrokdecode-dev                    # protocol decoders (UART, I2C, SPI ... over the logic lanes)
   sigrok-cli python3-numpy               # the exports read back by other tools (test only)
   qt6-translations-l10n                  # Qt's own dialogs in Chinese
   desktop-file-utils appstream dpkg-dev  # checking and packing the desktop files

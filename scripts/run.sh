@@ -17,6 +17,10 @@ sim_pid=$!
 trap 'kill $sim_pid 2>/dev/null || true' EXIT INT TERM
 sleep 0.3
 echo "To use RS232 instead of USB: Tools > Options, RS232, Port device $serial_link"
+# A deep capture with the simulator's buses on D0..D6, to open and decode.
+demo="$rundir/nq4000l-demo.wfm"
+"$sim" --write-wfm "$demo" --points 100000 >/dev/null
+echo "A simulated deep capture: $demo (File > New > Memory Wave, Open, then Decode...)"
 
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
   echo "No display found: serving the window over VNC on localhost:5900"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Files.h"
 
+#include "Buses.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -159,8 +161,10 @@ bool WriteWaveformFile(const std::string& path, const WaveformFileContent& s, st
                 s.alternate ? s.secondsPerDiv2 : s.secondsPerDiv, points2);
     if (digital) {
         const bool oneByte = s.points > 524288;
+        // The buses on D0..D6 at the file's rate; a counter above them.
         for (int k = 0; k < s.points; ++k) {
-            const auto word = static_cast<std::uint16_t>(k / 4);
+            const auto word = static_cast<std::uint16_t>((k / 4) << kBusLines |
+                                                         BusLines(k / static_cast<double>(rate)));
             file.push_back(static_cast<std::uint8_t>(word & 0xFF));
             if (!oneByte) file.push_back(static_cast<std::uint8_t>(word >> 8));
         }

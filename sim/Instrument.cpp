@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Instrument.h"
 
+#include "Buses.h"
+
 #include "Screen.h"
 
 #include <algorithm>
@@ -786,12 +788,15 @@ std::vector<std::uint8_t> Instrument::fftTrace() {
 }
 
 std::vector<std::uint8_t> Instrument::digitalTrace() {
-    // A counter that walks across the screen: Dn toggles every 2^n columns.
+    // The buses on D0..D6, triggered at the screen's left edge; above them
+    // a counter that walks across the screen.
     const double now = running_ ? nowSeconds() : frozenAt_;
     const auto shift = static_cast<unsigned>(now * 20);
+    const double column = 12 * number(":TIMEBASE:SCALE") / 600;
     std::vector<std::uint8_t> out(1200);
     for (unsigned i = 0; i < 600; ++i) {
-        const auto word = static_cast<std::uint16_t>((i / 2 + shift) & 0xFFFF);
+        const auto word =
+            static_cast<std::uint16_t>(((i / 2 + shift) << kBusLines) | BusLines(i * column));
         out[2 * i] = static_cast<std::uint8_t>(word & 0xFF);
         out[2 * i + 1] = static_cast<std::uint8_t>(word >> 8);
     }

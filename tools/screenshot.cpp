@@ -7,18 +7,21 @@
 //
 // NAME: frame (a fetched wave window, the README's picture), wave, measure,
 // data, record, memory, options, about, passfail, fftsetting, parameter,
-// adjust, panel.
+// adjust, panel, decode (a memory wave decoded), wavedecode (a wave window decoded).
 #include "Files.h"
 #include "Simulator.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
 #include "app/frmOptions.h"
+#include "controller/CtrlData.h"
 #include "controller/CtrlDialog.h"
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/PraseCtrlList.h"
 #include "controller/frmCtrlList.h"
+#include "decode/DecodeSpec.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
 #include "measure/frmMeasure.h"
 #include "measure/frmPassFailed.h"
 #include "memwave/frmOpenWaveform.h"
@@ -28,6 +31,7 @@
 #include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
+#include "views/DecodePane.h"
 #include "views/frmData.h"
 #include "views/frmWave.h"
 #include "views/frmWaveSetting.h"
@@ -37,6 +41,7 @@
 #include <QMdiSubWindow>
 #include <QPainter>
 #include <QScreen>
+#include <QSplitter>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QTreeWidgetItem>
@@ -62,13 +67,24 @@ template <typename W> W* docWindow(DocKind kind) {
     return w;
 }
 
+void decodeSetup(DecodePane* pane, const QStringList& stacks) {
+    pane->SetSetup(decode::SetupOfTexts(stacks, 1.4, 0.2));
+    ShowDecodePane(qobject_cast<QSplitter*>(pane->parentWidget()), pane);
+}
+
 // The window of the kind, filled; a dialog comes back to be grabbed with the frame.
 QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
-    if (name == "frame" || name == "wave") {
+    if (name == "frame" || name == "wave" || name == "wavedecode") {
         auto* wave = docWindow<frmWave>(DocKind::Wave);
         wave->Timer1_Timer();
         WaveRecord& r = WaveRecords[0];
         r.SelCh1 = r.SelCh2 = r.SelMath = r.SelLA = true;
+        if (name == "wavedecode") {
+            CmdSend(":TIMEBASE:SCALE 0.0001"); // 500 kHz: the UART and I2C decode on screen
+            CtrlData.LaDisplay = WordOn;
+            decodeSetup(wave->decodePane(),
+                        {"uart:rx=D0:baudrate=115200", "i2c:scl=D1:sda=D2,eeprom24xx"});
+        }
         wave->LoadData();
         if (name == "frame")
             if (auto* sub = qobject_cast<QMdiSubWindow*>(wave->parentWidget())) {
@@ -104,7 +120,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
         r->LoadRecord(path);
         return nullptr;
     }
-    if (name == "memory") {
+    if (name == "memory" || name == "decode") {
         const QString path = dir.filePath("capture.wfm");
         sim::WaveformFileContent content;
         content.points = 100000;
@@ -113,6 +129,16 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
         auto* m = docWindow<frmOpenWaveform>(DocKind::MemoryWave);
         m->Timer1_Timer();
         m->LoadWaveform(path);
+        if (name == "decode") {
+            // The capture's first 1.2 ms, where every bus is busy.
+            MemoryRecords[0].TimeDiv = 1e-4;
+            MemoryRecords[0].Delay = -2.4e-3;
+            m->Pipeline(PipelinePart::All);
+            decodeSetup(m->decodePane(),
+                        {"uart:rx=D0:baudrate=115200", "i2c:scl=D1:sda=D2,eeprom24xx",
+                         "spi:clk=D3:mosi=D4:miso=D5:cs=D6"});
+            m->decodePane()->Decode();
+        }
         return nullptr;
     }
     if (name == "panel") {

@@ -6,6 +6,7 @@
 #include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
 #include "cli/CliCommands.h"
+
 #include "controller/CtrlData.h"
 #include "controller/CtrlFile.h"
 #include "controller/SettingsExchange.h"
@@ -25,6 +26,7 @@
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
+#include <cmath>
 
 #include <QCommandLineParser>
 #include <QElapsedTimer>
@@ -133,6 +135,19 @@ const QList<Command>& commands() {
          false,
          false,
          {"frame"}},
+        {"decode",
+         "decode IN.wfm|IN.rcd -P DECODER[:CHANNEL=LANE...][:OPTION=VALUE...][,DECODER...] "
+         "[-P ...] [--threshold V] [--hysteresis V] [--json] [--frame N]",
+         "Protocol decoding: one -P a stack, in the habit of the field's command line "
+         "(\"-P uart:rx=D0:baudrate=115200\", \"-P i2c:scl=D1:sda=D2,eeprom24xx\"). Lanes are "
+         "D0..D15, or CH1 and CH2 cut at --threshold volts (1.4) with --hysteresis (0.2). One "
+         "annotation a line: START-END DECODER: ROW: TEXT, in samples; --json gives one object "
+         "a line. Exit status 1 when a decoder fails.",
+         1,
+         1,
+         false,
+         false,
+         {"P", "threshold", "hysteresis", "json", "frame"}},
         {"sheet-info",
          "sheet-info FILE.ult",
          "What a data sheet file holds.",
@@ -294,6 +309,9 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
                   {"json", ""},
                   {"png", "", "FILE"},
                   {"lcd", "", "FILE"},
+                  {{"P", "protocol-decoders"}, "", "SPEC"},
+                  {"threshold", "", "V"},
+                  {"hysteresis", "", "V"},
                   {{"v", "verbose"}, ""},
                   {{"V", "version"}, ""},
                   {{"h", "help"}, ""}});
@@ -346,7 +364,8 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
     }
     if (c->maxArgs < 0) r.args = QStringList{r.args.join(' ')}; // the command's whole text
     // Options that belong to other commands are a mistake, not a no-op.
-    for (const char* own : {"out", "limits", "frame", "json", "png", "lcd"})
+    for (const char* own :
+         {"out", "limits", "frame", "json", "png", "lcd", "P", "threshold", "hysteresis"})
         if (p.isSet(own) && !c->options.contains(QLatin1String(own))) {
             fail(QString("--%1 does not apply to %2").arg(own, r.command));
             return std::nullopt;
@@ -399,7 +418,18 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
             return std::nullopt;
         }
     }
-    QString problem = CheckCommandWords(r);
+    r.decoders = p.values("P");
+    for (const char* name : {"threshold", "hysteresis"}) {
+        if (!p.isSet(name)) continue;
+        bool ok = false;
+        const double v = QLocale::c().toDouble(p.value(name), &ok);
+        if (!ok || std::abs(v) > 1000) {
+            fail(QString("--%1 is volts, not %2").arg(name, p.value(name)));
+            return std::nullopt;
+        }
+        (QLatin1String(name) == QLatin1String("threshold") ? r.threshold : r.hysteresis) = v;
+    }
+    QString problem = r.command == "decode" ? CheckDecodeWords(r) : CheckCommandWords(r);
     if (!problem.isEmpty()) {
         fail(problem);
         return std::nullopt;

@@ -206,26 +206,39 @@ int rcd2png(const CliRequest& r) {
     return writeFile(r.args[1], pngOf(image));
 }
 
+} // namespace
+
+Capture CaptureOfFile(const QString& path, int frame, QString* error, bool withAnalog) {
+    if (path.endsWith(".rcd", Qt::CaseInsensitive)) {
+        RecordRecord rec;
+        const RecordLoad result = LoadRecordFile(path, rec, error);
+        if (result != RecordLoad::Ok) {
+            *error = path + ": " + (error->isEmpty() ? RecordLoadMessage(result) : *error);
+            return {};
+        }
+        Capture capture = CaptureOfFrame(rec, frame, error);
+        if (capture.samples() == 0) *error = path + ": " + *error;
+        return capture;
+    }
+    MemoryRecord rec;
+    if (LoadWaveformFile(path, rec, error) != WaveformLoad::Ok || (!rec.Loaded && !rec.LAValid)) {
+        *error = path + ": " + (error->isEmpty() ? MsgFileError : *error);
+        return {};
+    }
+    Capture capture = CaptureOfMemory(rec, error, withAnalog);
+    if (capture.samples() == 0) *error = path + ": " + *error;
+    return capture;
+}
+
+namespace {
+
 int convert(const CliRequest& r) {
     const CaptureFormat format = CaptureFormatOf(r.args[1]);
     if (format == CaptureFormat::Unknown)
         return fail(r.args[1] + ": the kind of file is told by .sr, .vcd, .csv or .npz");
     QString error;
-    Capture capture;
-    if (r.args[0].endsWith(".rcd", Qt::CaseInsensitive)) {
-        RecordRecord rec;
-        const RecordLoad result = LoadRecordFile(r.args[0], rec, &error);
-        if (result != RecordLoad::Ok)
-            return fail(r.args[0] + ": " + (error.isEmpty() ? RecordLoadMessage(result) : error));
-        capture = CaptureOfFrame(rec, r.frame, &error);
-    } else {
-        MemoryRecord rec;
-        if (LoadWaveformFile(r.args[0], rec, &error) != WaveformLoad::Ok ||
-            (!rec.Loaded && !rec.LAValid))
-            return fail(r.args[0] + ": " + (error.isEmpty() ? MsgFileError : error));
-        capture = CaptureOfMemory(rec, &error);
-    }
-    if (capture.samples() == 0) return fail(r.args[0] + ": " + error);
+    const Capture capture = CaptureOfFile(r.args[0], r.frame, &error);
+    if (capture.samples() == 0) return fail(error);
     FileProgress progress;
     error = WriteCapture(r.args[1], capture, format, progress.callback());
     return error.isEmpty() ? 0 : fail(r.args[1] + ": " + error);
@@ -352,6 +365,7 @@ int RunFileCommand(const CliRequest& r) {
     if (c == "wfm2csv") return wfm2csv(r);
     if (c == "rcd2png") return rcd2png(r);
     if (c == "convert") return convert(r);
+    if (c == "decode") return RunDecodeCommand(r);
     if (c == "sheet-info") return sheetInfo(r);
     if (c == "list") return list();
     return fail("unknown command " + c);

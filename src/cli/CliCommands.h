@@ -16,6 +16,9 @@ struct CliRequest {
     QString out, limits, png, lcd;
     int frame = 1;
     bool json = false, verbose = false;
+    QStringList decoders;   // -P: one stack each
+    double threshold = 1.4; // volts, for CH1/CH2 as decoder channels
+    double hysteresis = 0.2;
 };
 
 // The command's own words (a source, get or put), checked before anything is
@@ -28,6 +31,14 @@ int PrepareInstrumentCommand(const CliRequest& r);
 int RunInstrumentCommand(const CliRequest& r, int round);
 // A command on files alone.
 int RunFileCommand(const CliRequest& r);
+
+struct Capture;
+// The capture of a deep-memory file or of a record's frame; empty with
+// *error ("PATH: reason") when it cannot be read.
+Capture CaptureOfFile(const QString& path, int frame, QString* error, bool withAnalog = true);
+// decode: its -P texts read against the decoders (empty when fine), and the run.
+QString CheckDecodeWords(const CliRequest& r);
+int RunDecodeCommand(const CliRequest& r);
 
 // One line on standard error for a failure, with what the link said of it
 // (the message a window would show in a box) in brackets; the status.

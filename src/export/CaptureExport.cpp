@@ -54,7 +54,7 @@ float volts(int row, double groundRow, double scale) {
 
 // ---- the captures ------------------------------------------------------------------------------
 
-Capture CaptureOfMemory(const MemoryRecord& r, QString* error) {
+Capture CaptureOfMemory(const MemoryRecord& r, QString* error, bool withAnalog) {
     Capture c;
     const double rate = r.Alternate ? r.SampleRate1 : r.SampleRateMain;
     const std::int64_t points = r.Alternate ? r.Points1 : r.PointsMain;
@@ -80,8 +80,8 @@ Capture CaptureOfMemory(const MemoryRecord& r, QString* error) {
         c.analog.push_back(std::move(v));
         c.voltsPerDiv.push_back(scale);
     };
-    if (r.Ch1Valid && r.Ch1On) channel(1);
-    if (r.Ch2Valid && r.Ch2On && !r.Alternate) channel(2);
+    if (withAnalog && r.Ch1Valid && r.Ch1On) channel(1);
+    if (withAnalog && r.Ch2Valid && r.Ch2On && !r.Alternate) channel(2);
     if (r.LAValid) {
         const int bytes = points > 524288 ? 1 : 2;
         const std::int64_t n =

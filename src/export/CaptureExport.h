@@ -32,7 +32,8 @@ struct Capture {
 // has its own rate, so only CH1's part with the logic), of a fetched screen
 // (600 samples a trace), of one frame of a record (300 samples). Empty
 // (no samples) with *error when there is nothing to export.
-Capture CaptureOfMemory(const MemoryRecord& rec, QString* error);
+// withAnalog false leaves the analogue channels out (a logic decode needs none).
+Capture CaptureOfMemory(const MemoryRecord& rec, QString* error, bool withAnalog = true);
 Capture CaptureOfScreen(const WaveRecord& rec, QString* error);
 Capture CaptureOfFrame(const RecordRecord& rec, int frame, QString* error);
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "memwave/frmOpenWaveform.h"
+
 #include "export/CaptureExport.h"
 #include "shared/Icons.h"
+#include "views/DecodePane.h"
 #include "views/Exports.h"
 
 #include "memwave/CsvExport.h"
@@ -36,6 +38,7 @@
 #include <QProgressBar>
 #include <QRadioButton>
 #include <QScrollArea>
+#include <QSplitter>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -113,6 +116,10 @@ void frmOpenWaveform::buildControls() {
     tool(cmdPreview_, "document-print-preview");
     tool(cmdCapture_, "document-save-as");
     tool(cmdPulseView_, "korvane-wave");
+    tool(cmdDecode_, "korvane-decode");
+    cmdDecode_->setObjectName("cmdDecode");
+    connect(cmdDecode_, &QToolButton::clicked, this,
+            platform::Guarded("cmdDecode_Click", [this] { Decode_Click(); }));
     cmdCapture_->setObjectName("cmdCapture");
     cmdPulseView_->setObjectName("cmdPulseView");
     cmdPulseView_->setVisible(PulseViewInstalled()); // only where PulseView is there
@@ -239,11 +246,25 @@ void frmOpenWaveform::buildControls() {
     BackPic_->setWidget(MemoryWavePic_);
     AddYChannelMenu(MemoryWavePic_, cursors_, [this] { redraw(); });
 
+    decode_ = new DecodePane("MemoryWave");
+    decode_->capture = [this] {
+        QString error;
+        return CaptureOfMemory(record(), &error);
+    };
+    decode_->centreOn = [this](std::int64_t sample) { CentreOnSample(sample); };
+    decode_->changed = [this] { redraw(); };
+    decode_->hide(); // until the first decode
+    split_ = new QSplitter;
+    split_->addWidget(BackPic_);
+    split_->addWidget(decode_);
+    split_->setStretchFactor(0, 3);
+    split_->setStretchFactor(1, 1);
+
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(tools);
     layout->addLayout(controls);
     layout->addLayout(display);
-    layout->addWidget(BackPic_, 1);
+    layout->addWidget(split_, 1);
 }
 
 void frmOpenWaveform::applyCaptions(int index) {
@@ -267,6 +288,11 @@ void frmOpenWaveform::applyCaptions(int index) {
         chinese() ? QString::fromUtf8("为 PulseView、sigrok-cli、GTKWave 或 NumPy 导出")
                   : QStringLiteral("For PulseView, sigrok-cli, GTKWave or NumPy"));
     cmdPulseView_->setText(QStringLiteral("PulseView"));
+    cmdDecode_->setText(chinese() ? QString::fromUtf8("解码...") : QStringLiteral("Decode..."));
+    cmdDecode_->setToolTip(chinese() ? QString::fromUtf8("逻辑通道的协议解码（UART、I2C、SPI ...）")
+                                     : QStringLiteral("Protocol decoding of the logic channels "
+                                                      "(UART, I2C, SPI ...)"));
+    decode_->applyCaptions();
     cmdPulseView_->setToolTip(OpenInPulseViewText());
     timeBox_->setTitle(text("labTimeDiv"));
     voltBox_->setTitle(TreeLabel("Volt/Div"));
@@ -391,7 +417,40 @@ QImage frmOpenWaveform::render(double z) const {
         s.flush();
         DisplayCursorM(p, view_.screen(), cursors_, z);
     }
-    return image;
+    if (decode_->rowsHeight() == 0) return image;
+    // The annotation rows under the digital lanes, on the picture's time axis.
+    QImage withRows(image.width(), image.height() + decode_->rowsHeight(), image.format());
+    QPainter p(&withRows);
+    p.drawImage(0, 0, image);
+    decode_->paintRows(p, image.height(), 0, image.width(), decodeScale(z, image.width()));
+    p.end();
+    return withRows;
+}
+
+decode::PixelScale frmOpenWaveform::decodeScale(double z, int width) const {
+    // Column c of the screen lies at x = 25 + c * z.
+    const CaptureTiming t = view_.timing(record(), 1);
+    decode::PixelScale scale;
+    scale.firstSample = t.sampleAt(-25.0 / z);
+    scale.samplesPerPixel = (t.sampleAt(1) - t.sampleAt(0)) / z;
+    scale.width = width;
+    return scale;
+}
+
+void frmOpenWaveform::Decode_Click() {
+    ShowDecodePane(split_, decode_);
+    decode_->ChooseDecoders();
+}
+
+void frmOpenWaveform::CentreOnSample(std::int64_t sample) {
+    MemoryRecord& r = record();
+    const CaptureTiming t = view_.timing(r, 1);
+    if (!(t.sampleRate > 0)) return;
+    const double time = (static_cast<double>(sample) - t.points / 2.0) / t.sampleRate + t.origin;
+    (r.Alternate ? r.Delay1 : r.Delay) = time;
+    SheetDirty = true;
+    showValues();
+    Pipeline(PipelinePart::All);
 }
 
 void frmOpenWaveform::redraw() {
@@ -483,6 +542,13 @@ void frmOpenWaveform::Mouse(QEvent::Type type, QPointF at, Qt::MouseButtons butt
     switch (type) {
     case QEvent::MouseButtonPress: {
         if (!(buttons & Qt::LeftButton)) return;
+        // The annotation rows lie under the screen, at the picture's foot.
+        const int rowsTop = picture().height() - decode_->rowsHeight();
+        if (decode_->rowsHeight() > 0 && at.y() >= rowsTop) {
+            decode_->clickRows(at.x(), static_cast<int>(at.y()) - rowsTop,
+                               decodeScale(zoom_, picture().width()));
+            return;
+        }
         cursors_.dragging = CursorAt(cursors_, at, zoom_, split);
         if (cursors_.dragging != CursorId::None || !r.Loaded) return;
         grabbing_ = true;

@@ -22,6 +22,11 @@ class QRadioButton;
 class QScrollArea;
 class QToolButton;
 class WavePicture;
+class DecodePane;
+class QSplitter;
+namespace decode {
+struct PixelScale;
+}
 
 // The CSV export's progress window: a bar in ten steps; it cannot be closed
 // while the export runs.
@@ -62,6 +67,9 @@ public:
     void SetGrid(bool grid);
     void Mouse(QEvent::Type type, QPointF at, Qt::MouseButtons buttons);
     void Pipeline(PipelinePart part);
+    void Decode_Click(); // the decoder dialog; its OK decodes the capture
+    void CentreOnSample(std::int64_t sample);
+    DecodePane* decodePane() const { return decode_; }
 
     double ZoomFactor() const { return zoom_; }
     const QImage& picture() const;
@@ -80,6 +88,7 @@ private:
     void showValues(); // the record's time and volt values in the boxes
     void redraw();
     QImage render(double z) const;
+    decode::PixelScale decodeScale(double z, int width) const;
 
     MemoryView view_;
     CursorSet cursors_;
@@ -109,6 +118,9 @@ private:
     QToolButton* cmdOpen_ = nullptr;
     QToolButton* cmdCapture_ = nullptr;   // Export capture...
     QToolButton* cmdPulseView_ = nullptr; // Open in PulseView
+    QToolButton* cmdDecode_ = nullptr;
+    DecodePane* decode_ = nullptr;
+    QSplitter* split_ = nullptr;
     QGroupBox* timeBox_ = nullptr;
     QGroupBox* voltBox_ = nullptr;
     QLabel* zoomLabel_ = nullptr;

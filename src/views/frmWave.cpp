@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "views/frmWave.h"
+
 #include "export/CaptureExport.h"
 #include "shared/Icons.h"
+#include "views/DecodePane.h"
 #include "views/Exports.h"
 
 #include "acquire/Jobs.h"
@@ -37,6 +39,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QShortcut>
+#include <QSplitter>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -250,6 +253,11 @@ void frmWave::buildControls() {
     makeButton(cmdPrint_, "cmdPrint", "document-print");
     makeButton(cmdPreview_, "cmdPreview", "document-print-preview");
     makeButton(cmdCapture_, "cmdCapture", "document-save-as");
+    makeButton(cmdDecode_, "cmdDecode", "korvane-decode");
+    connect(cmdDecode_, &QToolButton::clicked, this, platform::Guarded("cmdDecode_Click", [this] {
+                ShowDecodePane(qobject_cast<QSplitter*>(decode_->parentWidget()), decode_);
+                decode_->ChooseDecoders();
+            }));
     connect(cmdCapture_, &QToolButton::clicked, this, platform::Guarded("cmdCapture_Click", [this] {
                 QString error;
                 ExportCapture(CaptureOfScreen(record(), &error));
@@ -289,9 +297,26 @@ void frmWave::buildControls() {
     BackPic_->setWidget(WavePic_);
     AddYChannelMenu(WavePic_, cursors_, [this] { redrawCursors(); });
 
+    // Decoding the fetched screen: 600 samples a lane, what fits in a screen.
+    decode_ = new DecodePane("Wave");
+    decode_->capture = [this] {
+        QString error;
+        return CaptureOfScreen(record(), &error);
+    };
+    decode_->changed = [this] {
+        redraw();
+        Form_Resize(); // the rows take room under the screen
+    };
+    decode_->hide();
+    auto* split = new QSplitter;
+    split->addWidget(BackPic_);
+    split->addWidget(decode_);
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 1);
+
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
-    layout->addWidget(BackPic_, 1);
+    layout->addWidget(split, 1);
 
     auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
     f5->setContext(Qt::WidgetWithChildrenShortcut);
@@ -311,6 +336,11 @@ void frmWave::applyCaptions(int index) {
     ChkCH_[2]->setText(chinese() ? QString::fromUtf8("数学") : QStringLiteral("Math"));
     cmdCapture_->setText(chinese() ? QString::fromUtf8("采集...") : QStringLiteral("Capture..."));
     cmdCapture_->setToolTip(ExportCaptureText());
+    cmdDecode_->setText(chinese() ? QString::fromUtf8("解码...") : QStringLiteral("Decode..."));
+    cmdDecode_->setToolTip(chinese() ? QString::fromUtf8("逻辑通道的协议解码（UART、I2C、SPI ...）")
+                                     : QStringLiteral("Protocol decoding of the logic channels "
+                                                      "(UART, I2C, SPI ...)"));
+    decode_->applyCaptions();
     BestFitChk_->setText(text("cmdBestFit"));
     GridCheck_->setText(text("chkGrid"));
     OptionColor_[0]->setText(text("optColor"));
@@ -427,6 +457,7 @@ void frmWave::LoadData() {
     SheetDirty = true;
     cmdRefresh_->setFocus();
     redraw();
+    if (decode_->isVisible() && !decode_->setup().empty()) decode_->Decode(); // the new screen
 }
 
 // ---- display options ------------------------------------------------------------------
@@ -483,7 +514,9 @@ void frmWave::Form_Resize() {
     const WaveRecord& r = record();
     if (r.BestFit) {
         const QSize area = BackPic_->maximumViewportSize();
-        const double fit = std::max(0.01, std::min(area.width() / 350.0, area.height() / 250.0));
+        // The annotation rows of a decode stay in view under the screen.
+        const double fit = std::max(
+            0.01, std::min(area.width() / 350.0, (area.height() - decode_->rowsHeight()) / 250.0));
         RescaleCursors(cursors_, zoom_, fit);
         zoom_ = fit;
         ZoomCombo_->setEditText(ZoomText(zoom_));
@@ -497,11 +530,27 @@ void frmWave::Form_Resize() {
     }
     // Only a picture of another size is drawn anew: a resize that keeps the
     // zoom is a paint of the same image.
-    if (WavePic_->image().size() != ScreenPictureSize(zoom_)) redraw();
+    if (WavePic_->image().size() != ScreenPictureSize(zoom_) + QSize(0, decode_->rowsHeight()))
+        redraw();
 }
 
 QImage frmWave::renderAt(double z) const {
-    return RenderScreen(record(), z, IsDigitalModel == 1);
+    QImage image = RenderScreen(record(), z, IsDigitalModel == 1);
+    if (decode_->rowsHeight() == 0) return image;
+    QImage withRows(image.width(), image.height() + decode_->rowsHeight(), image.format());
+    QPainter p(&withRows);
+    p.drawImage(0, 0, image);
+    decode_->paintRows(p, image.height(), 0, image.width(), decodeScale(z, image.width()));
+    return withRows;
+}
+
+decode::PixelScale frmWave::decodeScale(double z, int width) const {
+    // Sample k of the 600 lies on column k / 2, at x = 25 + column * z.
+    decode::PixelScale scale;
+    scale.firstSample = -25.0 * 2 / z;
+    scale.samplesPerPixel = 2 / z;
+    scale.width = width;
+    return scale;
 }
 
 void frmWave::redraw() {
@@ -531,9 +580,16 @@ void frmWave::ChkCursor_Click(bool x, bool on) {
 void frmWave::WavePic_Mouse(QEvent::Type type, QPointF at, Qt::MouseButtons buttons) {
     const bool split = record().SplitScreen;
     switch (type) {
-    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonPress: {
+        const int rowsTop = picture().height() - decode_->rowsHeight();
+        if (decode_->rowsHeight() > 0 && at.y() >= rowsTop) {
+            decode_->clickRows(at.x(), static_cast<int>(at.y()) - rowsTop,
+                               decodeScale(zoom_, picture().width()));
+            return;
+        }
         if (buttons & Qt::LeftButton) cursors_.dragging = CursorAt(cursors_, at, zoom_, split);
         break;
+    }
     case QEvent::MouseMove:
         if (cursors_.dragging != CursorId::None) {
             DragCursor(cursors_, cursors_.dragging, at, zoom_);

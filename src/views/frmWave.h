@@ -53,6 +53,11 @@ bool CommitZoomBox(QComboBox* box, double& zoom, CursorSet& cursors);
 // fetched, CH1 or CH2); changed() redraws.
 void AddYChannelMenu(QWidget* picture, CursorSet& cursors, std::function<void()> changed);
 
+class DecodePane;
+namespace decode {
+struct PixelScale;
+}
+
 class frmWave : public DocWindow {
     Q_OBJECT
 public:
@@ -82,6 +87,7 @@ public:
 
     // The picture as shown (for export, and for tests).
     const QImage& picture() const;
+    DecodePane* decodePane() const { return decode_; }
     QCheckBox* sourceBox(int index) const;
     QComboBox* zoomCombo() const { return ZoomCombo_; }
     QToolButton* refreshButton() const { return cmdRefresh_; }
@@ -103,10 +109,13 @@ private:
     void redraw();        // the screen anew from the record, then the cursors
     void redrawCursors(); // the cursors over the screen drawn before
     QImage renderAt(double z) const;
+    decode::PixelScale decodeScale(double z, int width) const;
     RefreshWindow refreshWindow();
     void markDirty();
 
     QToolButton* cmdCapture_ = nullptr; // the screen for other tools
+    QToolButton* cmdDecode_ = nullptr;
+    DecodePane* decode_ = nullptr;
     QToolButton* cmdRefresh_ = nullptr;
     std::array<QCheckBox*, 4> ChkCH_{};
     QCheckBox* ChkCursorX_ = nullptr;

@@ -218,6 +218,35 @@ void TestCli::filesWithoutAnInstrument() {
     const Result unknown = run({"convert", wfm, runtime_->filePath("w.xyz")});
     QCOMPARE(unknown.status, 2);
     QVERIFY(unknown.err.contains(".sr, .vcd, .csv or .npz"));
+    // decode: the UART's bytes as the field's own command line reads them
+    // from the same capture written as a session.
+    const QString bus = runtime_->filePath("bus.wfm"); // 4000 points: 667 kHz
+    QVERIFY(sim::WriteWaveformFile(bus.toStdString(), sim::WaveformFileContent(), &error));
+    QCOMPARE(run({"convert", bus, runtime_->filePath("bus.sr")}).status, 0);
+    const QStringList uart{"-P", "uart:rx=D0:baudrate=115200"};
+    const Result lines = run(QStringList{"decode", bus} + uart);
+    QCOMPARE(lines.status, 0);
+    QStringList ours;
+    for (const QByteArray& line : lines.out.split('\n'))
+        if (line.contains(" uart: rx-data: ") && !line.endsWith("bit"))
+            ours << line.split(' ').last();
+    const Result json = run(QStringList{"decode", bus, "--json"} + uart);
+    QStringList fromJson;
+    for (const QByteArray& line : json.out.split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        if (o["row"] == "rx-data" && !o["texts"][0].toString().endsWith("bit"))
+            fromJson << o["texts"][0].toString();
+    }
+    QCOMPARE(fromJson, ours);
+    QProcess sigrok;
+    sigrok.start("sigrok-cli", QStringList{"-i", runtime_->filePath("bus.sr"), "-P",
+                                           "uart:rx=D0:baudrate=115200", "-A", "uart=rx-data"});
+    QVERIFY(sigrok.waitForFinished(30000));
+    QStringList theirs;
+    for (const QByteArray& line : sigrok.readAllStandardOutput().split('\n'))
+        if (line.startsWith("uart-1: ") && !line.endsWith("bit")) theirs << line.mid(8);
+    QVERIFY(ours.size() >= 3);
+    QCOMPARE(ours, theirs);
 }
 
 void TestCli::exitCodesForWhatGoesWrong() {
@@ -267,6 +296,13 @@ void TestCli::wrongWordsTouchNoInstrument_data() {
         << QStringList{"settings", "take", "f"} << "get|put";
     QTest::newRow("a control file that is not there")
         << QStringList{"settings", "put", "/missing.rmt"} << "/missing.rmt: cannot read";
+    QTest::newRow("decode without a decoder") << QStringList{"decode", "x.wfm"} << "-P DECODER";
+    QTest::newRow("decode with an unknown decoder")
+        << QStringList{"decode", "x.wfm", "-P", "nosuch"} << "Unknown protocol decoder 'nosuch'";
+    QTest::newRow("decode on a lane that is not there")
+        << QStringList{"decode", "x.wfm", "-P", "uart:rx=D16"} << "use D0..D15, CH1 or CH2";
+    QTest::newRow("decode with a value not allowed")
+        << QStringList{"decode", "x.wfm", "-P", "uart:rx=D0:parity=maybe"} << "parity takes";
     QTest::newRow("no such serial device")
         << QStringList{"--rs232", "/nonexistent", "idn"} << "/nonexistent: no such device";
 }

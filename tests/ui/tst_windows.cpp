@@ -23,6 +23,8 @@
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetRecords.h"
+#include "views/DecodeDialog.h"
+#include "views/DecodePane.h"
 #include "views/frmWaveSetting.h"
 
 #include <QAbstractButton>
@@ -34,6 +36,7 @@
 #include <QMdiSubWindow>
 #include <QPointer>
 #include <QRadioButton>
+#include <QSplitter>
 #include <QTabWidget>
 #include <QToolButton>
 #include <QTreeView>
@@ -95,6 +98,14 @@ const QList<WindowMaker>& makers() {
         {"data", [](frmMain&) { return docWindow(DocKind::Data); }},
         {"record", [](frmMain&) { return docWindow(DocKind::Record); }},
         {"memory wave", [](frmMain&) { return docWindow(DocKind::MemoryWave); }},
+        {"memory wave with its decode pane",
+         [](frmMain&) -> QWidget* {
+             QWidget* w = docWindow(DocKind::MemoryWave);
+             ShowDecodePane(w->findChild<QSplitter*>(), w->findChild<DecodePane*>());
+             return w;
+         }},
+        {"decoder dialog",
+         [](frmMain& f) -> QWidget* { return new DecodeDialog(decode::DecodeSetup(), &f); }},
         {"options", [](frmMain& f) -> QWidget* { return new frmOptions(&f); }},
         {"about", [](frmMain& f) -> QWidget* { return new frmAbout(&f); }},
         {"new document", [](frmMain& f) -> QWidget* { return new frmNewDoc(false, &f); }},
@@ -134,13 +145,21 @@ bool shownOnScreen(const QWidget* w) {
     return w->isVisible() && w->width() > 0 && w->height() > 0;
 }
 
+// Texts that come from a library in its one language (the protocol
+// decoders' names and options) are marked so on a widget or its parent.
+bool libraryText(const QWidget* w) {
+    for (; w; w = w->parentWidget())
+        if (w->property("libraryText").toBool()) return true;
+    return false;
+}
+
 // The visible texts of a window, keyed by the widget's place, for comparing
 // the two languages.
 QMap<QString, QString> texts(QWidget* window) {
     QMap<QString, QString> out;
     int n = 0;
     for (QWidget* w : window->findChildren<QWidget*>()) {
-        if (!shownOnScreen(w)) continue;
+        if (!shownOnScreen(w) || libraryText(w)) continue;
         const QString key =
             QString("%1#%2 %3").arg(w->metaObject()->className()).arg(n++).arg(w->objectName());
         if (auto* l = qobject_cast<QLabel*>(w)) out[key] = l->text();
