@@ -7,7 +7,8 @@
 //
 // NAME: frame (a fetched wave window, the README's picture), wave, measure,
 // data, record, memory, options, about, passfail, fftsetting, parameter,
-// adjust, panel, decode (a memory wave decoded), wavedecode (a wave window decoded).
+// adjust, panel, decode (a memory wave decoded), wavedecode (a wave window decoded),
+// decoders (the decoder dialog).
 #include "Files.h"
 #include "Simulator.h"
 #include "app/frmAbout.h"
@@ -18,7 +19,7 @@
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/PraseCtrlList.h"
 #include "controller/frmCtrlList.h"
-#include "decode/DecodeSpec.h"
+#include "decode/DecodeStacks.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
@@ -31,6 +32,7 @@
 #include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
+#include "views/DecodeDialog.h"
 #include "views/DecodePane.h"
 #include "views/frmData.h"
 #include "views/frmWave.h"
@@ -154,6 +156,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
     if (name == "passfail") dialog = new frmPassFailed(0, "Measure0", fMainForm);
     if (name == "fftsetting") dialog = new frmWaveSetting(fMainForm);
     if (name == "adjust") dialog = new CtrlDialogAdjust(1, fMainForm);
+    if (name == "decoders") dialog = new DecodeDialog(decode::DecodeSetup(), fMainForm);
     if (name == "parameter")
         if (QTreeWidgetItem* item = treeRow(TreeLabel("Holdoff") + " [")) {
             const CtrlRowMatch row = MatchCtrlPath(SplitCtrlPath(frmCtrlList::FullPath(item)));

@@ -309,7 +309,7 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
                   {"json", ""},
                   {"png", "", "FILE"},
                   {"lcd", "", "FILE"},
-                  {{"P", "protocol-decoders"}, "", "SPEC"},
+                  {{"P", "protocol-decoders"}, "", "DECODERS"},
                   {"threshold", "", "V"},
                   {"hysteresis", "", "V"},
                   {{"v", "verbose"}, ""},

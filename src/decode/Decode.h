@@ -3,7 +3,7 @@
 // Running the decoders over a capture: its lanes packed as the library
 // takes them, the stacks fed in blocks (each block a chance to report
 // progress or stop), and the annotations and binary output collected.
-#include "decode/DecodeSpec.h"
+#include "decode/DecodeStacks.h"
 
 #include <QByteArray>
 #include <QMap>

@@ -171,7 +171,7 @@ void frmOpenWaveform::buildControls() {
         }
         return w;
     };
-    auto* controls = new QHBoxLayout;
+    auto* controls = controls_ = new QBoxLayout(QBoxLayout::LeftToRight);
     auto* timeBox = timeBox_ = new QGroupBox("Time/Div");
     auto* tl = new QHBoxLayout(timeBox);
     framTimeDiv_ = ladder(txtTimeDiv_, HoldTarget::TimeDiv);
@@ -267,6 +267,18 @@ void frmOpenWaveform::buildControls() {
     layout->addWidget(split_, 1);
 }
 
+void frmOpenWaveform::resizeEvent(QResizeEvent* event) {
+    DocWindow::resizeEvent(event);
+    // A narrow window (a small screen beside the docks) keeps every tool in
+    // view: icons only, their names in the tool tips, and the ladders stacked.
+    const bool narrow = width() < 780;
+    for (QToolButton* b : {cmdOpen_, cmdCsv_, cmdBitmap_, cmdPrint_, cmdPreview_, cmdCapture_,
+                           cmdPulseView_, cmdDecode_}) {
+        b->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+    }
+    controls_->setDirection(width() < 700 ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+}
+
 void frmOpenWaveform::applyCaptions(int index) {
     if (index != kLanguageChinese && index != kLanguageEnglish) return;
     cmdOpen_->setText(text("cmdOpen"));
@@ -277,6 +289,8 @@ void frmOpenWaveform::applyCaptions(int index) {
     cmdBitmap_->setToolTip(chinese() ? QString::fromUtf8("输出位图") : "Output Bitmap");
     cmdPrint_->setText(text("cmdPrint").trimmed());
     cmdPreview_->setText(text("cmdPreview").trimmed());
+    cmdPrint_->setToolTip(cmdPrint_->text()); // the names, when only the icons show
+    cmdPreview_->setToolTip(cmdPreview_->text());
     OptionColor_[0]->setText(text("optColor"));
     OptionColor_[1]->setText(text("optBW").replace("&&", "&"));
     GridCheck_->setText(text("chkGrid"));

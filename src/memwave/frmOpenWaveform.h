@@ -12,6 +12,7 @@
 #include <QWidget>
 #include <functional>
 
+class QBoxLayout;
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
@@ -79,6 +80,11 @@ public:
     QString shownText(HoldTarget target) const;
 
     void ShowRecord() override;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+public:
     bool MayClose() const override;
     void Unload() override;
 
@@ -121,6 +127,7 @@ private:
     QToolButton* cmdDecode_ = nullptr;
     DecodePane* decode_ = nullptr;
     QSplitter* split_ = nullptr;
+    QBoxLayout* controls_ = nullptr; // the ladders: side by side, or stacked when narrow
     QGroupBox* timeBox_ = nullptr;
     QGroupBox* voltBox_ = nullptr;
     QLabel* zoomLabel_ = nullptr;

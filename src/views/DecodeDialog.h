@@ -4,7 +4,7 @@
 // (D0..D15, or CH1/CH2 through the threshold), set its options from their
 // allowed values, stack a decoder on its output, and collect stacks. Each
 // stack shows, and can be edited, as its command-line text.
-#include "decode/DecodeSpec.h"
+#include "decode/DecodeStacks.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "decode/DecodeSpec.h"
+#include "decode/DecodeStacks.h"
 
 #include "decode/Decoders.h"
 
