@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "BenchSupport.h"
 
+#include <fstream>
+#include <string>
+
 #include "controller/CtrlData.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
@@ -88,4 +91,16 @@ void ReportFigure(const char* name, const char* unit, double target, double now,
     else
         std::printf("FIGURE\t%s\t%s\t%.3g\t%.3g\t-\n", name, unit, target, now);
     std::fflush(stdout);
+}
+
+void ResetPeakMemory() {
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+long PeakMemoryKiB() {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
+    return 0;
 }

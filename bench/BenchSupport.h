@@ -36,3 +36,8 @@ void CountPausesFrom(long long startMs);
 long long PausedMs();
 // "<name>: measured x ms, pauses y ms, overhead z % (target at most 1 %)".
 void PrintPacingOverhead(const char* name, double measuredMs);
+
+// The process's peak resident size in KiB, and a new start for it from the
+// present size (Linux: clear_refs 5).
+long PeakMemoryKiB();
+void ResetPeakMemory();

@@ -4,8 +4,8 @@
 // the pipeline (and the same on a 10,000-point capture), the CSV export, and
 // the peak memory above the program's idle size.
 #include "BenchSupport.h"
-#include "export/CaptureExport.h"
 #include "Files.h"
+#include "export/CaptureExport.h"
 #include "memwave/CsvExport.h"
 #include "memwave/MemoryView.h"
 #include "memwave/WaveformFile.h"
@@ -23,19 +23,6 @@
 #include <vector>
 
 namespace {
-// The peak resident size starts again from the present one (Linux: clear_refs 5).
-void resetPeak() {
-    std::ofstream("/proc/self/clear_refs") << "5";
-}
-
-long peakKiB() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
-    return 0;
-}
-
 // The timing covers the pipeline; setting the zoom and place is a store each.
 double stepMedian(MemoryRecord& rec, MemoryView& view) {
     const double timeDiv = rec.TimeDiv;
@@ -57,8 +44,8 @@ int main(int argc, char** argv) {
         wave.points = points;
         std::string error;
         if (!sim::WriteWaveformFile(path.toStdString(), wave, &error)) return 1;
-        resetPeak();
-        const long idle = peakKiB();
+        ResetPeakMemory();
+        const long idle = PeakMemoryKiB();
         QElapsedTimer clock;
         clock.start();
         MemoryRecord rec;
@@ -82,7 +69,7 @@ int main(int argc, char** argv) {
         if (points == 2000000) {
             std::printf(
                 "peak memory above idle: %.1f MiB for a %.1f MiB file (target at most %.1f)\n",
-                (peakKiB() - idle) / 1024.0, fileMiB, 3 * fileMiB);
+                (PeakMemoryKiB() - idle) / 1024.0, fileMiB, 3 * fileMiB);
             clock.restart();
             const QString csv = dir.filePath("w.csv");
             ExportCsv(csv, rec, {});
