@@ -87,9 +87,11 @@ int main(int argc, char** argv) {
                 const double ms = clock.nsecsElapsed() / 1e6;
                 std::printf("export .%s of 2,000,000 points: %.0f ms, %.1f MiB (%.2fx the CSV)\n",
                             kind, ms, QFileInfo(out).size() / 1048576.0, ms / csvMs);
-                const QByteArray name = QByteArray("export .") + kind + " / described CSV time";
+                // Their target was a quarter of the described CSV's 0.46 s; the
+                // CSV has since become four times faster, so the target stays in ms.
+                const QByteArray name = QByteArray("export .") + kind + ", 2 M points";
                 if (QByteArray(kind) == "sr" || QByteArray(kind) == "npz")
-                    ReportFigure(name.constData(), "ratio", 0.25, ms / csvMs);
+                    ReportFigure(name.constData(), "ms", 115, ms);
             }
         }
     }
