@@ -8,7 +8,7 @@
 // NAME: frame (a fetched wave window, the README's picture), wave, measure,
 // data, record, memory, options, about, passfail, fftsetting, parameter,
 // adjust, panel, decode (a memory wave decoded), wavedecode (a wave window decoded),
-// decoders (the decoder dialog).
+// decoders (the decoder dialog), spectrum (a memory wave's analyser), wavespectrum.
 #include "Files.h"
 #include "Simulator.h"
 #include "app/frmAbout.h"
@@ -46,6 +46,7 @@
 #include <QSplitter>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QToolButton>
 #include <QTreeWidgetItem>
 #include <cstdio>
 
@@ -76,7 +77,7 @@ void decodeSetup(DecodePane* pane, const QStringList& stacks) {
 
 // The window of the kind, filled; a dialog comes back to be grabbed with the frame.
 QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
-    if (name == "frame" || name == "wave" || name == "wavedecode") {
+    if (name == "frame" || name == "wave" || name == "wavedecode" || name == "wavespectrum") {
         auto* wave = docWindow<frmWave>(DocKind::Wave);
         wave->Timer1_Timer();
         WaveRecord& r = WaveRecords[0];
@@ -88,6 +89,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
                         {"uart:rx=D0:baudrate=115200", "i2c:scl=D1:sda=D2,eeprom24xx"});
         }
         wave->LoadData();
+        if (name == "wavespectrum") wave->findChild<QToolButton*>("cmdSpectrum")->setChecked(true);
         if (name == "frame")
             if (auto* sub = qobject_cast<QMdiSubWindow*>(wave->parentWidget())) {
                 sub->showNormal();
@@ -122,7 +124,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
         r->LoadRecord(path);
         return nullptr;
     }
-    if (name == "memory" || name == "decode") {
+    if (name == "memory" || name == "decode" || name == "spectrum") {
         const QString path = dir.filePath("capture.wfm");
         sim::WaveformFileContent content;
         content.points = 100000;
@@ -131,6 +133,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
         auto* m = docWindow<frmOpenWaveform>(DocKind::MemoryWave);
         m->Timer1_Timer();
         m->LoadWaveform(path);
+        if (name == "spectrum") m->findChild<QToolButton*>("cmdSpectrum")->setChecked(true);
         if (name == "decode") {
             // The capture's first 1.2 ms, where every bus is busy.
             MemoryRecords[0].TimeDiv = 1e-4;

@@ -54,6 +54,28 @@ float volts(int row, double groundRow, double scale) {
 
 // ---- the captures ------------------------------------------------------------------------------
 
+float MemoryCaptureScale(const MemoryRecord& r, int channel) {
+    const bool one = channel == 1;
+    return one ? (r.CaptureScale1 != 0 ? r.CaptureScale1 : r.VoltDiv1)
+               : (r.CaptureScale2 != 0 ? r.CaptureScale2 : r.VoltDiv2);
+}
+
+std::vector<float> MemoryVolts(const MemoryRecord& r, int channel, std::int64_t from,
+                               std::int64_t count) {
+    const bool one = channel == 1;
+    const auto& data = one ? r.Ch1Data : r.Ch2Data;
+    const float scale = MemoryCaptureScale(r, channel);
+    const float offset = one ? (r.CaptureScale1 != 0 ? r.CaptureOffset1 : r.OffsetVolt1)
+                             : (r.CaptureScale2 != 0 ? r.CaptureOffset2 : r.OffsetVolt2);
+    const double ground = 100 - (scale != 0 ? ValueToPoints(offset, scale) : 0);
+    from = std::clamp<std::int64_t>(from, 0, static_cast<std::int64_t>(data.size()));
+    count = std::clamp<std::int64_t>(count, 0, static_cast<std::int64_t>(data.size()) - from);
+    std::vector<float> v(static_cast<std::size_t>(count));
+    for (std::size_t i = 0; i < v.size(); ++i)
+        v[i] = volts(data[static_cast<std::size_t>(from) + i] - 25, ground, scale);
+    return v;
+}
+
 Capture CaptureOfMemory(const MemoryRecord& r, QString* error, bool withAnalog) {
     Capture c;
     const double rate = r.Alternate ? r.SampleRate1 : r.SampleRateMain;
@@ -67,18 +89,10 @@ Capture CaptureOfMemory(const MemoryRecord& r, QString* error, bool withAnalog) 
     c.firstTime = origin - (points / 2.0) / rate; // the CSV's rule: t = dt (i - n/2) + t0
     auto channel = [&](int n) {
         const auto& data = n == 1 ? r.Ch1Data : r.Ch2Data;
-        const float scale = n == 1 ? (r.CaptureScale1 != 0 ? r.CaptureScale1 : r.VoltDiv1)
-                                   : (r.CaptureScale2 != 0 ? r.CaptureScale2 : r.VoltDiv2);
-        const float offset = n == 1 ? (r.CaptureScale1 != 0 ? r.CaptureOffset1 : r.OffsetVolt1)
-                                    : (r.CaptureScale2 != 0 ? r.CaptureOffset2 : r.OffsetVolt2);
-        const double ground = 100 - (scale != 0 ? ValueToPoints(offset, scale) : 0);
-        std::vector<float> v(static_cast<std::size_t>(
-            std::min<std::int64_t>(points, static_cast<std::int64_t>(data.size()))));
-        for (std::size_t i = 0; i < v.size(); ++i)
-            v[i] = volts(data[i] - 25, ground, scale);
         c.analogNames << QString("CH%1").arg(n);
-        c.analog.push_back(std::move(v));
-        c.voltsPerDiv.push_back(scale);
+        c.analog.push_back(MemoryVolts(
+            r, n, 0, std::min<std::int64_t>(points, static_cast<std::int64_t>(data.size()))));
+        c.voltsPerDiv.push_back(MemoryCaptureScale(r, n));
     };
     if (withAnalog && r.Ch1Valid && r.Ch1On) channel(1);
     if (withAnalog && r.Ch2Valid && r.Ch2On && !r.Alternate) channel(2);

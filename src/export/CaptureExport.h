@@ -32,6 +32,11 @@ struct Capture {
 // has its own rate, so only CH1's part with the logic), of a fetched screen
 // (600 samples a trace), of one frame of a record (300 samples). Empty
 // (no samples) with *error when there is nothing to export.
+// A memory wave channel's samples [from, from + count) in volts, at the
+// capture's own scale and offset (what the exports write); and that scale.
+std::vector<float> MemoryVolts(const MemoryRecord& rec, int channel, std::int64_t from,
+                               std::int64_t count);
+float MemoryCaptureScale(const MemoryRecord& rec, int channel);
 // withAnalog false leaves the analogue channels out (a logic decode needs none).
 Capture CaptureOfMemory(const MemoryRecord& rec, QString* error, bool withAnalog = true);
 Capture CaptureOfScreen(const WaveRecord& rec, QString* error);

@@ -5,6 +5,7 @@
 #include "shared/Icons.h"
 #include "views/DecodePane.h"
 #include "views/Exports.h"
+#include "views/SpectrumPane.h"
 
 #include "memwave/CsvExport.h"
 #include "memwave/WaveformFile.h"
@@ -117,6 +118,12 @@ void frmOpenWaveform::buildControls() {
     tool(cmdCapture_, "document-save-as");
     tool(cmdPulseView_, "korvane-wave");
     tool(cmdDecode_, "korvane-decode");
+    tool(cmdSpectrum_, "korvane-fft");
+    cmdSpectrum_->setObjectName("cmdSpectrum");
+    cmdSpectrum_->setCheckable(true);
+    connect(cmdSpectrum_, &QToolButton::toggled, this, [this](bool on) {
+        platform::RunHandler("cmdSpectrum_Click", [&] { Spectrum_Click(on); });
+    });
     cmdDecode_->setObjectName("cmdDecode");
     connect(cmdDecode_, &QToolButton::clicked, this,
             platform::Guarded("cmdDecode_Click", [this] { Decode_Click(); }));
@@ -254,8 +261,37 @@ void frmOpenWaveform::buildControls() {
     decode_->centreOn = [this](std::int64_t sample) { CentreOnSample(sample); };
     decode_->changed = [this] { redraw(); };
     decode_->hide(); // until the first decode
+    // The spectrum of what the screen shows, at the capture's own resolution.
+    spectrum_ = new SpectrumPane;
+    spectrum_->samples = [this](int channel, std::vector<double>& volts, double& rate,
+                                QString& note) {
+        const MemoryRecord& r = record();
+        if (!r.Loaded || !(channel == 1 ? r.Ch1Valid : r.Ch2Valid)) return false;
+        const CaptureTiming t = view_.timing(r, channel);
+        const VisibleRange range = VisibleRangeFor(t);
+        if (range.empty()) return false;
+        std::int64_t from = range.sourceStart, count = range.sourceStop - range.sourceStart + 1;
+        constexpr std::int64_t kMost = 1 << 20;
+        if (count > kMost) { // the middle of a wider view
+            note = (chinese() ? QString::fromUtf8("可见 %1 点的中间 1048576 点")
+                              : QStringLiteral("the middle 1,048,576 of %1 points shown"))
+                       .arg(count);
+            from += (count - kMost) / 2;
+            count = kMost;
+        }
+        const std::vector<float> v = MemoryVolts(r, channel, from, count);
+        volts.assign(v.begin(), v.end());
+        rate = t.sampleRate;
+        return !volts.empty();
+    };
+    spectrum_->hide();
+    auto* pictures = new QSplitter(Qt::Vertical);
+    pictures->addWidget(BackPic_);
+    pictures->addWidget(spectrum_);
+    pictures->setStretchFactor(0, 3); // the picture keeps the larger part
+    pictures->setStretchFactor(1, 2);
     split_ = new QSplitter;
-    split_->addWidget(BackPic_);
+    split_->addWidget(pictures);
     split_->addWidget(decode_);
     split_->setStretchFactor(0, 3);
     split_->setStretchFactor(1, 1);
@@ -273,7 +309,7 @@ void frmOpenWaveform::resizeEvent(QResizeEvent* event) {
     // view: icons only, their names in the tool tips, and the ladders stacked.
     const bool narrow = width() < 780;
     for (QToolButton* b : {cmdOpen_, cmdCsv_, cmdBitmap_, cmdPrint_, cmdPreview_, cmdCapture_,
-                           cmdPulseView_, cmdDecode_}) {
+                           cmdPulseView_, cmdDecode_, cmdSpectrum_}) {
         b->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
     }
     controls_->setDirection(width() < 700 ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
@@ -307,6 +343,10 @@ void frmOpenWaveform::applyCaptions(int index) {
                                      : QStringLiteral("Protocol decoding of the logic channels "
                                                       "(UART, I2C, SPI ...)"));
     decode_->applyCaptions();
+    spectrum_->applyCaptions();
+    cmdSpectrum_->setText(chinese() ? QString::fromUtf8("频谱") : QStringLiteral("Spectrum"));
+    cmdSpectrum_->setToolTip(chinese() ? QString::fromUtf8("可见范围的频谱分析")
+                                       : QStringLiteral("The spectrum of the range shown"));
     cmdPulseView_->setToolTip(OpenInPulseViewText());
     timeBox_->setTitle(text("labTimeDiv"));
     voltBox_->setTitle(TreeLabel("Volt/Div"));
@@ -410,6 +450,7 @@ void frmOpenWaveform::showValues() {
 void frmOpenWaveform::Pipeline(PipelinePart part) {
     view_.pipeline(record(), part);
     redraw();
+    if (spectrum_->isVisible()) spectrum_->Refresh(); // the range shown has changed
 }
 
 QImage frmOpenWaveform::render(double z) const {
@@ -449,6 +490,10 @@ decode::PixelScale frmOpenWaveform::decodeScale(double z, int width) const {
     scale.samplesPerPixel = (t.sampleAt(1) - t.sampleAt(0)) / z;
     scale.width = width;
     return scale;
+}
+
+void frmOpenWaveform::Spectrum_Click(bool on) {
+    spectrum_->setShown(on);
 }
 
 void frmOpenWaveform::Decode_Click() {

@@ -5,6 +5,7 @@
 #include "shared/Icons.h"
 #include "views/DecodePane.h"
 #include "views/Exports.h"
+#include "views/SpectrumPane.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
@@ -254,6 +255,10 @@ void frmWave::buildControls() {
     makeButton(cmdPreview_, "cmdPreview", "document-print-preview");
     makeButton(cmdCapture_, "cmdCapture", "document-save-as");
     makeButton(cmdDecode_, "cmdDecode", "korvane-decode");
+    makeButton(cmdSpectrum_, "cmdSpectrum", "korvane-fft");
+    cmdSpectrum_->setCheckable(true);
+    connect(cmdSpectrum_, &QToolButton::toggled, this,
+            [this](bool on) { spectrum_->setShown(on); });
     connect(cmdDecode_, &QToolButton::clicked, this, platform::Guarded("cmdDecode_Click", [this] {
                 ShowDecodePane(qobject_cast<QSplitter*>(decode_->parentWidget()), decode_);
                 decode_->ChooseDecoders();
@@ -308,8 +313,23 @@ void frmWave::buildControls() {
         Form_Resize(); // the rows take room under the screen
     };
     decode_->hide();
+    // The spectrum analyser of the fetched screen, under the picture.
+    spectrum_ = new SpectrumPane;
+    spectrum_->samples = [this](int channel, std::vector<double>& volts, double& rate, QString&) {
+        const WaveRecord& r = record();
+        if (!r.Loaded || !(channel == 1 ? r.ShowCh1 : r.ShowCh2)) return false;
+        volts = ChannelVolts(r, channel);
+        rate = ScreenSampleRate(r);
+        return !volts.empty() && rate > 0;
+    };
+    spectrum_->hide();
+    auto* pictures = new QSplitter(Qt::Vertical);
+    pictures->addWidget(BackPic_);
+    pictures->addWidget(spectrum_);
+    pictures->setStretchFactor(0, 3); // the picture keeps the larger part
+    pictures->setStretchFactor(1, 2);
     auto* split = new QSplitter;
-    split->addWidget(BackPic_);
+    split->addWidget(pictures);
     split->addWidget(decode_);
     split->setStretchFactor(0, 3);
     split->setStretchFactor(1, 1);
@@ -341,6 +361,10 @@ void frmWave::applyCaptions(int index) {
                                      : QStringLiteral("Protocol decoding of the logic channels "
                                                       "(UART, I2C, SPI ...)"));
     decode_->applyCaptions();
+    spectrum_->applyCaptions();
+    cmdSpectrum_->setText(chinese() ? QString::fromUtf8("频谱") : QStringLiteral("Spectrum"));
+    cmdSpectrum_->setToolTip(chinese() ? QString::fromUtf8("屏幕数据的频谱分析")
+                                       : QStringLiteral("The spectrum of the fetched screen"));
     BestFitChk_->setText(text("cmdBestFit"));
     GridCheck_->setText(text("chkGrid"));
     OptionColor_[0]->setText(text("optColor"));
@@ -458,6 +482,7 @@ void frmWave::LoadData() {
     cmdRefresh_->setFocus();
     redraw();
     if (decode_->isVisible() && !decode_->setup().empty()) decode_->Decode(); // the new screen
+    if (spectrum_->isVisible()) spectrum_->Refresh();
 }
 
 // ---- display options ------------------------------------------------------------------

@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "views/Spectrum.h"
+
+#include "shared/Picture.h"
+
+#include <fftw3.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <numbers>
+
+namespace {
+
+// A real transform of one length: its buffers and plan, made once and kept
+// (FFTW's planner is not free, and a zoom asks for the same length again).
+struct Plan {
+    int n;
+    double* in;
+    fftw_complex* out;
+    fftw_plan plan;
+    explicit Plan(int length) : n(length) {
+        in = fftw_alloc_real(static_cast<std::size_t>(n));
+        out = fftw_alloc_complex(static_cast<std::size_t>(n / 2 + 1));
+        plan = fftw_plan_dft_r2c_1d(n, in, out, FFTW_ESTIMATE);
+    }
+    ~Plan() {
+        fftw_destroy_plan(plan);
+        fftw_free(in);
+        fftw_free(out);
+    }
+};
+
+std::mutex plansLock; // FFTW's planner is one caller at a time
+
+Plan& planFor(int n) {
+    static std::map<int, std::unique_ptr<Plan>> plans;
+    auto& p = plans[n];
+    if (!p) {
+        if (plans.size() > 16) { // a handful of lengths stay; the rest are made again
+            plans.clear();
+            return planFor(n);
+        }
+        p = std::make_unique<Plan>(n);
+    }
+    return *p;
+}
+
+} // namespace
+
+int LobeHalfWidth(FftWindow window) {
+    switch (window) {
+    case FftWindow::Rectangle:
+        return 12; // the sinc's side lobes hold a tenth of a dB out to here
+    case FftWindow::Hanning:
+    case FftWindow::Hamming:
+        return 4;
+    case FftWindow::Blackman:
+        return 5;
+    }
+    return 4;
+}
+
+Spectrum ComputeRmsSpectrum(const double* volts, std::size_t n, double sampleRate, FftWindow window,
+                            int averages) {
+    Spectrum s;
+    averages = std::max(1, averages);
+    const auto length = static_cast<int>(n / static_cast<std::size_t>(averages));
+    if (length < 16 || !(sampleRate > 0)) return s;
+    s.sampleRate = sampleRate;
+    s.length = length;
+    s.binHz = sampleRate / length;
+    s.window = window;
+    s.averaged = averages;
+    const std::vector<double> w = WindowWeights(window, length);
+    double sum = 0, squares = 0;
+    for (double v : w)
+        sum += v, squares += v * v;
+    s.enbwBins = length * squares / (sum * sum);
+    const int bins = length / 2 + 1;
+    std::vector<double> power(static_cast<std::size_t>(bins), 0.0);
+    std::lock_guard<std::mutex> guard(plansLock);
+    Plan& p = planFor(length);
+    for (int b = 0; b < averages; ++b) {
+        const double* block =
+            volts + static_cast<std::size_t>(b) * static_cast<std::size_t>(length);
+        for (int i = 0; i < length; ++i)
+            p.in[i] = block[i] * w[static_cast<std::size_t>(i)];
+        fftw_execute(p.plan);
+        for (int k = 0; k < bins; ++k) {
+            // Single-sided RMS, corrected for the window's coherent gain:
+            // DC is its own level, every other bin counts twice, over root 2.
+            const double magnitude = std::hypot(p.out[k][0], p.out[k][1]) / sum;
+            const double rms = k == 0 ? magnitude : std::numbers::sqrt2 * magnitude;
+            power[static_cast<std::size_t>(k)] += rms * rms;
+        }
+    }
+    s.rms.resize(power.size());
+    for (std::size_t k = 0; k < power.size(); ++k)
+        s.rms[k] = std::sqrt(power[k] / averages);
+    return s;
+}
+
+double Tone::dbv() const {
+    return rms > 1e-10 ? 20 * std::log10(rms) : -200.0;
+}
+
+Tone ToneAt(const Spectrum& s, int bin, int half) {
+    Tone t;
+    if (s.empty() || bin < 0 || bin >= static_cast<int>(s.rms.size())) return t;
+    if (half < 0) half = LobeHalfWidth(s.window);
+    const int last = static_cast<int>(s.rms.size()) - 1;
+    double power = 0;
+    for (int k = std::max(1, bin - half); k <= std::min(last, bin + half); ++k)
+        power += s.rms[static_cast<std::size_t>(k)] * s.rms[static_cast<std::size_t>(k)];
+    t.bin = bin;
+    // The lobe's power holds the tone's power spread over the window's noise
+    // bandwidth: divided by it, the level is the tone's wherever it falls.
+    t.rms = std::sqrt(power / s.enbwBins);
+    // The frequency from the peak and its two neighbours, through a Gaussian
+    // (a parabola in the logarithm): exact on a bin, a small fraction of a
+    // bin off between two.
+    double offset = 0;
+    if (bin > 0 && bin < last) {
+        const double a = s.rms[static_cast<std::size_t>(bin - 1)],
+                     b = s.rms[static_cast<std::size_t>(bin)],
+                     c = s.rms[static_cast<std::size_t>(bin + 1)];
+        if (a > 0 && b > 0 && c > 0) {
+            const double la = std::log(a), lb = std::log(b), lc = std::log(c);
+            const double curve = la - 2 * lb + lc;
+            if (curve < 0) offset = std::clamp(0.5 * (la - lc) / curve, -0.5, 0.5);
+        }
+    }
+    t.frequency = s.frequencyOf(bin + offset);
+    return t;
+}
+
+Tone FindPeak(const Spectrum& s, double fromHz, double toHz) {
+    if (s.empty()) return {};
+    const int first =
+        std::max(LobeHalfWidth(s.window) + 1, static_cast<int>(std::ceil(fromHz / s.binHz)));
+    const double top = static_cast<double>(s.rms.size() - 1);
+    const int last = static_cast<int>(std::min(top, std::floor(toHz / s.binHz)));
+    int best = -1;
+    for (int k = first; k <= last; ++k)
+        if (best < 0 || s.rms[static_cast<std::size_t>(k)] > s.rms[static_cast<std::size_t>(best)])
+            best = k;
+    return best < 0 ? Tone() : ToneAt(s, best);
+}
+
+namespace {
+// The highest bin between two frequencies, its lobe summed over `half` bins.
+Tone peakWithin(const Spectrum& s, double fromHz, double toHz, int half) {
+    const Tone t = FindPeak(s, fromHz, toHz);
+    return t.valid() ? ToneAt(s, t.bin, half) : t;
+}
+} // namespace
+
+std::vector<Tone> Harmonics(const Spectrum& s, const Tone& fundamental, int count) {
+    std::vector<Tone> out;
+    if (!fundamental.valid()) return out;
+    // Each search stays within half the fundamental's spacing of its multiple,
+    // so a few bins a period (a screen's worth) never find the fundamental again.
+    const double reach =
+        std::min(LobeHalfWidth(s.window) * s.binHz, std::max(s.binHz, fundamental.frequency / 2.5));
+    const double nyquist = s.sampleRate / 2;
+    for (int h = 2; h <= count + 1; ++h) {
+        const double f = fundamental.frequency * h;
+        if (f > nyquist) break;
+        const int half =
+            std::max(1, std::min(LobeHalfWidth(s.window), static_cast<int>(reach / s.binHz)));
+        const Tone t = peakWithin(s, f - reach, f + reach, half);
+        if (t.valid()) out.push_back(t);
+    }
+    return out;
+}
+
+SpectrumView FullView(const Spectrum& s) {
+    return {0, s.empty() ? 1.0 : s.frequencyOf(static_cast<double>(s.rms.size() - 1))};
+}
+
+SpectrumView ZoomView(const SpectrumView& v, const Spectrum& s, double about, double factor) {
+    const SpectrumView full = FullView(s);
+    const double minimum = 4 * std::max(s.binHz, 1e-9);
+    double span = std::clamp(v.span() * factor, minimum, full.span());
+    const double share = v.span() > 0 ? (about - v.from) / v.span() : 0.5;
+    double from = about - share * span;
+    from = std::clamp(from, full.from, full.to - span);
+    return {from, from + span};
+}
+
+std::vector<double> AxisTicks(const SpectrumView& v, int divisions) {
+    std::vector<double> ticks;
+    if (!(v.span() > 0) || divisions < 1) return ticks;
+    const double rough = v.span() / divisions;
+    const double decade = std::pow(10, std::floor(std::log10(rough)));
+    double step = decade;
+    for (double m : {1.0, 2.0, 5.0, 10.0})
+        if (m * decade >= rough) {
+            step = m * decade;
+            break;
+        }
+    for (double f = std::ceil(v.from / step) * step; f <= v.to + step * 1e-9; f += step)
+        ticks.push_back(std::abs(f) < step * 1e-9 ? 0 : f);
+    return ticks;
+}
+
+QString FrequencyText(double hz) {
+    if (hz == 0) return QStringLiteral("0Hz");
+    static const struct {
+        double scale;
+        const char* unit;
+    } units[] = {{1e9, "GHz"}, {1e6, "MHz"}, {1e3, "kHz"}, {1, "Hz"}};
+    for (const auto& u : units)
+        if (std::abs(hz) >= u.scale || u.scale == 1) {
+            const double v = hz / u.scale;
+            const int decimals = std::abs(v) >= 100 ? 1 : std::abs(v) >= 10 ? 2 : 3;
+            return ShownForm(QString::number(v, 'f', decimals)) + QLatin1String(u.unit);
+        }
+    return QStringLiteral("0Hz");
+}
+
+QString LevelText(double dbv) {
+    return ShownForm(QString::number(dbv, 'f', 2)) + QStringLiteral("dBV");
+}
+
+double MarkerFrequency(const Spectrum& s, const Tone& t) {
+    const double step = s.binHz / 16;
+    return step > 0 ? std::round(t.frequency / step) * step : t.frequency;
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "views/SpectrumPane.h"
+
+#include "shared/LoadLanguage.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QSpinBox>
+#include <QSplitter>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+QString say(const char* english, const char* chinese) {
+    return CaptionLanguage() == kLanguageChinese ? QString::fromUtf8(chinese)
+                                                 : QString::fromUtf8(english);
+}
+} // namespace
+
+SpectrumPane::SpectrumPane(QWidget* parent)
+    : QWidget(parent), channel_(new QComboBox), window_(new QComboBox), averages_(new QSpinBox),
+      reset_(new QToolButton), note_(new QLabel), averageLabel_(new QLabel),
+      plot_(new SpectrumPlot) {
+    setObjectName("SpectrumPane");
+    channel_->setObjectName("spectrumChannel");
+    window_->setObjectName("spectrumWindow");
+    averages_->setObjectName("spectrumAverages");
+    channel_->addItems({"CH1", "CH2"});
+    averages_->setRange(1, 64);
+    window_->setCurrentIndex(-1);
+    auto* controls = new QHBoxLayout;
+    controls->addWidget(channel_);
+    controls->addWidget(window_);
+    controls->addWidget(averageLabel_);
+    controls->addWidget(averages_);
+    controls->addWidget(reset_);
+    controls->addWidget(note_, 1);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(controls);
+    layout->addWidget(plot_, 1);
+    plot_->setMinimumHeight(200);
+    applyCaptions();
+    window_->setCurrentIndex(static_cast<int>(FftWindow::Hanning));
+    const auto refresh = [this] { Refresh(); };
+    connect(channel_, &QComboBox::currentIndexChanged, this, refresh);
+    connect(window_, &QComboBox::currentIndexChanged, this, refresh);
+    connect(averages_, &QSpinBox::valueChanged, this, refresh);
+    connect(reset_, &QToolButton::clicked, plot_, &SpectrumPlot::resetView);
+}
+
+void SpectrumPane::applyCaptions() {
+    const int chosen = window_->currentIndex();
+    window_->clear();
+    window_->addItems(CaptionLanguage() == kLanguageChinese
+                          ? QStringList{QString::fromUtf8("矩形窗"), QString::fromUtf8("汉宁窗"),
+                                        QString::fromUtf8("汉明窗"),
+                                        QString::fromUtf8("布莱克曼窗")}
+                          : kFftWindowNames);
+    window_->setCurrentIndex(chosen);
+    averageLabel_->setText(say("Averages", "平均次数"));
+    reset_->setText(say("Full span", "全频宽"));
+    plot_->setToolTip(say("Wheel: zoom about the pointer; drag: zoom to a box; click: second "
+                          "marker (right click clears it); double-click: the whole spectrum",
+                          "滚轮：以指针为中心缩放；拖动：框选缩放；单击：第二标记（右键清除）；"
+                          "双击：全频宽"));
+}
+
+void SpectrumPane::Refresh() {
+    if (!samples || window_->currentIndex() < 0) return;
+    std::vector<double> volts;
+    double rate = 0;
+    QString note;
+    if (!samples(channel_->currentIndex() + 1, volts, rate, note)) {
+        plot_->setSpectrum(Spectrum());
+        note_->setText(say("No samples of this channel", "此通道没有数据"));
+        return;
+    }
+    const Spectrum s =
+        ComputeRmsSpectrum(volts.data(), volts.size(), rate,
+                           static_cast<FftWindow>(window_->currentIndex()), averages_->value());
+    plot_->setSpectrum(s);
+    note_->setText((note.isEmpty() ? QString() : note + "  ") + say("bin ", "分辨率 ") +
+                   FrequencyText(s.binHz));
+}
+
+void SpectrumPane::setShown(bool on) {
+    setVisible(on);
+    if (!on) return;
+    if (auto* split = qobject_cast<QSplitter*>(parentWidget()); split && !placed_) {
+        const int total = split->height();
+        split->setSizes({total - total * 2 / 5, total * 2 / 5});
+        placed_ = true;
+    }
+    Refresh();
+}

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+// The spectrum analyser under a picture: the source channel, the window
+// function, how many blocks to average, and the plot. The window that holds
+// it supplies the samples (the fetched screen, or the visible range of a
+// deep capture) and calls Refresh when they change.
+#include "views/SpectrumPlot.h"
+
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+class QComboBox;
+class QLabel;
+class QSpinBox;
+class QToolButton;
+
+class SpectrumPane : public QWidget {
+    Q_OBJECT
+public:
+    explicit SpectrumPane(QWidget* parent = nullptr);
+    // The samples of a channel (1 or 2) in volts and their rate; false when
+    // there are none. A note ("the middle 1,048,576 of ...") may be set.
+    std::function<bool(int channel, std::vector<double>& volts, double& rate, QString& note)>
+        samples;
+    void Refresh();
+    // Shown under the picture (two fifths of the splitter's height the first
+    // time, the user's division after) and refreshed; or hidden.
+    void setShown(bool on);
+    SpectrumPlot* plot() const { return plot_; }
+    QComboBox* channelBox() const { return channel_; }
+    QComboBox* windowBox() const { return window_; }
+    QSpinBox* averagesBox() const { return averages_; }
+    void applyCaptions();
+
+private:
+    QComboBox* channel_;
+    QComboBox* window_;
+    QSpinBox* averages_;
+    QToolButton* reset_;
+    QLabel* note_;
+    QLabel* averageLabel_;
+    SpectrumPlot* plot_;
+    bool placed_ = false;
+};

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The spectrum analyser reads a tone's frequency within a bin and its level
+// within 0.1 dB, whatever the window and wherever the tone falls between
+// bins; it finds the harmonics of a square wave; the axis and zoom hold.
+#include "views/Spectrum.h"
+
+#include <QTest>
+#include <cmath>
+#include <numbers>
+
+class TestSpectrum : public QObject {
+    Q_OBJECT
+private slots:
+    void toneLevelAndFrequency_data();
+    void toneLevelAndFrequency();
+    void squareWaveHarmonics();
+    void averagingAndAxis();
+};
+
+void TestSpectrum::toneLevelAndFrequency_data() {
+    QTest::addColumn<int>("window");
+    QTest::addColumn<double>("cycles"); // in the block: a whole number sits on a bin
+    QTest::addColumn<double>("amplitude");
+    for (int w = 0; w < 4; ++w)
+        for (double cycles : {50.0, 50.5, 123.25, 1000.7})
+            QTest::addRow("%s, %.2f cycles", qPrintable(kFftWindowNames[w]), cycles)
+                << w << cycles << (cycles == 123.25 ? 0.01 : 1.0);
+}
+
+void TestSpectrum::toneLevelAndFrequency() {
+    QFETCH(int, window);
+    QFETCH(double, cycles);
+    QFETCH(double, amplitude);
+    const int n = 8192;
+    const double rate = 1e6;
+    std::vector<double> v(n);
+    for (int i = 0; i < n; ++i) // with a DC offset, which must not be the peak
+        v[static_cast<std::size_t>(i)] =
+            0.3 + amplitude * std::sin(2 * std::numbers::pi * cycles * i / n + 0.4);
+    const Spectrum s = ComputeRmsSpectrum(v.data(), v.size(), rate, static_cast<FftWindow>(window));
+    const Tone t = FindPeak(s);
+    QVERIFY(t.valid());
+    const double f = cycles * rate / n;
+    QVERIFY2(std::abs(t.frequency - f) <= s.binHz, qPrintable(QString::number(t.frequency)));
+    const double expected = 20 * std::log10(amplitude / std::numbers::sqrt2);
+    QVERIFY2(std::abs(t.dbv() - expected) < 0.1,
+             qPrintable(QString("%1 dBV, expected %2").arg(t.dbv()).arg(expected)));
+    QVERIFY(std::abs(s.rms[0] - 0.3) < 0.01); // DC is its own level
+}
+
+// A 1 V square wave of 1 kHz: odd harmonics at 4/(pi k) of the amplitude,
+// even ones absent.
+void TestSpectrum::squareWaveHarmonics() {
+    const int n = 100000;
+    const double rate = 1e6;
+    std::vector<double> v(n);
+    for (int i = 0; i < n; ++i)
+        v[static_cast<std::size_t>(i)] = std::fmod(i * 1000.0 / rate, 1.0) < 0.5 ? 1 : -1;
+    const Spectrum s = ComputeRmsSpectrum(v.data(), v.size(), rate, FftWindow::Blackman);
+    const Tone f = FindPeak(s);
+    QVERIFY(std::abs(f.frequency - 1000) < s.binHz);
+    const std::vector<Tone> h = Harmonics(s, f);
+    QCOMPARE(h.size(), std::size_t(5));
+    for (int k = 0; k < 5; ++k) {
+        const int order = k + 2;
+        if (order % 2 == 1) {
+            QVERIFY(std::abs(h[static_cast<std::size_t>(k)].frequency - 1000.0 * order) < s.binHz);
+            const double expected = 4 / (std::numbers::pi * order) / std::numbers::sqrt2;
+            QVERIFY2(std::abs(h[static_cast<std::size_t>(k)].dbv() - 20 * std::log10(expected)) <
+                         0.2,
+                     qPrintable(QString::number(h[static_cast<std::size_t>(k)].dbv())));
+        } else {
+            QVERIFY(h[static_cast<std::size_t>(k)].dbv() < f.dbv() - 40);
+        }
+    }
+    // The marker's delta: the third harmonic is 9.54 dB below the fundamental.
+    QVERIFY(std::abs((f.dbv() - h[1].dbv()) - 20 * std::log10(3.0)) < 0.2);
+}
+
+void TestSpectrum::averagingAndAxis() {
+    std::vector<double> v(40000);
+    for (std::size_t i = 0; i < v.size(); ++i)
+        v[i] = std::sin(2 * std::numbers::pi * 0.01 * static_cast<double>(i));
+    const Spectrum four = ComputeRmsSpectrum(v.data(), v.size(), 1e5, FftWindow::Hanning, 4);
+    QCOMPARE(four.length, 10000);
+    QCOMPARE(four.averaged, 4);
+    QVERIFY(std::abs(FindPeak(four).dbv() + 3.0103) < 0.1);
+    // The axis: a 1-2-5 step, labels inside the view.
+    const std::vector<double> ticks = AxisTicks({0, 50000}, 10);
+    QCOMPARE(ticks.size(), std::size_t(11));
+    QCOMPARE(ticks[1], 5000.0);
+    QCOMPARE(AxisTicks({1000, 1900}, 10)[0], 1000.0);
+    // Zooming keeps the frequency under the pointer and stays in range.
+    const SpectrumView full = FullView(four);
+    const SpectrumView z = ZoomView(full, four, 1000, 0.1);
+    QVERIFY(std::abs((1000 - z.from) / z.span() - (1000 - full.from) / full.span()) < 1e-9);
+    const SpectrumView out = ZoomView(z, four, 1000, 1000);
+    QCOMPARE(out.from, full.from);
+    QCOMPARE(out.to, full.to);
+    QCOMPARE(FrequencyText(1000), QString("1.000kHz"));
+    QCOMPARE(FrequencyText(250), QString("250.0Hz"));
+}
+
+QTEST_MAIN(TestSpectrum)
+#include "tst_spectrum.moc"
