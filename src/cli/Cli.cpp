@@ -148,6 +148,18 @@ const QList<Command>& commands() {
          false,
          false,
          {"P", "threshold", "hysteresis", "json", "frame"}},
+        {"spectrum",
+         "spectrum CH1|CH2 | spectrum IN.wfm [--channel CH1|CH2] [--from S] [--to S] "
+         "[--window rectangle|hanning|hamming|blackman] [--averages N] [--json]",
+         "The spectrum's peak and its first five harmonics: of a channel fetched from the "
+         "instrument's screen, or of a deep-memory file (between --from and --to seconds, the "
+         "trigger at 0). Levels in dBV (RMS), each tone's level from its whole lobe; --json "
+         "gives hertz, dBV and volts RMS.",
+         1,
+         1,
+         true,
+         true,
+         {"window", "channel", "from", "to", "averages", "json"}},
         {"sheet-info",
          "sheet-info FILE.ult",
          "What a data sheet file holds.",
@@ -312,6 +324,11 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
                   {{"P", "protocol-decoders"}, "", "DECODERS"},
                   {"threshold", "", "V"},
                   {"hysteresis", "", "V"},
+                  {"window", "", "NAME"},
+                  {"channel", "", "CH"},
+                  {"from", "", "S"},
+                  {"to", "", "S"},
+                  {"averages", "", "N"},
                   {{"v", "verbose"}, ""},
                   {{"V", "version"}, ""},
                   {{"h", "help"}, ""}});
@@ -364,8 +381,8 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
     }
     if (c->maxArgs < 0) r.args = QStringList{r.args.join(' ')}; // the command's whole text
     // Options that belong to other commands are a mistake, not a no-op.
-    for (const char* own :
-         {"out", "limits", "frame", "json", "png", "lcd", "P", "threshold", "hysteresis"})
+    for (const char* own : {"out", "limits", "frame", "json", "png", "lcd", "P", "threshold",
+                            "hysteresis", "window", "channel", "from", "to", "averages"})
         if (p.isSet(own) && !c->options.contains(QLatin1String(own))) {
             fail(QString("--%1 does not apply to %2").arg(own, r.command));
             return std::nullopt;
@@ -419,6 +436,40 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
         }
     }
     r.decoders = p.values("P");
+    if (p.isSet("window")) {
+        const QStringList names{"rectangle", "hanning", "hamming", "blackman"};
+        r.window = static_cast<int>(names.indexOf(p.value("window").toLower()));
+        if (r.window < 0) {
+            fail("--window is rectangle, hanning, hamming or blackman, not " + p.value("window"));
+            return std::nullopt;
+        }
+    }
+    if (p.isSet("channel")) {
+        const QString ch = p.value("channel").toUpper();
+        if (ch != "CH1" && ch != "CH2") {
+            fail("--channel is CH1 or CH2, not " + p.value("channel"));
+            return std::nullopt;
+        }
+        r.channel = ch == "CH2" ? 2 : 1;
+    }
+    if (p.isSet("averages")) {
+        bool ok = false;
+        r.averages = p.value("averages").toInt(&ok);
+        if (!ok || r.averages < 1 || r.averages > 1024) {
+            fail("--averages is a whole number from 1 to 1024, not " + p.value("averages"));
+            return std::nullopt;
+        }
+    }
+    for (const char* name : {"from", "to"}) {
+        if (!p.isSet(name)) continue;
+        bool ok = false;
+        const double v = QLocale::c().toDouble(p.value(name), &ok);
+        if (!ok) {
+            fail(QString("--%1 is seconds, not %2").arg(name, p.value(name)));
+            return std::nullopt;
+        }
+        (QLatin1String(name) == QLatin1String("from") ? r.from : r.to) = v;
+    }
     for (const char* name : {"threshold", "hysteresis"}) {
         if (!p.isSet(name)) continue;
         bool ok = false;
@@ -488,7 +539,7 @@ int CliMain(int argc, char** argv) {
     RegisterSettingsJobs();
     StartLinkTimers();
 
-    if (!c.instrument) {
+    if (!c.instrument || SpectrumOfFile(r)) {
         status = RunFileCommand(r);
         CliFlushNotes();
         return status;

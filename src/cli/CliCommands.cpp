@@ -315,6 +315,9 @@ QString CheckCommandWords(const CliRequest& r) {
             return "table takes CH1, CH2 or LA, not " + first;
         if (r.out.isEmpty()) return "usage: korvane-cli table CH1|CH2|LA --out FILE|-";
     }
+    if (c == "spectrum" && !SpectrumOfFile(r) && first.toUpper() != "CH1" &&
+        first.toUpper() != "CH2")
+        return "spectrum takes CH1, CH2 or a .wfm file, not " + first;
     if (c == "measure" && first.toUpper() != "CH1" && first.toUpper() != "CH2")
         return "measure takes CH1 or CH2, not " + first;
     if ((c == "send" || c == "query") && first.trimmed().isEmpty())
@@ -357,6 +360,7 @@ int RunInstrumentCommand(const CliRequest& r, int round) {
     if (c == "screen") return screen(r, round);
     if (c == "table") return table(r, round);
     if (c == "measure") return measure(r, round);
+    if (c == "spectrum") return RunSpectrumFetch(r, round);
     return fail("unknown command " + c);
 }
 
@@ -366,6 +370,7 @@ int RunFileCommand(const CliRequest& r) {
     if (c == "rcd2png") return rcd2png(r);
     if (c == "convert") return convert(r);
     if (c == "decode") return RunDecodeCommand(r);
+    if (c == "spectrum") return RunSpectrumFile(r);
     if (c == "sheet-info") return sheetInfo(r);
     if (c == "list") return list();
     return fail("unknown command " + c);

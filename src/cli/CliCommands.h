@@ -5,6 +5,7 @@
 // the work with the program's own jobs, texts and files.
 #include <QString>
 #include <QStringList>
+#include <cmath>
 
 struct CliRequest {
     QString command;
@@ -16,8 +17,12 @@ struct CliRequest {
     QString out, limits, png, lcd;
     int frame = 1;
     bool json = false, verbose = false;
-    QStringList decoders;   // -P: one stack each
-    double threshold = 1.4; // volts, for CH1/CH2 as decoder channels
+    QStringList decoders; // -P: one stack each
+    int window = 1;       // spectrum: Rectangle, Hanning, Hamming, Blackman
+    int channel = 1;      // spectrum of a file
+    int averages = 1;
+    double from = std::nan(""), to = std::nan(""); // seconds, spectrum of a file
+    double threshold = 1.4;                        // volts, for CH1/CH2 as decoder channels
     double hysteresis = 0.2;
 };
 
@@ -39,6 +44,10 @@ Capture CaptureOfFile(const QString& path, int frame, QString* error, bool withA
 // decode: its -P texts read against the decoders (empty when fine), and the run.
 QString CheckDecodeWords(const CliRequest& r);
 int RunDecodeCommand(const CliRequest& r);
+// spectrum: of a deep-memory file (no instrument), or of a fetched channel.
+bool SpectrumOfFile(const CliRequest& r);
+int RunSpectrumFile(const CliRequest& r);
+int RunSpectrumFetch(const CliRequest& r, int round);
 
 // One line on standard error for a failure, with what the link said of it
 // (the message a window would show in a box) in brackets; the status.

@@ -139,8 +139,11 @@ Tone ToneAt(const Spectrum& s, int bin, int half) {
 
 Tone FindPeak(const Spectrum& s, double fromHz, double toHz) {
     if (s.empty()) return {};
-    const int first =
-        std::max(LobeHalfWidth(s.window) + 1, static_cast<int>(std::ceil(fromHz / s.binHz)));
+    // DC's own main lobe is left out (a tone two bins up is still found).
+    const int dcLobe = s.window == FftWindow::Rectangle  ? 1
+                       : s.window == FftWindow::Blackman ? 3
+                                                         : 2;
+    const int first = std::max(dcLobe, static_cast<int>(std::ceil(fromHz / s.binHz)));
     const double top = static_cast<double>(s.rms.size() - 1);
     const int last = static_cast<int>(std::min(top, std::floor(toHz / s.binHz)));
     int best = -1;
@@ -208,7 +211,10 @@ std::vector<double> AxisTicks(const SpectrumView& v, int divisions) {
 }
 
 QString FrequencyText(double hz) {
-    if (hz == 0) return QStringLiteral("0Hz");
+    if (hz == 0 || !std::isfinite(hz)) return QStringLiteral("0Hz");
+    // Four significant figures first, so 999.97 Hz reads 1.000kHz, not 1000.0Hz.
+    const double figure = std::pow(10, std::floor(std::log10(std::abs(hz))) - 3);
+    hz = std::round(hz / figure) * figure;
     static const struct {
         double scale;
         const char* unit;

@@ -39,7 +39,7 @@ struct Tone {
 
 // Half the width of the window's main lobe, in bins, over which a tone's power is summed.
 int LobeHalfWidth(FftWindow window);
-// The highest tone between two frequencies (DC's lobe left out).
+// The highest tone between two frequencies (DC's main lobe left out).
 Tone FindPeak(const Spectrum& s, double fromHz = 0, double toHz = 1e300);
 // The tone around a bin: its lobe's power (over half bins each side; -1:
 // the window's lobe) and its frequency, interpolated between bins.

@@ -50,6 +50,7 @@ private slots:
     void repeatsNameTheirFilesAndLines();
     void intervalIsWallClock();
     void sigrokHabits();
+    void spectrumReadsTheTone();
 
 private:
     struct Result {
@@ -303,6 +304,9 @@ void TestCli::wrongWordsTouchNoInstrument_data() {
         << QStringList{"decode", "x.wfm", "-P", "uart:rx=D16"} << "use D0..D15, CH1 or CH2";
     QTest::newRow("decode with a value not allowed")
         << QStringList{"decode", "x.wfm", "-P", "uart:rx=D0:parity=maybe"} << "parity takes";
+    QTest::newRow("spectrum of CH3") << QStringList{"spectrum", "CH3"} << "CH1, CH2 or a .wfm";
+    QTest::newRow("spectrum with an unknown window")
+        << QStringList{"spectrum", "CH1", "--window", "kaiser"} << "--window is rectangle";
     QTest::newRow("no such serial device")
         << QStringList{"--rs232", "/nonexistent", "idn"} << "/nonexistent: no such device";
 }
@@ -430,6 +434,35 @@ void TestCli::sigrokHabits() {
     QCOMPARE(run({"send", ":CHANNEL1:SCALE", "2"}).status, 0);
     QVERIFY(simulatorCommands().contains(":CHANNEL1:SCALE 2"));
     QCOMPARE(sim_->instrument().ChannelScale(1), 2.0);
+}
+
+// The simulator's 1 kHz, 1 V sine on CH1 (-3.01 dBV) from a screen fetch, and
+// the same tone in a deep file over a time range, for each window function:
+// within a bin and 0.1 dB.
+void TestCli::spectrumReadsTheTone() {
+    const QString wfm = runtime_->filePath("tone.wfm");
+    sim::WaveformFileContent wave;
+    wave.points = 40000;
+    std::string error;
+    QVERIFY(sim::WriteWaveformFile(wfm.toStdString(), wave, &error));
+    const QList<QStringList> runs = {
+        {"spectrum", "CH1"},
+        {"spectrum", "CH1", "--window", "blackman"},
+        {"spectrum", wfm},
+        {"spectrum", wfm, "--window", "rectangle", "--from", "-0.002", "--to", "0.0015"},
+        {"spectrum", wfm, "--averages", "3"}};
+    for (const QStringList& args : runs) {
+        const Result r = run(args + QStringList{"--json"});
+        QCOMPARE(r.status, 0);
+        const QJsonObject o = QJsonDocument::fromJson(r.out).object();
+        const double bin = o["bin_hz"].toDouble();
+        const QJsonObject peak = o["peak"].toObject();
+        QVERIFY2(std::abs(peak["frequency"].toDouble() - 1000) <= bin, r.out.constData());
+        QVERIFY2(std::abs(peak["level_dbv"].toDouble() + 3.0103) < 0.1, r.out.constData());
+    }
+    const Result text = run({"spectrum", "CH1"});
+    QVERIFY2(text.out.contains("peak 1.000kHz -3.0"), text.out.constData());
+    QCOMPARE(text.out.count("\nH"), 5); // the five harmonics, one a line
 }
 
 QTEST_MAIN(TestCli)
