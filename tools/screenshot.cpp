@@ -8,7 +8,8 @@
 // NAME: frame (a fetched wave window, the README's picture), wave, measure,
 // data, record, memory, options, about, passfail, fftsetting, parameter,
 // adjust, panel, decode (a memory wave decoded), wavedecode (a wave window decoded),
-// decoders (the decoder dialog), spectrum (a memory wave's analyser), wavespectrum.
+// decoders (the decoder dialog), spectrum (a memory wave's analyser), wavespectrum,
+// measurestats (the measure window's statistics).
 #include "Files.h"
 #include "Simulator.h"
 #include "app/frmAbout.h"
@@ -97,7 +98,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
             }
         return nullptr;
     }
-    if (name == "measure") {
+    if (name == "measure" || name == "measurestats") {
         auto* m = docWindow<frmMeasure>(DocKind::Measure);
         m->Timer1_Timer();
         MeasureRecords[0].Items[0].LimitEnabled = true;
@@ -107,6 +108,12 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
         MeasureRecords[0].Items[7].UnderLimit = 1100;
         MeasureRecords[0].Items[7].OverLimit = 1200;
         m->LoadMeasure();
+        if (name == "measurestats") {
+            m->findChild<QToolButton*>("cmdStats")->setChecked(true);
+            for (int i = 0; i < 4; ++i)
+                m->LoadMeasure();
+            m->view()->setCurrentItem(m->view()->topLevelItem(0));
+        }
         return nullptr;
     }
     if (name == "data") {

@@ -101,15 +101,17 @@ const QList<Command>& commands() {
          true,
          {"out"}},
         {"measure",
-         "measure CH1|CH2 [--limits FILE] [--json] [--out FILE|-]",
+         "measure CH1|CH2 [--limits FILE] [--json] [--out FILE|-] [--stats N]",
          "The eighteen measures with their verdicts; exit status 1 when a verdict fails. --json "
          "gives the values in base units (V, s, Hz, a fraction) beside their texts; with "
-         "--repeat one JSON document a line.",
+         "--repeat one JSON document a line. --stats N refreshes N times (--interval apart) "
+         "and prints each measure's count, minimum, maximum, mean and standard deviation, and "
+         "its pass and fail counts; \"*****\" values are not counted.",
          1,
          1,
          true,
          true,
-         {"limits", "json", "out"}},
+         {"limits", "json", "out", "stats"}},
         {"wfm2csv",
          "wfm2csv IN.wfm OUT.csv|-",
          "A deep-memory file as the viewer's CSV.",
@@ -329,6 +331,7 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
                   {"from", "", "S"},
                   {"to", "", "S"},
                   {"averages", "", "N"},
+                  {"stats", "", "N"},
                   {{"v", "verbose"}, ""},
                   {{"V", "version"}, ""},
                   {{"h", "help"}, ""}});
@@ -451,6 +454,18 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
             return std::nullopt;
         }
         r.channel = ch == "CH2" ? 2 : 1;
+    }
+    if (p.isSet("stats")) {
+        bool ok = false;
+        r.stats = p.value("stats").toInt(&ok);
+        if (!ok || r.stats < 1 || r.stats > 1000000) {
+            fail("--stats is a whole number of refreshes from 1, not " + p.value("stats"));
+            return std::nullopt;
+        }
+        if (p.isSet("repeat")) {
+            fail("--stats and --repeat both repeat: give one");
+            return std::nullopt;
+        }
     }
     if (p.isSet("averages")) {
         bool ok = false;

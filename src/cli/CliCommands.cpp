@@ -15,10 +15,12 @@
 #include "link/NQ4000Cmd.h"
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
+#include "measure/MeasureStats.h"
 #include "measure/MeasureTable.h"
 #include "memwave/CsvExport.h"
 #include "memwave/WaveformFile.h"
 #include "panel/LcdImage.h"
+#include "platform/Pacing.h"
 #include "platform/SafeFile.h"
 #include "replay/RecordFile.h"
 #include "shared/ComPorts.h"
@@ -38,6 +40,8 @@
 #include <QPainter>
 #include <cstdio>
 #include <unistd.h>
+
+QString MeasureUnit(const MeasureRow& row); // below, with the measure texts
 
 namespace {
 
@@ -131,7 +135,61 @@ int table(const CliRequest& r, int round) {
     return writeFile(RoundPath(r.out, round, r.repeat), DataExportBytes(d));
 }
 
+// --stats N: N refreshes, then each measure's statistics (the pass and fail
+// counts over them too); exit 1 when any verdict failed.
+int measureStats(const CliRequest& r) {
+    const QString source = r.args[0].toUpper();
+    MeasureStats stats;
+    MeasureRecord rec = g_limits;
+    for (int n = 0; n < r.stats; ++n) {
+        if (n > 0 && r.interval > 0) platform::Sleep(static_cast<int>(r.interval * 1000));
+        RunJobWithoutWindow(source == "CH1" ? 1 : 2, 0);
+        if (!Connected) return fail("the link was lost during the fetch", 3);
+        if (!JobWarning.isEmpty()) CliNote(JobWarning);
+        TakeCurrentMeasure(rec);
+        AddRefresh(stats, rec);
+    }
+    bool failed = false;
+    QJsonArray rows;
+    QString text = "measure\tcount\tmin\tmax\tmean\tstddev\tpass\tfail\n";
+    for (const MeasureRow& row : MeasureRows()) {
+        const MeasureStat& st = stats.items[static_cast<std::size_t>(row.slot)];
+        failed = failed || st.failed > 0;
+        QJsonObject o{{"name", row.english},
+                      {"unit", MeasureUnit(row)},
+                      {"count", static_cast<qint64>(st.count)}};
+        QString line = QString(row.english) + "\t" + QString::number(st.count);
+        if (st.count > 0) {
+            o["current"] = st.current;
+            o["min"] = st.min;
+            o["max"] = st.max;
+            o["mean"] = st.mean;
+            o["stddev"] = st.stddev();
+            for (double v : {st.min, st.max, st.mean, st.stddev()})
+                line += "\t" + StatText(row, v);
+        } else {
+            line += "\t\t\t\t";
+        }
+        if (st.passed + st.failed > 0) {
+            o["passed"] = static_cast<qint64>(st.passed);
+            o["failed"] = static_cast<qint64>(st.failed);
+        }
+        line += "\t" + QString::number(st.passed) + "\t" + QString::number(st.failed) + "\n";
+        text += line;
+        rows.append(o);
+    }
+    if (r.json)
+        text = QString::fromUtf8(
+            QJsonDocument(QJsonObject{{"refreshes", static_cast<qint64>(stats.refreshes)},
+                                      {"measures", rows}})
+                .toJson(QJsonDocument::Indented));
+    const int status =
+        r.out.isEmpty() || r.out == "-" ? (out(text), 0) : writeFile(r.out, text.toUtf8());
+    return status != 0 ? status : failed ? 1 : 0;
+}
+
 int measure(const CliRequest& r, int round) {
+    if (r.stats > 0) return measureStats(r);
     const QString source = r.args[0].toUpper();
     MeasureRecord rec = g_limits;
     RunJobWithoutWindow(source == "CH1" ? 1 : 2, 0);

@@ -21,6 +21,7 @@ struct CliRequest {
     int window = 1;       // spectrum: Rectangle, Hanning, Hamming, Blackman
     int channel = 1;      // spectrum of a file
     int averages = 1;
+    int stats = 0; // measure --stats N: refreshes for the statistics
     double from = std::nan(""), to = std::nan(""); // seconds, spectrum of a file
     double threshold = 1.4;                        // volts, for CH1/CH2 as decoder channels
     double hysteresis = 0.2;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "measure/frmMeasure.h"
+
+#include "measure/TrendPlot.h"
 #include "shared/Icons.h"
 #include "views/Exports.h"
 
@@ -102,6 +104,20 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     }
     button(cmdPassFailed_, "dialog-ok-apply");
     button(cmdExport_, "document-save-as");
+    button(cmdStats_, "korvane-measure");
+    button(cmdStatsReset_, "edit-undo");
+    button(cmdStatsExport_, "text-csv");
+    cmdStats_->setObjectName("cmdStats");
+    cmdStatsReset_->setObjectName("cmdStatsReset");
+    cmdStatsExport_->setObjectName("cmdStatsExport");
+    cmdStats_->setCheckable(true);
+    connect(cmdStats_, &QToolButton::toggled, this, [this](bool on) {
+        platform::RunHandler("cmdStats_Click", [&] { ShowStatistics(on); });
+    });
+    connect(cmdStatsReset_, &QToolButton::clicked, this,
+            platform::Guarded("cmdStatsReset_Click", [this] { ResetStatistics(); }));
+    connect(cmdStatsExport_, &QToolButton::clicked, this,
+            platform::Guarded("cmdStatsExport_Click", [this] { ExportStatistics(); }));
     top->addStretch(1);
     connect(cmdRefresh_, &QToolButton::clicked, this,
             platform::Guarded("cmdRefresh_Click", [this] { cmdRefresh_Click(); }));
@@ -120,10 +136,16 @@ frmMeasure::frmMeasure(int slot) : DocWindow(DocKind::Measure, slot) {
     MeasureView_->header()->setMinimumSectionSize(30);
     MeasureView_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     MeasureView_->header()->setStretchLastSection(true);
+    trend_ = new TrendPlot;
+    trend_->hide();
+    cmdStatsReset_->hide();
+    cmdStatsExport_->hide();
+    connect(MeasureView_, &QTreeWidget::currentItemChanged, this, [this] { showTrend(); });
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
     layout->addWidget(SettingLabel_);
     layout->addWidget(MeasureView_, 1);
+    layout->addWidget(trend_);
     auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
     f5->setContext(Qt::WidgetWithChildrenShortcut);
     connect(f5, &QShortcut::activated, this,
@@ -152,8 +174,26 @@ void frmMeasure::applyCaptions(int index) {
     cmdRefresh_->setToolTip(text("cmdRefresh.tip"));
     cmdExport_->setText(text("cmdExport"));
     cmdPassFailed_->setText(text("cmdPassFail").trimmed());
-    MeasureView_->setHeaderLabels({text("colType"), text("colValue"), text("colUnder"),
-                                   text("colOver"), text("colPassFail")});
+    const bool zh = index == kLanguageChinese;
+    cmdStats_->setText(zh ? QString::fromUtf8("统计") : QStringLiteral("Statistics"));
+    cmdStats_->setToolTip(
+        zh ? QString::fromUtf8("各测量在多次刷新中的最小、最大、平均、标准差与次数")
+           : QStringLiteral("Each measure's minimum, maximum, mean, standard "
+                            "deviation and count over the refreshes"));
+    cmdStatsReset_->setText(zh ? QString::fromUtf8("清零") : QStringLiteral("Reset"));
+    cmdStatsExport_->setText(zh ? QString::fromUtf8("输出统计")
+                                : QStringLiteral("Export statistics"));
+    if (cmdStats_->isChecked())
+        MeasureView_->setHeaderLabels(
+            zh ? QStringList{text("colType"), text("colValue"), QString::fromUtf8("最小"),
+                             QString::fromUtf8("最大"), QString::fromUtf8("平均"),
+                             QString::fromUtf8("标准差"), QString::fromUtf8("次数"),
+                             QString::fromUtf8("通过/失败")}
+               : QStringList{text("colType"), text("colValue"), "Min", "Max", "Mean", "Std dev",
+                             "Count", "Pass/Fail"});
+    else
+        MeasureView_->setHeaderLabels({text("colType"), text("colValue"), text("colUnder"),
+                                       text("colOver"), text("colPassFail")});
     if (!firstTick_) ShowRecord();
 }
 
@@ -186,7 +226,9 @@ void frmMeasure::Timer1_Timer() {
 
 void frmMeasure::ShowRecord() {
     setWindowTitle(DocCaption(DocKind::Measure, Tag()));
-    if (record().Loaded)
+    if (cmdStats_->isChecked())
+        dispStatistics();
+    else if (record().Loaded)
         DispMeasure();
     else
         StartDispMeasure();
@@ -253,7 +295,66 @@ void frmMeasure::LoadMeasure() {
     if (!JobWarning.isEmpty()) platform::ShowStatus(JobWarning);
     TakeCurrentMeasure(record());
     SheetDirty = true;
-    DispMeasure();
+    AddRefresh(stats_, record());
+    if (cmdStats_->isChecked())
+        dispStatistics();
+    else
+        DispMeasure();
+}
+
+void frmMeasure::ShowStatistics(bool on) {
+    cmdStatsReset_->setVisible(on);
+    cmdStatsExport_->setVisible(on);
+    trend_->setVisible(on);
+    MeasureView_->setColumnCount(on ? 8 : 5);
+    applyCaptions(CaptionLanguage()); // the headings, then the list
+    ShowRecord();
+}
+
+void frmMeasure::ResetStatistics() {
+    stats_.reset();
+    dispStatistics();
+}
+
+void frmMeasure::ExportStatistics() {
+    if (const std::optional<QString> path = AskTextExportPath())
+        WriteExport(*path, MeasureStatsExportBytes(record(), stats_));
+}
+
+void frmMeasure::dispStatistics() {
+    const int chosen = MeasureView_->currentIndex().row();
+    MeasureView_->clear();
+    for (const MeasureRow& row : MeasureRows()) {
+        const MeasureStat& st = stats_.items[static_cast<std::size_t>(row.slot)];
+        QStringList cells{MeasureRowName(row)};
+        if (st.count > 0)
+            for (double v : {st.current, st.min, st.max, st.mean, st.stddev()})
+                cells << StatText(row, v);
+        else
+            cells << ""
+                  << ""
+                  << ""
+                  << ""
+                  << "";
+        cells << QString::number(st.count)
+              << (st.passed + st.failed > 0 ? QString("%1/%2").arg(st.passed).arg(st.failed)
+                                            : QString());
+        auto* item = new QTreeWidgetItem(MeasureView_, cells);
+        item->setIcon(0, MeasureIcon(row.icon));
+        if (st.failed > 0) item->setForeground(7, QColor(200, 30, 30));
+    }
+    if (chosen >= 0) MeasureView_->setCurrentItem(MeasureView_->topLevelItem(chosen));
+    showTrend();
+}
+
+void frmMeasure::showTrend() {
+    const int at = MeasureView_->currentIndex().row();
+    if (!cmdStats_->isChecked() || at < 0 || at >= 18) {
+        trend_->setMeasure(nullptr, nullptr);
+        return;
+    }
+    const MeasureRow& row = MeasureRows()[static_cast<std::size_t>(at)];
+    trend_->setMeasure(&row, &stats_.items[static_cast<std::size_t>(row.slot)]);
 }
 
 void frmMeasure::cmdExport_Click() {

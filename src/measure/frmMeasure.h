@@ -3,6 +3,7 @@
 // The measure window: the instrument's eighteen automatic measures of one
 // channel, with pass and fail limits and their verdicts, refreshed single or
 // automatic, and exported as tab-separated text.
+#include "measure/MeasureStats.h"
 #include "sheet/DocWindow.h"
 #include "views/RefreshCycle.h"
 
@@ -34,6 +35,13 @@ public:
     QRadioButton* option(int index) const { return OptionCH_[index]; }
     QTreeWidget* view() const { return MeasureView_; }
 
+    // Statistics over the refreshes: the list's columns for them, their reset
+    // and export, and the trend of the selected measure.
+    void ShowStatistics(bool on);
+    void ResetStatistics();
+    void ExportStatistics();
+    const MeasureStats& statistics() const { return stats_; }
+
     void ShowRecord() override;
     bool MayClose() const override;
     void Unload() override;
@@ -47,6 +55,13 @@ private:
     QToolButton* cmdRefresh_ = nullptr;
     QToolButton* cmdExport_ = nullptr;
     QToolButton* cmdPassFailed_ = nullptr;
+    QToolButton* cmdStats_ = nullptr;
+    QToolButton* cmdStatsReset_ = nullptr;
+    QToolButton* cmdStatsExport_ = nullptr;
+    class TrendPlot* trend_ = nullptr;
+    MeasureStats stats_;
+    void dispStatistics();
+    void showTrend();
     QRadioButton* OptionCH_[2] = {nullptr, nullptr};
     QLabel* SettingLabel_ = nullptr;
     QTreeWidget* MeasureView_ = nullptr;

@@ -51,6 +51,7 @@ private slots:
     void intervalIsWallClock();
     void sigrokHabits();
     void spectrumReadsTheTone();
+    void measureStatistics();
 
 private:
     struct Result {
@@ -307,6 +308,8 @@ void TestCli::wrongWordsTouchNoInstrument_data() {
     QTest::newRow("spectrum of CH3") << QStringList{"spectrum", "CH3"} << "CH1, CH2 or a .wfm";
     QTest::newRow("spectrum with an unknown window")
         << QStringList{"spectrum", "CH1", "--window", "kaiser"} << "--window is rectangle";
+    QTest::newRow("statistics of no refresh")
+        << QStringList{"measure", "CH1", "--stats", "0"} << "--stats is a whole number";
     QTest::newRow("no such serial device")
         << QStringList{"--rs232", "/nonexistent", "idn"} << "/nonexistent: no such device";
 }
@@ -463,6 +466,21 @@ void TestCli::spectrumReadsTheTone() {
     const Result text = run({"spectrum", "CH1"});
     QVERIFY2(text.out.contains("peak 1.000kHz -3.0"), text.out.constData());
     QCOMPARE(text.out.count("\nH"), 5); // the five harmonics, one a line
+}
+
+// Three refreshes of CH1's measures: counts, and Vpp's figures in base units.
+void TestCli::measureStatistics() {
+    const Result r = run({"measure", "CH1", "--stats", "3", "--json"});
+    QCOMPARE(r.status, 0);
+    const QJsonObject o = QJsonDocument::fromJson(r.out).object();
+    QCOMPARE(o["refreshes"].toInt(), 3);
+    const QJsonObject vpp = o["measures"].toArray()[0].toObject();
+    QCOMPARE(vpp["name"].toString(), QString("Vpp"));
+    QCOMPARE(vpp["count"].toInt(), 3);
+    QCOMPARE(vpp["mean"].toDouble(), 2.0);
+    QCOMPARE(vpp["stddev"].toDouble(), 0.0);
+    QCOMPARE(vpp["unit"].toString(), QString("V"));
+    QCOMPARE(simulatorCommands().filter(":MEASURE:VPP").size(), 3);
 }
 
 QTEST_MAIN(TestCli)

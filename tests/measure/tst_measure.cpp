@@ -7,6 +7,7 @@
 
 #include "acquire/MeasureJob.h"
 #include "controller/CtrlData.h"
+#include "measure/MeasureStats.h"
 #include "measure/MeasureTable.h"
 #include "measure/PassFail.h"
 #include "measure/frmMeasure.h"
@@ -24,6 +25,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -49,6 +51,8 @@ private slots:
     void windowFetchesShowsAndJudges();
     void channel2SelectedWhenChannel1IsOff();
     void bothChannelsOffRefreshDoesNothing();
+    void statisticsOverScriptedReplies();
+    void statisticsInTheWindow();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -350,6 +354,83 @@ void TestMeasure::bothChannelsOffRefreshDoesNothing() {
     QVERIFY(tp_->boxes.isEmpty());
     QVERIFY(link.log().isEmpty());
     QVERIFY(!MeasureRecords[0].Loaded);
+}
+
+// A scripted run of Vpp and Frequency replies: "*****" is not counted in
+// the statistics, and fails the verdict where limits apply, as the list says.
+void TestMeasure::statisticsOverScriptedReplies() {
+    const QStringList vpp{"2.00V", "*****", "2.10V", "1.90V", "2.00V"};
+    const QStringList freq{"1.000kHz", "999.0Hz", "*****", "1.001kHz", "*****"};
+    MeasureRecord rec;
+    MeasureItem& v = rec.Items[static_cast<std::size_t>(RowOfSlot(0).slot)];
+    v.LimitEnabled = true;
+    v.UnderLimit = 1.95;
+    v.OverLimit = 2.05;
+    MeasureStats stats;
+    const MeasureRow* frequency = nullptr;
+    for (const MeasureRow& row : MeasureRows())
+        if (QByteArray(row.english) == "Frequency") frequency = &row;
+    QVERIFY(frequency);
+    for (int i = 0; i < vpp.size(); ++i) {
+        rec.Items[0].Text = vpp[i];
+        rec.Items[static_cast<std::size_t>(frequency->slot)].Text = freq[i];
+        AddRefresh(stats, rec);
+    }
+    const MeasureStat& s = stats.items[0];
+    QCOMPARE(stats.refreshes, 5);
+    QCOMPARE(s.count, 4);
+    QCOMPARE(s.min, 1.9);
+    QCOMPARE(s.max, 2.1);
+    QVERIFY(std::abs(s.mean - 2.0) < 1e-12);
+    QVERIFY(std::abs(s.stddev() - std::sqrt(0.02 / 3)) < 1e-12); // sample standard deviation
+    QCOMPARE(s.current, 2.0);
+    QCOMPARE(s.passed, 2); // 2.00 twice
+    QCOMPARE(s.failed, 3); // "*****", 2.10, 1.90
+    QCOMPARE(s.trend.size(), std::size_t(4));
+    const MeasureStat& f = stats.items[static_cast<std::size_t>(frequency->slot)];
+    QCOMPARE(f.count, 3);
+    QCOMPARE(f.min, 999.0);
+    QCOMPARE(f.max, 1001.0);
+    QCOMPARE(f.passed + f.failed, 0); // no limits: no verdicts
+    // The second export: a line a measure with its figures in its own pictures.
+    const QList<QByteArray> lines = MeasureStatsExportBytes(rec, stats).split('\n');
+    QVERIFY(lines[3].startsWith("Refreshes\t5"));
+    QVERIFY2(lines[5].startsWith("Vpp\t2.000V\t1.900V\t2.100V\t2.000V\t"), lines[5].constData());
+    QVERIFY(lines[5].endsWith("\t4\t2\t3\r"));
+    stats.reset();
+    QCOMPARE(stats.items[0].count, 0);
+}
+
+// The window counts each refresh: the simulator's CH1 amplitude changed
+// between three refreshes shows as Vpp's minimum, maximum and count.
+void TestMeasure::statisticsInTheWindow() {
+    SimulatedLink link;
+    QVERIFY(link.connected());
+    CtrlData.Ch1Display = CtrlData.Ch2Display = WordOn;
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Measure);
+    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
+    w->Timer1_Timer();
+    w->findChild<QToolButton*>("cmdStats")->click();
+    QCOMPARE(w->view()->columnCount(), 8);
+    for (double amplitude : {1.0, 1.5, 0.5}) {
+        sim::Generator g;
+        g.amplitude = amplitude;
+        link.instrument().SetGenerator(1, g);
+        w->cmdRefresh_Click();
+    }
+    QTreeWidgetItem* vpp = w->view()->topLevelItem(0);
+    QCOMPARE(vpp->text(0), QString("Vpp"));
+    QCOMPARE(vpp->text(1), QString("1.000V")); // the last
+    QCOMPARE(vpp->text(2), QString("1.000V")); // min
+    QCOMPARE(vpp->text(3), QString("3.000V")); // max
+    QCOMPARE(vpp->text(4), QString("2.000V")); // mean
+    QCOMPARE(vpp->text(6), QString("3"));
+    w->findChild<QToolButton*>("cmdStatsReset")->click();
+    QCOMPARE(w->view()->topLevelItem(0)->text(6), QString("0"));
+    w->findChild<QToolButton*>("cmdStats")->click(); // back to the described list
+    QCOMPARE(w->view()->columnCount(), 5);
+    QCOMPARE(w->view()->topLevelItem(0)->text(1), QString("1.00V"));
 }
 
 QTEST_MAIN(TestMeasure)
