@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "measure/TrendPlot.h"
 
+#include "shared/Picture.h"
+
 #include <QPainter>
 #include <algorithm>
 
@@ -20,7 +22,8 @@ void TrendPlot::paintEvent(QPaintEvent*) {
     p.fillRect(rect(), QColor(20, 20, 24));
     const QFontMetrics fm = fontMetrics();
     if (!row_ || stat_.trend.empty()) return;
-    const QString high = StatText(*row_, stat_.max), low = StatText(*row_, stat_.min);
+    const QString high = ShownForm(StatText(*row_, stat_.max)),
+                  low = ShownForm(StatText(*row_, stat_.min));
     const int labels = std::max(fm.horizontalAdvance(high), fm.horizontalAdvance(low)) + 8;
     const QRectF area(labels, 6, width() - labels - 6, height() - 12);
     const double span = stat_.max - stat_.min;

@@ -3,6 +3,7 @@
 
 #include "measure/TrendPlot.h"
 #include "shared/Icons.h"
+#include "shared/Picture.h"
 #include "views/Exports.h"
 
 #include "acquire/Jobs.h"
@@ -329,7 +330,7 @@ void frmMeasure::dispStatistics() {
         QStringList cells{MeasureRowName(row)};
         if (st.count > 0)
             for (double v : {st.current, st.min, st.max, st.mean, st.stddev()})
-                cells << StatText(row, v);
+                cells << ShownForm(StatText(row, v)); // the value column's decimal sign
         else
             cells << ""
                   << ""

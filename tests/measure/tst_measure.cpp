@@ -421,16 +421,17 @@ void TestMeasure::statisticsInTheWindow() {
     }
     QTreeWidgetItem* vpp = w->view()->topLevelItem(0);
     QCOMPARE(vpp->text(0), QString("Vpp"));
-    QCOMPARE(vpp->text(1), QString("1.000V")); // the last
-    QCOMPARE(vpp->text(2), QString("1.000V")); // min
-    QCOMPARE(vpp->text(3), QString("3.000V")); // max
-    QCOMPARE(vpp->text(4), QString("2.000V")); // mean
+    // In the display's decimal sign, as the value column (a comma under de_DE).
+    QCOMPARE(vpp->text(1), ShownForm("1.000V")); // the last
+    QCOMPARE(vpp->text(2), ShownForm("1.000V")); // min
+    QCOMPARE(vpp->text(3), ShownForm("3.000V")); // max
+    QCOMPARE(vpp->text(4), ShownForm("2.000V")); // mean
     QCOMPARE(vpp->text(6), QString("3"));
     w->findChild<QToolButton*>("cmdStatsReset")->click();
     QCOMPARE(w->view()->topLevelItem(0)->text(6), QString("0"));
     w->findChild<QToolButton*>("cmdStats")->click(); // back to the described list
     QCOMPARE(w->view()->columnCount(), 5);
-    QCOMPARE(w->view()->topLevelItem(0)->text(1), QString("1.00V"));
+    QCOMPARE(w->view()->topLevelItem(0)->text(1), ShownForm("1.00V"));
 }
 
 QTEST_MAIN(TestMeasure)
