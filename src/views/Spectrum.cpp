@@ -6,6 +6,7 @@
 #include <fftw3.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 #include <memory>
@@ -21,6 +22,22 @@ struct Plan {
     double* in;
     fftw_complex* out;
     fftw_plan plan;
+    // The weights of each window function at this length, with their sum
+    // and sum of squares: made once, as the cosines cost more than the FFT.
+    struct Weights {
+        std::vector<double> w;
+        double sum = 0, squares = 0;
+    };
+    std::array<Weights, 4> windows;
+    const Weights& weights(FftWindow window) {
+        Weights& k = windows[static_cast<std::size_t>(window)];
+        if (k.w.empty()) {
+            k.w = WindowWeights(window, n);
+            for (double v : k.w)
+                k.sum += v, k.squares += v * v;
+        }
+        return k;
+    }
     explicit Plan(int length) : n(length) {
         in = fftw_alloc_real(static_cast<std::size_t>(n));
         out = fftw_alloc_complex(static_cast<std::size_t>(n / 2 + 1));
@@ -74,15 +91,14 @@ Spectrum ComputeRmsSpectrum(const double* volts, std::size_t n, double sampleRat
     s.binHz = sampleRate / length;
     s.window = window;
     s.averaged = averages;
-    const std::vector<double> w = WindowWeights(window, length);
-    double sum = 0, squares = 0;
-    for (double v : w)
-        sum += v, squares += v * v;
-    s.enbwBins = length * squares / (sum * sum);
     const int bins = length / 2 + 1;
     std::vector<double> power(static_cast<std::size_t>(bins), 0.0);
     std::lock_guard<std::mutex> guard(plansLock);
     Plan& p = planFor(length);
+    const Plan::Weights& weights = p.weights(window);
+    const std::vector<double>& w = weights.w;
+    const double sum = weights.sum;
+    s.enbwBins = length * weights.squares / (sum * sum);
     for (int b = 0; b < averages; ++b) {
         const double* block =
             volts + static_cast<std::size_t>(b) * static_cast<std::size_t>(length);
@@ -92,9 +108,9 @@ Spectrum ComputeRmsSpectrum(const double* volts, std::size_t n, double sampleRat
         for (int k = 0; k < bins; ++k) {
             // Single-sided RMS, corrected for the window's coherent gain:
             // DC is its own level, every other bin counts twice, over root 2.
-            const double magnitude = std::hypot(p.out[k][0], p.out[k][1]) / sum;
-            const double rms = k == 0 ? magnitude : std::numbers::sqrt2 * magnitude;
-            power[static_cast<std::size_t>(k)] += rms * rms;
+            const double squared =
+                (p.out[k][0] * p.out[k][0] + p.out[k][1] * p.out[k][1]) / (sum * sum);
+            power[static_cast<std::size_t>(k)] += k == 0 ? squared : 2 * squared; // RMS squared
         }
     }
     s.rms.resize(power.size());

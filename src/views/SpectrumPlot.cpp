@@ -64,10 +64,16 @@ QString SpectrumPlot::readout() const {
 }
 
 QRect SpectrumPlot::plotArea() const {
-    const int text = fontMetrics().height();
-    return QRect(8 + fontMetrics().horizontalAdvance("-200dBV"), text + 8,
-                 std::max(10, width() - fontMetrics().horizontalAdvance("-200dBV") - 24),
-                 std::max(10, height() - 3 * text - 14));
+    // Kept for the size: measuring the label text on every call cost more
+    // than the whole trace.
+    if (areaFor_ != size()) {
+        const QFontMetrics fm = fontMetrics();
+        const int text = fm.height(), labels = fm.horizontalAdvance("-200dBV");
+        area_ = QRect(8 + labels, text + 8, std::max(10, width() - labels - 24),
+                      std::max(10, height() - 3 * text - 14));
+        areaFor_ = size();
+    }
+    return area_;
 }
 
 double SpectrumPlot::xOf(double hz) const {
@@ -86,39 +92,61 @@ double SpectrumPlot::levelTop() const {
     return std::ceil(top / kDbPerDivision) * kDbPerDivision + kDbPerDivision;
 }
 
+void SpectrumPlot::paintBackground(QPainter& painter) {
+    const double top = levelTop();
+    const QString key = QString("%1x%2 %3 %4 %5")
+                            .arg(width())
+                            .arg(height())
+                            .arg(view_.from, 0, 'g', 12)
+                            .arg(view_.to, 0, 'g', 12)
+                            .arg(top);
+    if (key != backgroundKey_ || background_.size() != size()) {
+        background_ = QPixmap(size());
+        background_.fill(Qt::black);
+        QPainter p(&background_);
+        const QRect a = plotArea();
+        const QFontMetrics fm = fontMetrics();
+        for (int d = 0; d <= kLevelDivisions; ++d) {
+            const double db = top - d * kDbPerDivision;
+            const int y =
+                static_cast<int>(std::round(a.top() + double(d) / kLevelDivisions * a.height()));
+            p.setPen(kGrid);
+            p.drawLine(a.left(), y, a.right(), y);
+            p.setPen(kText);
+            const QString label = QString::number(db, 'f', 0) + "dBV";
+            p.drawText(a.left() - fm.horizontalAdvance(label) - 4, y + fm.ascent() / 2, label);
+        }
+        // As many divisions as their labels have room for, ten at the most.
+        const int room = fm.horizontalAdvance("88.888MHz") + 12;
+        for (double f : AxisTicks(view_, std::clamp(a.width() / room, 2, 10))) {
+            const int x = static_cast<int>(std::round(xOf(f)));
+            p.setPen(kGrid);
+            p.drawLine(x, a.top(), x, a.bottom());
+            p.setPen(kText);
+            const QString label = FrequencyText(f);
+            const int w = fm.horizontalAdvance(label);
+            p.drawText(std::clamp(x - w / 2, 0, width() - w), a.bottom() + fm.height() + 2, label);
+        }
+        p.setPen(kText);
+        p.drawRect(a);
+        backgroundKey_ = key;
+    }
+    painter.drawPixmap(0, 0, background_);
+}
+
 void SpectrumPlot::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    p.fillRect(rect(), Qt::black);
+    paint(p);
+}
+
+void SpectrumPlot::paint(QPainter& p) {
+    paintBackground(p);
     const QRect a = plotArea();
     const QFontMetrics fm = fontMetrics();
     const double top = levelTop();
     auto yOf = [&](double db) {
         return a.top() + (top - db) / (kLevelDivisions * kDbPerDivision) * a.height();
     };
-    // Grid and axes.
-    p.setPen(kGrid);
-    for (int d = 0; d <= kLevelDivisions; ++d) {
-        const double db = top - d * kDbPerDivision;
-        const int y = static_cast<int>(std::round(yOf(db)));
-        p.setPen(kGrid);
-        p.drawLine(a.left(), y, a.right(), y);
-        p.setPen(kText);
-        const QString label = QString::number(db, 'f', 0) + "dBV";
-        p.drawText(a.left() - fm.horizontalAdvance(label) - 4, y + fm.ascent() / 2, label);
-    }
-    // As many divisions as their labels have room for, ten at the most.
-    const int room = fm.horizontalAdvance("88.888MHz") + 12;
-    for (double f : AxisTicks(view_, std::clamp(a.width() / room, 2, 10))) {
-        const int x = static_cast<int>(std::round(xOf(f)));
-        p.setPen(kGrid);
-        p.drawLine(x, a.top(), x, a.bottom());
-        p.setPen(kText);
-        const QString label = FrequencyText(f);
-        const int w = fm.horizontalAdvance(label);
-        p.drawText(std::clamp(x - w / 2, 0, width() - w), a.bottom() + fm.height() + 2, label);
-    }
-    p.setPen(kText);
-    p.drawRect(a);
     if (spectrum_.empty()) return;
     // The trace: the highest bin of each pixel column, so no peak is lost at any zoom.
     p.setClipRect(a);

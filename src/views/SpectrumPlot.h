@@ -8,6 +8,7 @@
 // marker, a double-click shows the whole spectrum again.
 #include "views/Spectrum.h"
 
+#include <QPixmap>
 #include <QWidget>
 
 class SpectrumPlot : public QWidget {
@@ -31,6 +32,7 @@ public:
     QRect plotArea() const;
     double xOf(double hz) const;
     double hzAt(double x) const;
+    void paint(QPainter& p); // what a paint event draws, onto any painter of the widget's size
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -42,6 +44,13 @@ protected:
 
 private:
     double levelTop() const; // dBV at the plot's top edge
+    // The grid and the axes' labels, drawn again only when the size, the
+    // view or the level axis change (shaping their texts is most of a paint).
+    void paintBackground(QPainter& p);
+    QPixmap background_;
+    mutable QSize areaFor_;
+    mutable QRect area_;
+    QString backgroundKey_;
     Spectrum spectrum_;
     SpectrumView view_;
     Tone peak_, marker_;
