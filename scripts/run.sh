@@ -12,7 +12,9 @@ sim="$build/sim/nq4000l-sim"
 
 rundir="${XDG_RUNTIME_DIR:-/tmp}"
 serial_link="$rundir/nq4000l-sim-ttyS0"
-"$sim" --rs232 --serial-link "$serial_link" &
+# Measures that spread a little from one refresh to the next, as a real
+# signal's do, so the Measure window's statistics have something to show.
+"$sim" --rs232 --serial-link "$serial_link" --jitter 0.5 &
 sim_pid=$!
 trap 'kill $sim_pid 2>/dev/null || true' EXIT INT TERM
 sleep 0.3

@@ -6,6 +6,7 @@
 #include "Screen.h"
 
 #include <algorithm>
+#include <random>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -832,7 +833,12 @@ Reply Instrument::measure(const std::string& word, const std::string& arg) {
         if (!on(":CHANNEL" + std::to_string(channel) + ":DISPLAY")) return Reply::Text("*****");
         const Measurement r =
             MeasureSignal(gen_[channel], static_cast<Measure>(m), 12 * number(":TIMEBASE:SCALE"));
-        return Reply::Text(r.valid ? FloatText(r.value) : "*****");
+        double value = r.value;
+        if (faults_.jitter > 0) { // a real signal's measures spread from one refresh to the next
+            static std::mt19937 noise(12345);
+            value *= 1 + std::normal_distribution<double>(0, faults_.jitter)(noise);
+        }
+        return Reply::Text(r.valid ? FloatText(value) : "*****");
     }
     return {};
 }

@@ -51,6 +51,7 @@ struct Faults {
     bool silent = false;         // nothing is answered
     bool garbage = false;        // replies are noise
     bool truncateBlocks = false; // blocks carry half their payload
+    double jitter = 0;           // measured values vary by this fraction (a standard deviation)
 };
 
 class Instrument {

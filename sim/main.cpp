@@ -5,6 +5,7 @@
 #include "Simulator.h"
 
 #include <csignal>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -52,6 +53,7 @@ void usage() {
         "  --garbage             answer noise\n"
         "  --truncate-blocks     send half of every binary block\n"
         "  --log                 print every command received, with its time\n"
+        "  --jitter PERCENT      measured values spread by this much (a standard deviation)\n"
         "\n"
         "Files (write, then exit):\n"
         "  --write-rcd PATH      a frame record; with --frames N (100), --channel 1|2\n"
@@ -143,6 +145,16 @@ int main(int argc, char** argv) {
                 return fail("bad signal " + signal);
         } else if (a == "--latency")
             faults.latencyMs = number("milliseconds");
+        else if (a == "--jitter") {
+            const std::string v = next("a percentage");
+            double percent = -1;
+            const auto r = std::from_chars(v.data(), v.data() + v.size(), percent);
+            if (r.ec != std::errc() || r.ptr != v.data() + v.size() || percent < 0) {
+                std::fprintf(stderr, "nq4000l-sim: --jitter wants a percentage, not %s\n", v.c_str());
+                return 2;
+            }
+            faults.jitter = percent / 100.0;
+        }
         else if (a == "--drop-at")
             faults.dropAtCommand = number("a command count");
         else if (a == "--silent")
