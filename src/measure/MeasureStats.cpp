@@ -42,6 +42,13 @@ QString StatText(const MeasureRow& row, double value) {
     return FormatLimit(row.family, value).joined;
 }
 
+QStringList StatFigures(const MeasureRow& row, const MeasureStat& stat) {
+    QStringList figures;
+    for (double v : {stat.current, stat.min, stat.max, stat.mean, stat.stddev()})
+        figures << (stat.count > 0 ? PointForm(StatText(row, v)) : QString());
+    return figures;
+}
+
 QByteArray MeasureStatsExportBytes(const MeasureRecord& rec, const MeasureStats& stats) {
     const QString crlf = QStringLiteral("\r\n");
     const bool zh = CaptionLanguage() == kLanguageChinese;

@@ -33,6 +33,9 @@ struct MeasureStats {
 void AddRefresh(MeasureStats& stats, const MeasureRecord& rec);
 // A statistic as the list shows it, in the measure's own unit picture.
 QString StatText(const MeasureRow& row, double value);
+// The five figures of a measure (current, minimum, maximum, mean, standard
+// deviation) as texts with a point, or five empty ones before any value.
+QStringList StatFigures(const MeasureRow& row, const MeasureStat& stat);
 // The second export: the described heading and settings line, then per
 // measure its value, minimum, maximum, mean, standard deviation, count and
 // pass/fail counts, tab-separated, CR LF.

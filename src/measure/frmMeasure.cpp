@@ -328,15 +328,8 @@ void frmMeasure::dispStatistics() {
     for (const MeasureRow& row : MeasureRows()) {
         const MeasureStat& st = stats_.items[static_cast<std::size_t>(row.slot)];
         QStringList cells{MeasureRowName(row)};
-        if (st.count > 0)
-            for (double v : {st.current, st.min, st.max, st.mean, st.stddev()})
-                cells << ShownForm(StatText(row, v)); // the value column's decimal sign
-        else
-            cells << ""
-                  << ""
-                  << ""
-                  << ""
-                  << "";
+        for (const QString& figure : StatFigures(row, st))
+            cells << ShownForm(figure); // the value column's decimal sign
         cells << QString::number(st.count)
               << (st.passed + st.failed > 0 ? QString("%1/%2").arg(st.passed).arg(st.failed)
                                             : QString());

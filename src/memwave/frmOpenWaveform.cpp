@@ -3,9 +3,9 @@
 
 #include "export/CaptureExport.h"
 #include "shared/Icons.h"
+#include "views/AnalyserPane.h"
 #include "views/DecodePane.h"
 #include "views/Exports.h"
-#include "views/SpectrumPane.h"
 
 #include "memwave/CsvExport.h"
 #include "memwave/WaveformFile.h"
@@ -262,7 +262,7 @@ void frmOpenWaveform::buildControls() {
     decode_->changed = [this] { redraw(); };
     decode_->hide(); // until the first decode
     // The spectrum of what the screen shows, at the capture's own resolution.
-    spectrum_ = new SpectrumPane;
+    spectrum_ = new AnalyserPane;
     spectrum_->samples = [this](int channel, std::vector<double>& volts, double& rate,
                                 QString& note) {
         const MemoryRecord& r = record();
@@ -338,15 +338,10 @@ void frmOpenWaveform::applyCaptions(int index) {
         chinese() ? QString::fromUtf8("为 PulseView、sigrok-cli、GTKWave 或 NumPy 导出")
                   : QStringLiteral("For PulseView, sigrok-cli, GTKWave or NumPy"));
     cmdPulseView_->setText(QStringLiteral("PulseView"));
-    cmdDecode_->setText(chinese() ? QString::fromUtf8("解码...") : QStringLiteral("Decode..."));
-    cmdDecode_->setToolTip(chinese() ? QString::fromUtf8("逻辑通道的协议解码（UART、I2C、SPI ...）")
-                                     : QStringLiteral("Protocol decoding of the logic channels "
-                                                      "(UART, I2C, SPI ...)"));
-    decode_->applyCaptions();
-    spectrum_->applyCaptions();
-    cmdSpectrum_->setText(chinese() ? QString::fromUtf8("频谱") : QStringLiteral("Spectrum"));
-    cmdSpectrum_->setToolTip(chinese() ? QString::fromUtf8("可见范围的频谱分析")
-                                       : QStringLiteral("The spectrum of the range shown"));
+    decode_->applyCaptions(cmdDecode_);
+    spectrum_->applyCaptions(cmdSpectrum_, chinese()
+                                               ? QString::fromUtf8("可见范围的频谱分析")
+                                               : QStringLiteral("The spectrum of the range shown"));
     cmdPulseView_->setToolTip(OpenInPulseViewText());
     timeBox_->setTitle(text("labTimeDiv"));
     voltBox_->setTitle(TreeLabel("Volt/Div"));

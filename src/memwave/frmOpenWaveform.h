@@ -24,7 +24,7 @@ class QScrollArea;
 class QToolButton;
 class WavePicture;
 class DecodePane;
-class SpectrumPane;
+class AnalyserPane;
 class QSplitter;
 namespace decode {
 struct PixelScale;
@@ -72,7 +72,7 @@ public:
     void Decode_Click(); // the decoder dialog; its OK decodes the capture
     void CentreOnSample(std::int64_t sample);
     DecodePane* decodePane() const { return decode_; }
-    SpectrumPane* spectrumPane() const { return spectrum_; }
+    AnalyserPane* spectrumPane() const { return spectrum_; }
     void Spectrum_Click(bool on); // the analyser under the picture, over the visible range
 
     double ZoomFactor() const { return zoom_; }
@@ -129,7 +129,7 @@ private:
     QToolButton* cmdPulseView_ = nullptr; // Open in PulseView
     QToolButton* cmdDecode_ = nullptr;
     QToolButton* cmdSpectrum_ = nullptr;
-    SpectrumPane* spectrum_ = nullptr;
+    AnalyserPane* spectrum_ = nullptr;
     DecodePane* decode_ = nullptr;
     QSplitter* split_ = nullptr;
     QBoxLayout* controls_ = nullptr; // the ladders: side by side, or stacked when narrow

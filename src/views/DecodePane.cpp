@@ -176,7 +176,12 @@ DecodePane::DecodePane(const QString& kind, QWidget* parent)
 
 DecodePane::~DecodePane() = default;
 
-void DecodePane::applyCaptions() {
+void DecodePane::applyCaptions(QToolButton* opener) {
+    if (opener) {
+        opener->setText(say("Decode...", "解码..."));
+        opener->setToolTip(say("Protocol decoding of the logic channels (UART, I2C, SPI ...)",
+                               "逻辑通道的协议解码（UART、I2C、SPI ...）"));
+    }
     title_->setText("<b>" + say("Decode", "解码") + "</b>");
     setupButton_->setText(say("Decoders...", "解码器..."));
     export_->setText("CSV");

@@ -42,7 +42,8 @@ public:
     const decode::DecodeSetup& setup() const { return setup_; }
     const decode::DecodeResult& result() const { return result_; }
     bool running() const { return task_.running(); }
-    void applyCaptions();
+    // The pane's texts, and those of the window's button that opens it.
+    void applyCaptions(QToolButton* opener = nullptr);
 
     // The rows under the picture: their height, drawing and clicks.
     static constexpr int kRowHeight = 30;

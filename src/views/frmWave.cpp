@@ -3,9 +3,9 @@
 
 #include "export/CaptureExport.h"
 #include "shared/Icons.h"
+#include "views/AnalyserPane.h"
 #include "views/DecodePane.h"
 #include "views/Exports.h"
-#include "views/SpectrumPane.h"
 
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
@@ -314,7 +314,7 @@ void frmWave::buildControls() {
     };
     decode_->hide();
     // The spectrum analyser of the fetched screen, under the picture.
-    spectrum_ = new SpectrumPane;
+    spectrum_ = new AnalyserPane;
     spectrum_->samples = [this](int channel, std::vector<double>& volts, double& rate, QString&) {
         const WaveRecord& r = record();
         if (!r.Loaded || !(channel == 1 ? r.ShowCh1 : r.ShowCh2)) return false;
@@ -356,14 +356,9 @@ void frmWave::applyCaptions(int index) {
     ChkCH_[2]->setText(chinese() ? QString::fromUtf8("数学") : QStringLiteral("Math"));
     cmdCapture_->setText(chinese() ? QString::fromUtf8("采集...") : QStringLiteral("Capture..."));
     cmdCapture_->setToolTip(ExportCaptureText());
-    cmdDecode_->setText(chinese() ? QString::fromUtf8("解码...") : QStringLiteral("Decode..."));
-    cmdDecode_->setToolTip(chinese() ? QString::fromUtf8("逻辑通道的协议解码（UART、I2C、SPI ...）")
-                                     : QStringLiteral("Protocol decoding of the logic channels "
-                                                      "(UART, I2C, SPI ...)"));
-    decode_->applyCaptions();
-    spectrum_->applyCaptions();
-    cmdSpectrum_->setText(chinese() ? QString::fromUtf8("频谱") : QStringLiteral("Spectrum"));
-    cmdSpectrum_->setToolTip(chinese() ? QString::fromUtf8("屏幕数据的频谱分析")
+    decode_->applyCaptions(cmdDecode_);
+    spectrum_->applyCaptions(cmdSpectrum_,
+                             chinese() ? QString::fromUtf8("屏幕数据的频谱分析")
                                        : QStringLiteral("The spectrum of the fetched screen"));
     BestFitChk_->setText(text("cmdBestFit"));
     GridCheck_->setText(text("chkGrid"));

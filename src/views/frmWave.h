@@ -54,7 +54,7 @@ bool CommitZoomBox(QComboBox* box, double& zoom, CursorSet& cursors);
 void AddYChannelMenu(QWidget* picture, CursorSet& cursors, std::function<void()> changed);
 
 class DecodePane;
-class SpectrumPane;
+class AnalyserPane;
 namespace decode {
 struct PixelScale;
 }
@@ -89,7 +89,7 @@ public:
     // The picture as shown (for export, and for tests).
     const QImage& picture() const;
     DecodePane* decodePane() const { return decode_; }
-    SpectrumPane* spectrumPane() const { return spectrum_; }
+    AnalyserPane* spectrumPane() const { return spectrum_; }
     QCheckBox* sourceBox(int index) const;
     QComboBox* zoomCombo() const { return ZoomCombo_; }
     QToolButton* refreshButton() const { return cmdRefresh_; }
@@ -118,7 +118,7 @@ private:
     QToolButton* cmdCapture_ = nullptr; // the screen for other tools
     QToolButton* cmdDecode_ = nullptr;
     QToolButton* cmdSpectrum_ = nullptr;
-    SpectrumPane* spectrum_ = nullptr;
+    AnalyserPane* spectrum_ = nullptr;
     DecodePane* decode_ = nullptr;
     QToolButton* cmdRefresh_ = nullptr;
     std::array<QCheckBox*, 4> ChkCH_{};

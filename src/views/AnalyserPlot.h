@@ -6,15 +6,15 @@
 // first five harmonics, and a second marker with its delta. The wheel zooms
 // about the pointer, a dragged box zooms to it, a click puts the second
 // marker, a double-click shows the whole spectrum again.
-#include "views/Spectrum.h"
+#include "views/Analyser.h"
 
 #include <QPixmap>
 #include <QWidget>
 
-class SpectrumPlot : public QWidget {
+class AnalyserPlot : public QWidget {
     Q_OBJECT
 public:
-    explicit SpectrumPlot(QWidget* parent = nullptr);
+    explicit AnalyserPlot(QWidget* parent = nullptr);
     // A new spectrum; the view stays when it still fits (a refresh), else it is the whole.
     void setSpectrum(const Spectrum& s);
     const Spectrum& spectrum() const { return spectrum_; }

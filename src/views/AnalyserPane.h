@@ -4,7 +4,7 @@
 // function, how many blocks to average, and the plot. The window that holds
 // it supplies the samples (the fetched screen, or the visible range of a
 // deep capture) and calls Refresh when they change.
-#include "views/SpectrumPlot.h"
+#include "views/AnalyserPlot.h"
 
 #include <QWidget>
 #include <functional>
@@ -15,10 +15,10 @@ class QLabel;
 class QSpinBox;
 class QToolButton;
 
-class SpectrumPane : public QWidget {
+class AnalyserPane : public QWidget {
     Q_OBJECT
 public:
-    explicit SpectrumPane(QWidget* parent = nullptr);
+    explicit AnalyserPane(QWidget* parent = nullptr);
     // The samples of a channel (1 or 2) in volts and their rate; false when
     // there are none. A note ("the middle 1,048,576 of ...") may be set.
     std::function<bool(int channel, std::vector<double>& volts, double& rate, QString& note)>
@@ -27,11 +27,13 @@ public:
     // Shown under the picture (two fifths of the splitter's height the first
     // time, the user's division after) and refreshed; or hidden.
     void setShown(bool on);
-    SpectrumPlot* plot() const { return plot_; }
+    AnalyserPlot* plot() const { return plot_; }
     QComboBox* channelBox() const { return channel_; }
     QComboBox* windowBox() const { return window_; }
     QSpinBox* averagesBox() const { return averages_; }
-    void applyCaptions();
+    // The pane's texts, and those of the window's button that shows it
+    // (whose tool tip says what the window analyses).
+    void applyCaptions(QToolButton* opener = nullptr, const QString& tip = QString());
 
 private:
     QComboBox* channel_;
@@ -40,6 +42,6 @@ private:
     QToolButton* reset_;
     QLabel* note_;
     QLabel* averageLabel_;
-    SpectrumPlot* plot_;
+    AnalyserPlot* plot_;
     bool placed_ = false;
 };

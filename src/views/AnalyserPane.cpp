@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "views/SpectrumPane.h"
+#include "views/AnalyserPane.h"
 
 #include "shared/LoadLanguage.h"
 
@@ -18,11 +18,11 @@ QString say(const char* english, const char* chinese) {
 }
 } // namespace
 
-SpectrumPane::SpectrumPane(QWidget* parent)
+AnalyserPane::AnalyserPane(QWidget* parent)
     : QWidget(parent), channel_(new QComboBox), window_(new QComboBox), averages_(new QSpinBox),
       reset_(new QToolButton), note_(new QLabel), averageLabel_(new QLabel),
-      plot_(new SpectrumPlot) {
-    setObjectName("SpectrumPane");
+      plot_(new AnalyserPlot) {
+    setObjectName("AnalyserPane");
     channel_->setObjectName("spectrumChannel");
     window_->setObjectName("spectrumWindow");
     averages_->setObjectName("spectrumAverages");
@@ -47,10 +47,14 @@ SpectrumPane::SpectrumPane(QWidget* parent)
     connect(channel_, &QComboBox::currentIndexChanged, this, refresh);
     connect(window_, &QComboBox::currentIndexChanged, this, refresh);
     connect(averages_, &QSpinBox::valueChanged, this, refresh);
-    connect(reset_, &QToolButton::clicked, plot_, &SpectrumPlot::resetView);
+    connect(reset_, &QToolButton::clicked, plot_, &AnalyserPlot::resetView);
 }
 
-void SpectrumPane::applyCaptions() {
+void AnalyserPane::applyCaptions(QToolButton* opener, const QString& tip) {
+    if (opener) {
+        opener->setText(say("Spectrum", "频谱"));
+        opener->setToolTip(tip);
+    }
     const int chosen = window_->currentIndex();
     window_->clear();
     window_->addItems(CaptionLanguage() == kLanguageChinese
@@ -67,7 +71,7 @@ void SpectrumPane::applyCaptions() {
                           "双击：全频宽"));
 }
 
-void SpectrumPane::Refresh() {
+void AnalyserPane::Refresh() {
     if (!samples || window_->currentIndex() < 0) return;
     std::vector<double> volts;
     double rate = 0;
@@ -85,7 +89,7 @@ void SpectrumPane::Refresh() {
                    FrequencyText(s.binHz));
 }
 
-void SpectrumPane::setShown(bool on) {
+void AnalyserPane::setShown(bool on) {
     setVisible(on);
     if (!on) return;
     if (auto* split = qobject_cast<QSplitter*>(parentWidget()); split && !placed_) {

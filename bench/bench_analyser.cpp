@@ -4,8 +4,8 @@
 // view), the plot's paint, and one refresh added to the statistics.
 #include "BenchSupport.h"
 #include "measure/MeasureStats.h"
-#include "views/Spectrum.h"
-#include "views/SpectrumPlot.h"
+#include "views/Analyser.h"
+#include "views/AnalyserPlot.h"
 
 #include <QApplication>
 #include <QImage>
@@ -27,7 +27,7 @@ int main(int argc, char** argv) {
     std::printf("spectrum of 1,048,576 points, Hanning: %.1f ms (target at most 30)\n", fft);
     ReportFigure("spectrum of 1 M points with a window", "ms", 30, fft);
 
-    SpectrumPlot plot;
+    AnalyserPlot plot;
     plot.resize(1000, 400);
     plot.setSpectrum(s);
     QImage image(plot.size(), QImage::Format_RGB32);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "views/SpectrumPlot.h"
+#include "views/AnalyserPlot.h"
 
 #include "shared/Picture.h"
 
@@ -15,12 +15,12 @@ const QColor kTrace(255, 200, 40), kGrid(70, 70, 70), kText(200, 200, 200), kMar
     kHarmonic(255, 120, 200), kSecond(120, 255, 120);
 } // namespace
 
-SpectrumPlot::SpectrumPlot(QWidget* parent) : QWidget(parent) {
-    setObjectName("SpectrumPlot");
+AnalyserPlot::AnalyserPlot(QWidget* parent) : QWidget(parent) {
+    setObjectName("AnalyserPlot");
     setMinimumSize(320, 180);
 }
 
-void SpectrumPlot::setSpectrum(const Spectrum& s) {
+void AnalyserPlot::setSpectrum(const Spectrum& s) {
     const bool same =
         !spectrum_.empty() && s.sampleRate == spectrum_.sampleRate && s.length == spectrum_.length;
     spectrum_ = s;
@@ -31,27 +31,27 @@ void SpectrumPlot::setSpectrum(const Spectrum& s) {
     update();
 }
 
-void SpectrumPlot::setView(const SpectrumView& v) {
+void AnalyserPlot::setView(const SpectrumView& v) {
     view_ = v;
     update();
 }
 
-void SpectrumPlot::resetView() {
+void AnalyserPlot::resetView() {
     setView(FullView(spectrum_));
 }
 
-void SpectrumPlot::placeMarker(double hz) {
+void AnalyserPlot::placeMarker(double hz) {
     const int half = LobeHalfWidth(spectrum_.window);
     marker_ = FindPeak(spectrum_, hz - half * spectrum_.binHz, hz + half * spectrum_.binHz);
     update();
 }
 
-void SpectrumPlot::clearMarker() {
+void AnalyserPlot::clearMarker() {
     marker_ = Tone();
     update();
 }
 
-QString SpectrumPlot::readout() const {
+QString AnalyserPlot::readout() const {
     if (!peak_.valid()) return QString();
     const double f1 = MarkerFrequency(spectrum_, peak_);
     QString text = "M1 " + FrequencyText(f1) + " " + LevelText(peak_.dbv());
@@ -63,7 +63,7 @@ QString SpectrumPlot::readout() const {
     return text;
 }
 
-QRect SpectrumPlot::plotArea() const {
+QRect AnalyserPlot::plotArea() const {
     // Kept for the size: measuring the label text on every call cost more
     // than the whole trace.
     if (areaFor_ != size()) {
@@ -76,23 +76,23 @@ QRect SpectrumPlot::plotArea() const {
     return area_;
 }
 
-double SpectrumPlot::xOf(double hz) const {
+double AnalyserPlot::xOf(double hz) const {
     const QRect a = plotArea();
     return a.left() + (hz - view_.from) / std::max(view_.span(), 1e-12) * a.width();
 }
 
-double SpectrumPlot::hzAt(double x) const {
+double AnalyserPlot::hzAt(double x) const {
     const QRect a = plotArea();
     return view_.from + (x - a.left()) / a.width() * view_.span();
 }
 
-double SpectrumPlot::levelTop() const {
+double AnalyserPlot::levelTop() const {
     // The peak a division under the top, on a whole division.
     const double top = peak_.valid() ? peak_.dbv() : 0;
     return std::ceil(top / kDbPerDivision) * kDbPerDivision + kDbPerDivision;
 }
 
-void SpectrumPlot::paintBackground(QPainter& painter) {
+void AnalyserPlot::paintBackground(QPainter& painter) {
     const double top = levelTop();
     const QString key = QString("%1x%2 %3 %4 %5")
                             .arg(width())
@@ -134,12 +134,12 @@ void SpectrumPlot::paintBackground(QPainter& painter) {
     painter.drawPixmap(0, 0, background_);
 }
 
-void SpectrumPlot::paintEvent(QPaintEvent*) {
+void AnalyserPlot::paintEvent(QPaintEvent*) {
     QPainter p(this);
     paint(p);
 }
 
-void SpectrumPlot::paint(QPainter& p) {
+void AnalyserPlot::paint(QPainter& p) {
     paintBackground(p);
     const QRect a = plotArea();
     const QFontMetrics fm = fontMetrics();
@@ -189,14 +189,14 @@ void SpectrumPlot::paint(QPainter& p) {
     p.drawText(a.left(), fm.ascent() + 2, readout());
 }
 
-void SpectrumPlot::wheelEvent(QWheelEvent* event) {
+void AnalyserPlot::wheelEvent(QWheelEvent* event) {
     if (spectrum_.empty()) return;
     const double steps = event->angleDelta().y() / 120.0;
     setView(ZoomView(view_, spectrum_, hzAt(event->position().x()), std::pow(0.8, steps)));
     event->accept();
 }
 
-void SpectrumPlot::mousePressEvent(QMouseEvent* event) {
+void AnalyserPlot::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::RightButton) {
         clearMarker();
         return;
@@ -206,13 +206,13 @@ void SpectrumPlot::mousePressEvent(QMouseEvent* event) {
     dragging_ = true;
 }
 
-void SpectrumPlot::mouseMoveEvent(QMouseEvent* event) {
+void AnalyserPlot::mouseMoveEvent(QMouseEvent* event) {
     if (!dragging_) return;
     dragTo_ = event->position().toPoint();
     update();
 }
 
-void SpectrumPlot::mouseReleaseEvent(QMouseEvent* event) {
+void AnalyserPlot::mouseReleaseEvent(QMouseEvent* event) {
     if (!dragging_ || event->button() != Qt::LeftButton) return;
     dragging_ = false;
     const QPoint to = event->position().toPoint();
@@ -231,7 +231,7 @@ void SpectrumPlot::mouseReleaseEvent(QMouseEvent* event) {
     update();
 }
 
-void SpectrumPlot::mouseDoubleClickEvent(QMouseEvent*) {
+void AnalyserPlot::mouseDoubleClickEvent(QMouseEvent*) {
     dragging_ = false;
     resetView();
 }

@@ -2,13 +2,13 @@
 // The spectrum analyser reads a tone's frequency within a bin and its level
 // within 0.1 dB, whatever the window and wherever the tone falls between
 // bins; it finds the harmonics of a square wave; the axis and zoom hold.
-#include "views/Spectrum.h"
+#include "views/Analyser.h"
 
 #include <QTest>
 #include <cmath>
 #include <numbers>
 
-class TestSpectrum : public QObject {
+class TestAnalyser : public QObject {
     Q_OBJECT
 private slots:
     void toneLevelAndFrequency_data();
@@ -17,7 +17,7 @@ private slots:
     void averagingAndAxis();
 };
 
-void TestSpectrum::toneLevelAndFrequency_data() {
+void TestAnalyser::toneLevelAndFrequency_data() {
     QTest::addColumn<int>("window");
     QTest::addColumn<double>("cycles"); // in the block: a whole number sits on a bin
     QTest::addColumn<double>("amplitude");
@@ -27,7 +27,7 @@ void TestSpectrum::toneLevelAndFrequency_data() {
                 << w << cycles << (cycles == 123.25 ? 0.01 : 1.0);
 }
 
-void TestSpectrum::toneLevelAndFrequency() {
+void TestAnalyser::toneLevelAndFrequency() {
     QFETCH(int, window);
     QFETCH(double, cycles);
     QFETCH(double, amplitude);
@@ -50,7 +50,7 @@ void TestSpectrum::toneLevelAndFrequency() {
 
 // A 1 V square wave of 1 kHz: odd harmonics at 4/(pi k) of the amplitude,
 // even ones absent.
-void TestSpectrum::squareWaveHarmonics() {
+void TestAnalyser::squareWaveHarmonics() {
     const int n = 100000;
     const double rate = 1e6;
     std::vector<double> v(n);
@@ -77,7 +77,7 @@ void TestSpectrum::squareWaveHarmonics() {
     QVERIFY(std::abs((f.dbv() - h[1].dbv()) - 20 * std::log10(3.0)) < 0.2);
 }
 
-void TestSpectrum::averagingAndAxis() {
+void TestAnalyser::averagingAndAxis() {
     std::vector<double> v(40000);
     for (std::size_t i = 0; i < v.size(); ++i)
         v[i] = std::sin(2 * std::numbers::pi * 0.01 * static_cast<double>(i));
@@ -101,5 +101,5 @@ void TestSpectrum::averagingAndAxis() {
     QCOMPARE(FrequencyText(250), QString("250.0Hz"));
 }
 
-QTEST_MAIN(TestSpectrum)
-#include "tst_spectrum.moc"
+QTEST_MAIN(TestAnalyser)
+#include "tst_analyser.moc"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "views/Spectrum.h"
+#include "views/Analyser.h"
 
 #include "shared/Picture.h"
 

@@ -10,7 +10,7 @@
 #include "memwave/WaveformFile.h"
 #include "shared/StringRES.h"
 #include "sheet/SheetRecords.h"
-#include "views/Spectrum.h"
+#include "views/Analyser.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
