@@ -23,6 +23,7 @@
 
 #include <QDialog>
 #include <QLineEdit>
+#include <QProcess>
 #include <QScrollArea>
 #include <QTableView>
 #include <QTest>
@@ -326,8 +327,23 @@ void TestDecode::theMemoryWaveWindowDecodesAndCentres() {
     QVERIFY(pane->table()->model()->rowCount() > 0);
     // The search narrows the table to the matching annotations.
     pane->searchBox()->setText("4B");
-    QVERIFY(pane->table()->model()->rowCount() >= 1);
-    QVERIFY(pane->table()->model()->rowCount() < 10);
+    const int shown = pane->table()->model()->rowCount();
+    QVERIFY(shown >= 1 && shown < 10);
+    // CSV exports what the search shows; Python's csv module reads it back.
+    const QString csv = tp_->tempPath("annotations.csv");
+    tp_->chosenPaths = {csv};
+    pane->ExportCsv();
+    QProcess python;
+    python.start("/usr/bin/python3",
+                 {"-c",
+                  "import csv,sys; rows=list(csv.DictReader(open(sys.argv[1]))); "
+                  "print(len(rows), rows[0]['decoder'], rows[0]['text'], rows[0]['start sample'])",
+                  csv});
+    QVERIFY(python.waitForFinished(20000));
+    const QList<QByteArray> read = python.readAllStandardOutput().trimmed().split(' ');
+    QCOMPARE(read.value(0).toInt(), shown);
+    QCOMPARE(read.value(1), QByteArray("uart"));
+    QCOMPARE(read.value(2), QByteArray("4B"));
     // Zoom in, then click the "rx-data" row where the 'K' (4B) is drawn.
     MemoryRecords[0].TimeDiv = 2e-5;
     w->Pipeline(PipelinePart::All);
