@@ -2,7 +2,12 @@
 // The spectrum analyser reads a tone's frequency within a bin and its level
 // within 0.1 dB, whatever the window and wherever the tone falls between
 // bins; it finds the harmonics of a square wave; the axis and zoom hold.
+#include "shared/Picture.h"
 #include "views/Analyser.h"
+#include "views/AnalyserPlot.h"
+
+#include <QApplication>
+#include <QWheelEvent>
 
 #include <QTest>
 #include <cmath>
@@ -15,6 +20,7 @@ private slots:
     void toneLevelAndFrequency();
     void squareWaveHarmonics();
     void averagingAndAxis();
+    void markersAndZoomWithTheMouse();
 };
 
 void TestAnalyser::toneLevelAndFrequency_data() {
@@ -99,6 +105,36 @@ void TestAnalyser::averagingAndAxis() {
     QCOMPARE(out.to, full.to);
     QCOMPARE(FrequencyText(1000), QString("1.000kHz"));
     QCOMPARE(FrequencyText(250), QString("250.0Hz"));
+}
+
+// On the plot, with real mouse events: a click near the third harmonic of a
+// square wave puts M2 on it and the read-out gives the delta (9.54 dB under
+// the fundamental); the wheel zooms about the pointer; a double-click shows
+// the whole span again.
+void TestAnalyser::markersAndZoomWithTheMouse() {
+    const int n = 100000;
+    std::vector<double> v(n);
+    for (int i = 0; i < n; ++i)
+        v[static_cast<std::size_t>(i)] = std::fmod(i * 1000.0 / 1e6, 1.0) < 0.5 ? 1 : -1;
+    AnalyserPlot plot;
+    plot.resize(900, 400);
+    plot.setSpectrum(ComputeRmsSpectrum(v.data(), v.size(), 1e6, FftWindow::Hanning));
+    plot.setView({0, 10000});
+    QVERIFY(plot.readout().startsWith("M1 1.000kHz"));
+    const int y = plot.plotArea().center().y();
+    QTest::mouseClick(&plot, Qt::LeftButton, {}, QPoint(static_cast<int>(plot.xOf(3020)), y));
+    QVERIFY(plot.marker().valid());
+    QVERIFY2(plot.readout().contains(QString::fromUtf8("Δ ") + FrequencyText(2000) + " " +
+                                     ShownForm("-9.5")),
+             qPrintable(plot.readout()));
+    const int x = static_cast<int>(plot.xOf(5000));
+    QWheelEvent up(QPointF(x, y), plot.mapToGlobal(QPointF(x, y)), QPoint(), QPoint(0, 120),
+                   Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&plot, &up);
+    QCOMPARE(plot.view().span(), 8000.0);
+    QVERIFY(std::abs(plot.hzAt(x) - 5000) < 20); // the frequency under the pointer stays
+    QTest::mouseDClick(&plot, Qt::LeftButton, {}, QPoint(x, y));
+    QCOMPARE(plot.view().to, FullView(plot.spectrum()).to);
 }
 
 QTEST_MAIN(TestAnalyser)
