@@ -37,7 +37,8 @@ private:
     QString path_;         // the file that is replaced (a link's target)
     QByteArray temporary_; // empty when writing directly
     int fd_ = -1;
-    bool direct_ = false; // a device, a FIFO or standard output
+    bool direct_ = false;   // a device, a FIFO or standard output
+    long long started_ = 0; // bytes whose writing to disk has been started
     QString error_;
 };
 

@@ -35,6 +35,16 @@ namespace {
 class SheetWriter {
 public:
     QByteArray out;
+    // Where the text goes in pieces (a file being written); none: it all stays in out.
+    std::function<bool(const QByteArray&)> sink;
+    bool failed = false;
+    // Hands what is in out to the sink once it is large: the file is written
+    // (and its disk writing starts) while the rest is still being formatted.
+    void spill(bool always = false) {
+        if (!sink || failed || (!always && out.size() < (8 << 20))) return;
+        failed = !sink(out);
+        out.clear();
+    }
     void str(const QString& s) {
         // The format has no escape: a quote inside a text would end it early.
         QString t = s;
@@ -519,8 +529,9 @@ QString DecodeSheetText(const QByteArray& bytes) {
     return platform::DecodeText(bytes);
 }
 
-QByteArray SheetBytes(const std::function<void(int)>& progress) {
-    SheetWriter w;
+namespace {
+
+void writeSheet(SheetWriter& w, const std::function<void(int)>& progress) {
     Write io{w};
     w.str(SheetSignature());
     w.str(SheetName);
@@ -556,6 +567,7 @@ QByteArray SheetBytes(const std::function<void(int)>& progress) {
         w.integers(r.Samples.data(), held);
         for (std::size_t k = held; k < n * 1024; ++k) // a short record is padded with zeros
             w.integer(0);
+        w.spill();
         if (progress) progress(50);
     }
     for (int i = 0; i < DocCount(DocKind::MemoryWave); ++i) {
@@ -572,7 +584,16 @@ QByteArray SheetBytes(const std::function<void(int)>& progress) {
         if (r.Ch2Valid) writeArray(w, r.Ch2Data);
         if (r.LAValid) writeArray(w, r.LAData);
         if (progress) progress(60 + 40 * (i + 1) / std::max(1, DocCount(DocKind::MemoryWave)));
+        w.spill();
     }
+    w.spill(true);
+}
+
+} // namespace
+
+QByteArray SheetBytes(const std::function<void(int)>& progress) {
+    SheetWriter w;
+    writeSheet(w, progress);
     return w.out;
 }
 
@@ -695,8 +716,15 @@ private:
 
 bool SaveSheet(const QString& path) {
     SheetProgress progress(path);
-    const QString error = platform::WriteFileAtomically(path, SheetBytes(progress.callback()));
-    if (error.isEmpty()) return true;
+    platform::AtomicFileWriter file;
+    QString error;
+    if (file.open(path)) {
+        SheetWriter w;
+        w.sink = [&file](const QByteArray& bytes) { return file.write(bytes); };
+        writeSheet(w, progress.callback());
+        if (!w.failed && file.commit()) return true;
+    }
+    error = file.error();
     platform::MsgBox(error, platform::MsgButtons::Ok, platform::MsgIcon::Critical);
     return false;
 }
