@@ -26,6 +26,7 @@
 #include <QPainter>
 #include <QPointer>
 #include <QRadioButton>
+#include <QResizeEvent>
 #include <QShortcut>
 #include <QTimer>
 #include <QToolButton>
@@ -169,6 +170,14 @@ MeasureRecord& frmMeasure::record() const {
     return MeasureRecords[Tag()];
 }
 
+void frmMeasure::resizeEvent(QResizeEvent* event) {
+    DocWindow::resizeEvent(event);
+    // A narrow window keeps every tool whole: icons only, names in the tool tips.
+    const bool narrow = width() < (cmdStats_->isChecked() ? 760 : 520);
+    for (QToolButton* b : {cmdPassFailed_, cmdExport_, cmdStats_, cmdStatsReset_, cmdStatsExport_})
+        b->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+}
+
 void frmMeasure::applyCaptions(int index) {
     if (index != kLanguageChinese && index != kLanguageEnglish) return;
     cmdRefresh_->setText(text("cmdRefresh").trimmed());
@@ -308,6 +317,8 @@ void frmMeasure::ShowStatistics(bool on) {
     cmdStatsExport_->setVisible(on);
     trend_->setVisible(on);
     MeasureView_->setColumnCount(on ? 8 : 5);
+    QResizeEvent same(size(), size());
+    resizeEvent(&same);               // the tools' style for the buttons now shown
     applyCaptions(CaptionLanguage()); // the headings, then the list
     ShowRecord();
 }

@@ -43,6 +43,11 @@ public:
     const MeasureStats& statistics() const { return stats_; }
 
     void ShowRecord() override;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+public:
     bool MayClose() const override;
     void Unload() override;
     void EndAuto();
