@@ -5,11 +5,8 @@
 // the splash, the frame's load and first paint), and the resident memory
 // at that point.
 #include "BenchSupport.h"
-#include "app/frmAbout.h"
 #include "app/frmMain.h"
-#include "platform/MainWindow.h"
 #include "platform/Settings.h"
-#include "shared/LoadLanguage.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -29,18 +26,7 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QTemporaryDir dir;
     platform::SetSettingsDirectory(dir.path());
-    LoadLanguageSetting();
-    ApplyLanguage(LanguageIndex);
-    auto* splash = new frmSplash;
-    splash->show();
-    splash->repaint();
-    QApplication::processEvents();
-    fMainForm = new frmMain;
-    platform::SetMainWindow(fMainForm);
-    fMainForm->Load();
-    splash->close();
-    delete splash;
-    fMainForm->show();
+    StartFrame();
     fMainForm->repaint();
     QApplication::processEvents();
     const double shown = clock.nsecsElapsed() / 1e6;

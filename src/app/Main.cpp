@@ -51,15 +51,7 @@ bool answeredWithoutWindow(int argc, char** argv, int* status) {
 
 } // namespace
 
-int Main(int argc, char** argv) {
-    int status = 0;
-    if (answeredWithoutWindow(argc, argv, &status)) return status;
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(kAppTitle);
-    QApplication::setApplicationVersion(kVersionText);
-    QApplication::setWindowIcon(OwnIcon("korvane"));
-    QGuiApplication::setDesktopFileName("korvane");
-
+void StartFrame() {
     LoadLanguageSetting(); // first, so the splash speaks the chosen language
     ApplyLanguage(LanguageIndex);
     auto* splash = new frmSplash;
@@ -69,11 +61,23 @@ int Main(int argc, char** argv) {
 
     fMainForm = new frmMain;
     platform::SetMainWindow(fMainForm);
-    fMainForm->setAttribute(Qt::WA_DeleteOnClose);
     fMainForm->Load();
     splash->close();
     delete splash;
     fMainForm->show();
+}
+
+int Main(int argc, char** argv) {
+    int status = 0;
+    if (answeredWithoutWindow(argc, argv, &status)) return status;
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(kAppTitle);
+    QApplication::setApplicationVersion(kVersionText);
+    QApplication::setWindowIcon(OwnIcon("korvane"));
+    QGuiApplication::setDesktopFileName("korvane");
+
+    StartFrame();
+    fMainForm->setAttribute(Qt::WA_DeleteOnClose);
     // Asked to end by a signal: the same end as File > Exit, without questions
     // (no one may be there to answer them): settings saved, keys unlocked,
     // link closed.

@@ -117,3 +117,6 @@ extern frmMain* fMainForm;
 
 // The entry point: language, splash, frame, event loop.
 int Main(int argc, char** argv);
+// Main's start before its event loop: the language, the splash, the frame
+// loaded and shown (fMainForm).
+void StartFrame();

@@ -260,7 +260,6 @@ void frmOpenWaveform::buildControls() {
     };
     decode_->centreOn = [this](std::int64_t sample) { CentreOnSample(sample); };
     decode_->changed = [this] { redraw(); };
-    decode_->hide(); // until the first decode
     // The spectrum of what the screen shows, at the capture's own resolution.
     spectrum_ = new AnalyserPane;
     spectrum_->samples = [this](int channel, std::vector<double>& volts, double& rate,
@@ -284,17 +283,7 @@ void frmOpenWaveform::buildControls() {
         rate = t.sampleRate;
         return !volts.empty();
     };
-    spectrum_->hide();
-    auto* pictures = new QSplitter(Qt::Vertical);
-    pictures->addWidget(BackPic_);
-    pictures->addWidget(spectrum_);
-    pictures->setStretchFactor(0, 3); // the picture keeps the larger part
-    pictures->setStretchFactor(1, 2);
-    split_ = new QSplitter;
-    split_->addWidget(pictures);
-    split_->addWidget(decode_);
-    split_->setStretchFactor(0, 3);
-    split_->setStretchFactor(1, 1);
+    split_ = PictureArea(BackPic_, spectrum_, decode_);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(tools);

@@ -99,3 +99,19 @@ void AnalyserPane::setShown(bool on) {
     }
     Refresh();
 }
+
+QSplitter* PictureArea(QWidget* picture, AnalyserPane* analyser, QWidget* decode) {
+    analyser->hide();
+    decode->hide();
+    auto* pictures = new QSplitter(Qt::Vertical);
+    pictures->addWidget(picture);
+    pictures->addWidget(analyser);
+    pictures->setStretchFactor(0, 3); // the picture keeps the larger part
+    pictures->setStretchFactor(1, 2);
+    auto* split = new QSplitter;
+    split->addWidget(pictures);
+    split->addWidget(decode);
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 1);
+    return split;
+}

@@ -11,6 +11,7 @@
 #include <vector>
 
 class QComboBox;
+class QSplitter;
 class QLabel;
 class QSpinBox;
 class QToolButton;
@@ -45,3 +46,8 @@ private:
     AnalyserPlot* plot_;
     bool placed_ = false;
 };
+
+// A picture window's area: the picture with the analyser under it (hidden
+// until asked for), and the decode pane beside both (hidden too). Returns
+// the outer splitter to put in the window's layout.
+QSplitter* PictureArea(QWidget* picture, AnalyserPane* analyser, QWidget* decode);

@@ -312,7 +312,6 @@ void frmWave::buildControls() {
         redraw();
         Form_Resize(); // the rows take room under the screen
     };
-    decode_->hide();
     // The spectrum analyser of the fetched screen, under the picture.
     spectrum_ = new AnalyserPane;
     spectrum_->samples = [this](int channel, std::vector<double>& volts, double& rate, QString&) {
@@ -322,17 +321,7 @@ void frmWave::buildControls() {
         rate = ScreenSampleRate(r);
         return !volts.empty() && rate > 0;
     };
-    spectrum_->hide();
-    auto* pictures = new QSplitter(Qt::Vertical);
-    pictures->addWidget(BackPic_);
-    pictures->addWidget(spectrum_);
-    pictures->setStretchFactor(0, 3); // the picture keeps the larger part
-    pictures->setStretchFactor(1, 2);
-    auto* split = new QSplitter;
-    split->addWidget(pictures);
-    split->addWidget(decode_);
-    split->setStretchFactor(0, 3);
-    split->setStretchFactor(1, 1);
+    QSplitter* split = PictureArea(BackPic_, spectrum_, decode_);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
