@@ -298,7 +298,7 @@ FrontPanel::FrontPanel(bool keyboardOnly, QWidget* parent)
     auto* layout = new QGridLayout(this);
     layout->setSpacing(6);
     layout->setContentsMargins(6, 6, 6, 6);
-    auto section = [this](const char* group) {
+    auto section = [](const char* group) {
         auto* box = new QGroupBox;
         box->setObjectName(QString("grp") + group);
         return box;

@@ -130,6 +130,7 @@ public:
     // not all there or one does not read; the caller then reads them one by
     // one, which says what is wrong where.
     template <typename T> bool integerLines(T* out, std::size_t n) {
+        if (n == 0) return true;
         const std::size_t cores =
             std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 8);
         const std::size_t share = (n + cores - 1) / cores;
@@ -485,12 +486,15 @@ template <typename T> void writeArray(SheetWriter& w, const std::vector<T>& a) {
     w.integers(a.data(), a.size());
 }
 
+// Runs this long and longer are read over the cores; shorter ones one by one.
+constexpr std::size_t kParallelRun = 1 << 18;
+
 template <typename T> void readArray(SheetReader& r, std::vector<T>& a, std::int64_t bound) {
     const auto n = r.integer<std::int32_t>();
     if (n < 0 || n > bound) throw SheetFault("Overflow");
     if (n > r.remaining()) throw SheetFault("Input past end of file");
     a.assign(static_cast<std::size_t>(n), 0);
-    if (n >= (1 << 18) && r.integerLines(a.data(), a.size())) return;
+    if (a.size() >= kParallelRun && r.integerLines(a.data(), a.size())) return;
     for (auto& v : a)
         v = r.integer<T>();
 }
@@ -656,7 +660,7 @@ SheetRead ParseSheet(const QByteArray& file, QString* error,
             if (n < 0 || n * 1024 > kRecordSamplesBound) throw SheetFault("Subscript out of range");
             if (n * 1024 > r.remaining()) throw SheetFault("Input past end of file");
             std::vector<std::int16_t> samples(static_cast<std::size_t>(n * 1024));
-            if (!r.integerLines(samples.data(), samples.size()))
+            if (samples.size() < kParallelRun || !r.integerLines(samples.data(), samples.size()))
                 for (auto& v : samples)
                     v = r.integer<std::int16_t>();
             rec.Samples = std::move(samples); // into the record once the block is whole
