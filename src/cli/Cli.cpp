@@ -26,7 +26,9 @@
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
+#include <climits>
 #include <cmath>
+#include <type_traits>
 
 #include <QCommandLineParser>
 #include <QElapsedTimer>
@@ -307,6 +309,24 @@ void logLine(const QString& line) {
 
 // ---- reading the command line -------------------------------------------------------------
 
+// A number option, when given: read (the point always) and held to its range;
+// false after the one line "--NAME is SAYS, not VALUE".
+template <typename T>
+bool numberOption(const QCommandLineParser& p, const char* name, T low, T high, const char* says,
+                  T* out) {
+    if (!p.isSet(name)) return true;
+    bool ok = false;
+    const QString text = p.value(name);
+    const T value = std::is_integral_v<T> ? static_cast<T>(text.toInt(&ok))
+                                          : static_cast<T>(QLocale::c().toDouble(text, &ok));
+    if (!ok || value < low || value > high) {
+        fail(QString("--%1 is %2, not %3").arg(name, says, text));
+        return false;
+    }
+    *out = value;
+    return true;
+}
+
 // Everything is checked before anything is connected or sent.
 std::optional<CliRequest> readRequest(const QStringList& arguments, int* status) {
     *status = 2;
@@ -406,22 +426,17 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
         }
         r.chinese = language == "zh";
     }
-    if (p.isSet("repeat")) {
-        bool ok = false;
-        r.repeat = p.value("repeat").toInt(&ok);
-        if (!ok || r.repeat < 1 || r.repeat > 1000000) {
-            fail("--repeat is a whole number from 1, not " + p.value("repeat"));
-            return std::nullopt;
-        }
-    }
-    if (p.isSet("interval")) {
-        bool ok = false;
-        r.interval = QLocale::c().toDouble(p.value("interval"), &ok);
-        if (!ok || r.interval < 0 || r.interval > 86400) {
-            fail("--interval is seconds from 0 to 86400, not " + p.value("interval"));
-            return std::nullopt;
-        }
-    }
+    constexpr double kVolts = 1000, kForever = 1e300;
+    if (!numberOption(p, "repeat", 1, 1000000, "a whole number from 1", &r.repeat) ||
+        !numberOption(p, "interval", 0.0, 86400.0, "seconds from 0 to 86400", &r.interval) ||
+        !numberOption(p, "frame", 1, INT_MAX, "a frame number from 1", &r.frame) ||
+        !numberOption(p, "stats", 1, 1000000, "a whole number of refreshes from 1", &r.stats) ||
+        !numberOption(p, "averages", 1, 1024, "a whole number from 1 to 1024", &r.averages) ||
+        !numberOption(p, "from", -kForever, kForever, "seconds", &r.from) ||
+        !numberOption(p, "to", -kForever, kForever, "seconds", &r.to) ||
+        !numberOption(p, "threshold", -kVolts, kVolts, "volts", &r.threshold) ||
+        !numberOption(p, "hysteresis", -kVolts, kVolts, "volts", &r.hysteresis))
+        return std::nullopt;
     r.resource = p.value("resource");
     r.rs232 = p.value("rs232");
     r.out = p.value("out");
@@ -430,14 +445,6 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
     r.verbose = p.isSet("verbose");
     r.png = p.value("png");
     r.lcd = p.value("lcd");
-    if (p.isSet("frame")) {
-        bool ok = false;
-        r.frame = p.value("frame").toInt(&ok);
-        if (!ok || r.frame < 1) {
-            fail("--frame is a frame number from 1, not " + p.value("frame"));
-            return std::nullopt;
-        }
-    }
     r.decoders = p.values("P");
     if (p.isSet("window")) {
         const QStringList names{"rectangle", "hanning", "hamming", "blackman"};
@@ -455,45 +462,9 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
         }
         r.channel = ch == "CH2" ? 2 : 1;
     }
-    if (p.isSet("stats")) {
-        bool ok = false;
-        r.stats = p.value("stats").toInt(&ok);
-        if (!ok || r.stats < 1 || r.stats > 1000000) {
-            fail("--stats is a whole number of refreshes from 1, not " + p.value("stats"));
-            return std::nullopt;
-        }
-        if (p.isSet("repeat")) {
-            fail("--stats and --repeat both repeat: give one");
-            return std::nullopt;
-        }
-    }
-    if (p.isSet("averages")) {
-        bool ok = false;
-        r.averages = p.value("averages").toInt(&ok);
-        if (!ok || r.averages < 1 || r.averages > 1024) {
-            fail("--averages is a whole number from 1 to 1024, not " + p.value("averages"));
-            return std::nullopt;
-        }
-    }
-    for (const char* name : {"from", "to"}) {
-        if (!p.isSet(name)) continue;
-        bool ok = false;
-        const double v = QLocale::c().toDouble(p.value(name), &ok);
-        if (!ok) {
-            fail(QString("--%1 is seconds, not %2").arg(name, p.value(name)));
-            return std::nullopt;
-        }
-        (QLatin1String(name) == QLatin1String("from") ? r.from : r.to) = v;
-    }
-    for (const char* name : {"threshold", "hysteresis"}) {
-        if (!p.isSet(name)) continue;
-        bool ok = false;
-        const double v = QLocale::c().toDouble(p.value(name), &ok);
-        if (!ok || std::abs(v) > 1000) {
-            fail(QString("--%1 is volts, not %2").arg(name, p.value(name)));
-            return std::nullopt;
-        }
-        (QLatin1String(name) == QLatin1String("threshold") ? r.threshold : r.hysteresis) = v;
+    if (p.isSet("stats") && p.isSet("repeat")) {
+        fail("--stats and --repeat both repeat: give one");
+        return std::nullopt;
     }
     QString problem = r.command == "decode" ? CheckDecodeWords(r) : CheckCommandWords(r);
     if (!problem.isEmpty()) {

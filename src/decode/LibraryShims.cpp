@@ -13,9 +13,7 @@ platform::LazyLibrary& decoders() {
 }
 } // namespace
 
-#define FORWARD(name, fallback, ...)                                                               \
-    static const auto f = KORVANE_LAZY_FUNCTION(decoders(), name);                                 \
-    return f ? f(__VA_ARGS__) : fallback
+#define FORWARD(name, fallback, ...) KORVANE_FORWARD(decoders(), name, fallback, __VA_ARGS__)
 
 extern "C" {
 int srd_init(const char* path) {

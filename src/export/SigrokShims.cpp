@@ -13,9 +13,7 @@ platform::LazyLibrary& sigrok() {
 }
 } // namespace
 
-#define FORWARD(name, fallback, ...)                                                               \
-    static const auto f = KORVANE_LAZY_FUNCTION(sigrok(), name);                                   \
-    return f ? f(__VA_ARGS__) : fallback
+#define FORWARD(name, fallback, ...) KORVANE_FORWARD(sigrok(), name, fallback, __VA_ARGS__)
 
 extern "C" {
 int sr_init(struct sr_context** ctx) {

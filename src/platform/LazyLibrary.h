@@ -31,3 +31,9 @@ private:
 // library's own header, so the forwarding shims cannot drift from it.
 #define KORVANE_LAZY_FUNCTION(library, name)                                                       \
     reinterpret_cast<decltype(&name)>((library).symbol(#name))
+
+// The body of a forwarding shim: the library's function called with the
+// arguments, or `fallback` (the library's own failure answer) without it.
+#define KORVANE_FORWARD(library, name, fallback, ...)                                              \
+    static const auto f = KORVANE_LAZY_FUNCTION(library, name);                                    \
+    return f ? f(__VA_ARGS__) : fallback

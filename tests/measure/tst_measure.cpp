@@ -297,14 +297,23 @@ void TestMeasure::exportBytes() {
     QCOMPARE(lines.size(), 8 + 18 + 1);
 }
 
+namespace {
+// A measure window with both channels shown, after its first tick.
+frmMeasure* openMeasureWindow() {
+    CtrlData.Ch1Display = CtrlData.Ch2Display = WordOn;
+    if (!NewDataSheet()) return nullptr;
+    AddDocument(DocKind::Measure);
+    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
+    if (w) w->Timer1_Timer();
+    return w;
+}
+} // namespace
+
 void TestMeasure::windowFetchesShowsAndJudges() {
     SimulatedLink link;
     QVERIFY(link.connected());
-    CtrlData.Ch1Display = CtrlData.Ch2Display = WordOn;
-    QVERIFY(NewDataSheet());
-    AddDocument(DocKind::Measure);
-    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
-    w->Timer1_Timer();
+    frmMeasure* w = openMeasureWindow();
+    QVERIFY(w);
     QVERIFY(w->option(0)->isChecked());
     QCOMPARE(w->view()->topLevelItemCount(), 18);
     QVERIFY(w->view()->topLevelItem(0)->text(1).isEmpty());
@@ -406,11 +415,8 @@ void TestMeasure::statisticsOverScriptedReplies() {
 void TestMeasure::statisticsInTheWindow() {
     SimulatedLink link;
     QVERIFY(link.connected());
-    CtrlData.Ch1Display = CtrlData.Ch2Display = WordOn;
-    QVERIFY(NewDataSheet());
-    AddDocument(DocKind::Measure);
-    auto* w = qobject_cast<frmMeasure*>(DocForm(DocKind::Measure, 0));
-    w->Timer1_Timer();
+    frmMeasure* w = openMeasureWindow();
+    QVERIFY(w);
     w->findChild<QToolButton*>("cmdStats")->click();
     QCOMPARE(w->view()->columnCount(), 8);
     for (double amplitude : {1.0, 1.5, 0.5}) {
