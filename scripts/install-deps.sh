@@ -18,6 +18,10 @@ packages=(
   fonts-wqy-microhei   # CJK glyphs, so the Chinese texts render
   xvfb xauth           # a window on a headless box
   lintian              # the package check (test only)
+  libqt6sql6-sqlite libqt6sql6-psql      # the data logger's two databases
+  postgresql                             # a private server for the logger's tests (test only)
+  pybind11-dev python3-dev               # the Python module
+  python3-pytest                         # its tests (test only)
 )
 
 missing=()

@@ -9,6 +9,7 @@
 #include "shared/ValueText.h"
 
 #include <QLocale>
+#include <algorithm>
 
 CurrentMeasureBlock CurrentMeasure;
 
@@ -37,6 +38,24 @@ QString query(const QString& command) {
 }
 } // namespace
 
+QString MeasureReplyText(int slot, const QString& reply) {
+    const Item* item = std::find_if(std::begin(kItems), std::end(kItems),
+                                    [slot](const Item& i) { return i.slot == slot; });
+    if (item == std::end(kItems)) return reply;
+    if (reply.contains('*')) return slot == 13 || slot == 14 ? reply : QStringLiteral("*****");
+    switch (item->family) {
+    case Family::Volt:
+        return NormVolt(reply);
+    case Family::Time:
+        return NormTime3(reply);
+    case Family::Frequency:
+        return NormFreq(reply);
+    case Family::Percent:
+        break;
+    }
+    return NormPercent(reply);
+}
+
 void RunMeasureJob(int channel) {
     const QString word = channel == 2 ? cmd::ArgChannel2 : cmd::ArgChannel1;
     platform::Sleep(200);
@@ -61,29 +80,10 @@ void RunMeasureJob(int channel) {
     for (const Item& item : kItems) {
         const QString reply = query(QueryCommand(cmd::Measure + item.word, word));
         AdvanceProgress();
-        QString text;
         bool number = false;
         reply.trimmed().toDouble(&number);
         if (!number && !reply.contains('*')) WarnUnreadable(QString(item.word).mid(1), reply);
-        if (reply.contains('*')) {
-            text = item.family == Family::Percent && (item.slot == 13 || item.slot == 14) ? reply
-                                                                                          : "*****";
-        } else {
-            switch (item.family) {
-            case Family::Volt:
-                text = NormVolt(reply);
-                break;
-            case Family::Time:
-                text = NormTime3(reply);
-                break;
-            case Family::Frequency:
-                text = NormFreq(reply);
-                break;
-            case Family::Percent:
-                text = NormPercent(reply);
-                break;
-            }
-        }
+        const QString text = MeasureReplyText(item.slot, reply);
         CurrentMeasure.values[static_cast<std::size_t>(item.slot)] = text;
         platform::Sleep(100);
     }

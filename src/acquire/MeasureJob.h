@@ -15,5 +15,10 @@ struct CurrentMeasureBlock {
 extern CurrentMeasureBlock CurrentMeasure;
 
 void RunMeasureJob(int channel);
+// What the job shows of one reply in a slot: the family's display picture,
+// "*****" for a value the instrument could not measure (overshoot and
+// preshoot keep the instrument's own text). The statistics format their
+// figures through this too, so a figure reads alike in every place.
+QString MeasureReplyText(int slot, const QString& reply);
 // Registers kinds 1 and 2 with the job dispatch.
 void RegisterMeasureJobs();

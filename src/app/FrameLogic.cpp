@@ -41,6 +41,10 @@ bool QueryUnload(const std::function<bool()>& saveSheet, const std::function<boo
 
 void UnloadLink() {
     if (Connected) CmdSend(SetCommand(cmd::KeyLock, cmd::Disable));
+    // Marked down before it closes: a panel read or a lamp poll that is still
+    // on the stack below a nested close finds no link, instead of a closed
+    // handle and a "Can't Connect" box while the program ends.
+    ResetLinkState();
     VisaCloseAll();
 }
 

@@ -51,7 +51,8 @@ OptionsState OpenOptions(const QStringList& usbResources) {
     }
 
     st.refreshTypeIndex = s.RefreshType == QLatin1String("Auto") ? 1 : 0;
-    st.intervalText = QString::number(s.RefreshInterval / 1000.0);
+    st.intervalText =
+        ShownForm(QString::number(s.RefreshInterval / 1000.0)); // "1,5" in a comma locale
     return st;
 }
 
@@ -69,7 +70,9 @@ void AcceptOptions(const OptionsState& st, const QStringList& usbResources) {
     s.StartupLoadSheet = st.sheetStartLoad;
     s.StartupCheckHardware = st.hardwareCheck;
     s.RefreshType = st.refreshTypeIndex == 1 ? "Auto" : "Single";
-    s.RefreshInterval = static_cast<int>(std::lround(Val(st.intervalText) * 1000));
+    // The display's decimal sign, as every other box reads it ("1,5" is 1.5 s
+    // under a comma locale; "1.5" reads the same).
+    s.RefreshInterval = static_cast<int>(std::lround(Val(PointForm(st.intervalText)) * 1000));
     s.ScopeIOType = st.ioType == kIoTypeRs232 ? kIoTypeRs232 : kIoTypeUsb;
     s.COM_Port = st.portIndex + 1;
     // Only a path that differs from what the map already gives becomes an override.

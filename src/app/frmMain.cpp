@@ -44,7 +44,6 @@
 #include "views/frmWave.h"
 #include "views/frmWaveSetting.h"
 
-#include <utility>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFile>
@@ -57,6 +56,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <utility>
 
 frmMain* fMainForm = nullptr;
 
@@ -112,8 +112,17 @@ frmMain::frmMain() {
     });
     SetVirtualPanelOpener([this] {
         QWidget* window = OpenVirtualPanel();
+        // Set on the widget: a sub-window whose widget has no icon of its own
+        // shows the style's placeholder, not the application's.
+        window->setWindowIcon(OwnIcon("korvane"));
         QMdiSubWindow* sub = mdi_->addSubWindow(window);
         sub->setAttribute(Qt::WA_DeleteOnClose);
+        if (auto* panel = qobject_cast<frmV_Panel*>(window)) {
+            // The frame around the widget, then the widget at the screen's
+            // largest whole zoom that the area holds.
+            const QSize frame = sub->sizeHint() - window->sizeHint();
+            sub->resize(panel->OpeningSize(mdi_->viewport()->size() - frame) + frame);
+        }
         sub->show();
     });
     connect(mdi_, &QMdiArea::subWindowActivated, this, [](QMdiSubWindow* sub) {

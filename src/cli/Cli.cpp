@@ -31,14 +31,12 @@
 #include <type_traits>
 
 #include <QCommandLineParser>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
-#include <QThread>
 #include <cstdio>
 #include <unistd.h>
 
@@ -155,10 +153,11 @@ const QList<Command>& commands() {
         {"spectrum",
          "spectrum CH1|CH2 | spectrum IN.wfm [--channel CH1|CH2] [--from S] [--to S] "
          "[--window rectangle|hanning|hamming|blackman] [--averages N] [--json]",
-         "The spectrum's peak and its first five harmonics: of a channel fetched from the "
-         "instrument's screen, or of a deep-memory file (between --from and --to seconds, the "
-         "trigger at 0). Levels in dBV (RMS), each tone's level from its whole lobe; --json "
-         "gives hertz, dBV and volts RMS.",
+         "The spectrum's peak and its harmonics 2 to 10, each read at n times the peak's "
+         "frequency (\"below noise\" when it does not rise 12 dB over the noise floor; null "
+         "levels in JSON): of a channel fetched from the instrument's screen, or of a "
+         "deep-memory file (between --from and --to seconds, the trigger at 0). Levels in dBV "
+         "(RMS), each tone's level from its whole lobe; --json gives hertz, dBV and volts RMS.",
          1,
          1,
          true,
@@ -215,6 +214,66 @@ void out(const QString& text) {
     CliOut(text);
 }
 
+// ---- progress on a terminal ---------------------------------------------------------------
+
+// One line on standard error, rewritten in place, when that is a terminal:
+// what the command is doing, then a progress bar. Nothing of it reaches a
+// pipe or a file.
+class TerminalLine {
+public:
+    static bool shown() {
+        static const bool terminal = ::isatty(STDERR_FILENO);
+        return terminal;
+    }
+    static void say(const QString& text) {
+        if (!shown()) return;
+        std::fprintf(stderr, "\r\033[K%s", qPrintable(text));
+        std::fflush(stderr);
+        printed() = true;
+    }
+    static void clear() {
+        if (!shown() || !printed()) return;
+        std::fputs("\r\033[K", stderr);
+        std::fflush(stderr);
+        printed() = false;
+    }
+
+private:
+    static bool& printed() {
+        static bool p = false;
+        return p;
+    }
+};
+
+// "[########            ]  40 %"
+QString ProgressBarText(int percent) {
+    percent = std::clamp(percent, 0, 100);
+    const int filled = percent / 5;
+    return "[" + QString(filled, '#') + QString(20 - filled, ' ') +
+           QString("] %1 %").arg(percent, 3);
+}
+
+class TerminalProgress {
+public:
+    explicit TerminalProgress(const QString& doing) : doing_(doing) {
+        if (!TerminalLine::shown()) return;
+        SetProgressView([this](double value) { show(static_cast<int>(value)); });
+    }
+    ~TerminalProgress() {
+        SetProgressView({});
+        TerminalLine::clear();
+    }
+    void show(int percent) {
+        if (percent == shownPercent_) return;
+        shownPercent_ = percent;
+        TerminalLine::say(ProgressBarText(percent) + " " + doing_);
+    }
+
+private:
+    QString doing_;
+    int shownPercent_ = -1;
+};
+
 // ---- ending on a signal -------------------------------------------------------------------
 
 bool g_ending = false;
@@ -226,6 +285,8 @@ void endOnSignal() {
     const int signal = platform::PendingEndSignal();
     if (signal == 0 || g_ending) return;
     g_ending = true;
+    TerminalLine::clear();
+    CliSayLastWords(); // what the command gathered before the signal
     if (Connected) CmdSend(SetCommand(cmd::KeyLock, cmd::Disable));
     VisaCloseAll();
     std::fflush(stdout);
@@ -233,56 +294,21 @@ void endOnSignal() {
     std::_Exit(128 + signal);
 }
 
-// Wall-clock seconds, whatever the link's pacing, in pieces that let a
-// signal end the wait.
-void waitSeconds(double seconds) {
-    QElapsedTimer clock;
-    clock.start();
-    const qint64 total = static_cast<qint64>(seconds * 1000);
-    while (clock.elapsed() < total) {
-        endOnSignal();
-        QThread::msleep(static_cast<unsigned long>(std::min<qint64>(100, total - clock.elapsed())));
-    }
-    endOnSignal();
-}
-
-// ---- progress on a terminal ---------------------------------------------------------------
-
-class TerminalProgress {
-public:
-    TerminalProgress() : shown_(::isatty(STDERR_FILENO)) {
-        clock_.start();
-        if (!shown_) return;
-        SetProgressView([this](double value) { show(static_cast<int>(value)); });
-    }
-    ~TerminalProgress() {
-        SetProgressView({});
-        if (printed_) std::fputs("\r     \r", stderr);
-    }
-    // Shown only for work that has taken longer than a second.
-    void show(int percent) {
-        if (!shown_ || clock_.elapsed() < 1000) return;
-        std::fprintf(stderr, "\r%3d %%", std::clamp(percent, 0, 100));
-        std::fflush(stderr);
-        printed_ = true;
-    }
-
-private:
-    bool shown_;
-    bool printed_ = false;
-    QElapsedTimer clock_;
-};
-
 // ---- the link ---------------------------------------------------------------------------
 
 bool connect(const CliRequest& r) {
     if (!r.rs232.isEmpty()) {
+        TerminalLine::say("connecting to " + r.rs232 + " ...");
         SoftwareSetting.ScopeIOType = kIoTypeRs232;
         SoftwareSetting.COM_Port = 1;
         SetComPortOverride(1, r.rs232);
     } else {
+        TerminalLine::say("looking for the instrument ...");
         OpenVisaRM();
         const QString wanted = r.resource;
+        const QStringList found = wanted.isEmpty() ? SearchUsbResources() : QStringList();
+        TerminalLine::say("connecting to " + (wanted.isEmpty() ? found.value(0, "USB") : wanted) +
+                          " ...");
         // More than one instrument: the one named, or the first.
         SetResourceChooserHook([wanted](const QStringList& names) -> std::optional<QString> {
             if (!wanted.isEmpty())
@@ -295,6 +321,7 @@ bool connect(const CliRequest& r) {
         }
     }
     ConnectToDevice();
+    TerminalLine::clear();
     return Connected;
 }
 
@@ -545,8 +572,8 @@ int CliMain(int argc, char** argv) {
     }
     status = 0;
     for (int round = 0; round < r.repeat && status <= 1; ++round) {
-        if (round > 0) waitSeconds(r.interval);
-        TerminalProgress progress;
+        if (round > 0) platform::Wait(static_cast<int>(r.interval * 1000)); // never scaled
+        TerminalProgress progress(r.command + " " + r.args.value(0));
         status = std::max(status, RunInstrumentCommand(r, round));
         if (!Connected && status == 0) status = fail("the link was lost", 3);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// korvane-cli spectrum: the peak and its first five harmonics, of a fetched
+// korvane-cli spectrum: the peak and its harmonics 2 to 10, of a fetched
 // screen's channel or of a deep-memory file (a time range of it).
 #include "acquire/Jobs.h"
 #include "acquire/WaveJob.h"
@@ -30,7 +30,7 @@ QJsonObject toneJson(const Spectrum& s, const Tone& t) {
 int printSpectrum(const CliRequest& r, const QString& source, const Spectrum& s) {
     if (s.empty()) return CliFail(source + ": too few samples for a spectrum");
     const Tone peak = FindPeak(s);
-    const std::vector<Tone> harmonics = Harmonics(s, peak);
+    const std::vector<Harmonic> harmonics = Harmonics(s, peak);
     if (r.json) {
         QJsonObject o{{"source", source},
                       {"sample_rate", s.sampleRate},
@@ -39,10 +39,13 @@ int printSpectrum(const CliRequest& r, const QString& source, const Spectrum& s)
                       {"averages", s.averaged}};
         if (peak.valid()) o["peak"] = toneJson(s, peak);
         QJsonArray list;
-        for (std::size_t k = 0; k < harmonics.size(); ++k) {
-            QJsonObject h = toneJson(s, harmonics[k]);
-            h["order"] = static_cast<int>(k + 2);
-            list.append(h);
+        for (const Harmonic& h : harmonics) {
+            QJsonObject entry = h.belowNoise() ? QJsonObject{{"frequency", h.frequency},
+                                                             {"level_dbv", QJsonValue::Null},
+                                                             {"rms", QJsonValue::Null}}
+                                               : toneJson(s, h.tone);
+            entry["order"] = h.order;
+            list.append(entry);
         }
         o["harmonics"] = list;
         CliOut(QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact)) + "\n");
@@ -51,8 +54,8 @@ int printSpectrum(const CliRequest& r, const QString& source, const Spectrum& s)
     QString text = source + ", " + FrequencyText(s.binHz) + " bins, " +
                    kFftWindowNames[static_cast<int>(s.window)] + "\n";
     if (peak.valid()) text += toneLine("peak", s, peak);
-    for (std::size_t k = 0; k < harmonics.size(); ++k)
-        text += toneLine(QString("H%1").arg(k + 2), s, harmonics[k]);
+    for (const Harmonic& h : harmonics)
+        text += HarmonicText(s, h) + "\n";
     CliOut(text);
     return 0;
 }

@@ -100,6 +100,8 @@ private:
 // The limits file, read before the instrument is asked anything.
 MeasureRecord g_limits;
 
+std::function<void()> g_lastWords;
+
 // ---- instrument commands --------------------------------------------------------------------
 
 int screen(const CliRequest& r, int round) {
@@ -135,20 +137,10 @@ int table(const CliRequest& r, int round) {
     return writeFile(RoundPath(r.out, round, r.repeat), DataExportBytes(d));
 }
 
-// --stats N: N refreshes, then each measure's statistics (the pass and fail
-// counts over them too); exit 1 when any verdict failed.
-int measureStats(const CliRequest& r) {
-    const QString source = r.args[0].toUpper();
-    MeasureStats stats;
-    MeasureRecord rec = g_limits;
-    for (int n = 0; n < r.stats; ++n) {
-        if (n > 0 && r.interval > 0) platform::Sleep(static_cast<int>(r.interval * 1000));
-        RunJobWithoutWindow(source == "CH1" ? 1 : 2, 0);
-        if (!Connected) return fail("the link was lost during the fetch", 3);
-        if (!JobWarning.isEmpty()) CliNote(JobWarning);
-        TakeCurrentMeasure(rec);
-        AddRefresh(stats, rec);
-    }
+// The statistics as the command prints them: a tab-separated table in the
+// value column's pictures, or JSON in base units (a fraction for the
+// percentages); the exit status (1 when any verdict failed).
+int printStats(const CliRequest& r, const MeasureStats& stats) {
     bool failed = false;
     QJsonArray rows;
     QString text = "measure\tcount\tmin\tmax\tmean\tstddev\tpass\tfail\n";
@@ -186,6 +178,29 @@ int measureStats(const CliRequest& r) {
     const int status =
         r.out.isEmpty() || r.out == "-" ? (out(text), 0) : writeFile(r.out, text.toUtf8());
     return status != 0 ? status : failed ? 1 : 0;
+}
+
+// --stats N: N refreshes, then each measure's statistics (the pass and fail
+// counts over them too). A signal ends the run at once with what was
+// gathered: the refreshes already counted, not the one it cut.
+int measureStats(const CliRequest& r) {
+    const QString source = r.args[0].toUpper();
+    MeasureStats stats;
+    MeasureRecord rec = g_limits;
+    SetCliLastWords([&r, &stats] { printStats(r, stats); });
+    for (int n = 0; n < r.stats; ++n) {
+        if (n > 0) platform::Wait(static_cast<int>(r.interval * 1000)); // never scaled
+        RunJobWithoutWindow(source == "CH1" ? 1 : 2, 0);
+        if (!Connected) {
+            SetCliLastWords({});
+            return fail("the link was lost during the fetch", 3);
+        }
+        if (!JobWarning.isEmpty()) CliNote(JobWarning);
+        TakeCurrentMeasure(rec);
+        AddRefresh(stats, rec);
+    }
+    SetCliLastWords({});
+    return printStats(r, stats);
 }
 
 int measure(const CliRequest& r, int round) {
@@ -435,6 +450,17 @@ int RunFileCommand(const CliRequest& r) {
 }
 
 // ---- the measure texts ---------------------------------------------------------------------
+
+void SetCliLastWords(std::function<void()> words) {
+    g_lastWords = std::move(words);
+}
+
+void CliSayLastWords() {
+    if (!g_lastWords) return;
+    const std::function<void()> words = std::move(g_lastWords);
+    g_lastWords = {};
+    words();
+}
 
 bool ApplyLimitsText(const QString& text, MeasureRecord& record, QString* error) {
     int number = 0;

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <cmath>
+#include <functional>
 
 struct CliRequest {
     QString command;
@@ -57,6 +58,10 @@ int CliFail(const QString& message, int status = 2);
 // or printed as one line of its own at the end (CliFlushNotes).
 void CliNote(const QString& message);
 void CliFlushNotes();
+// What a command still has to say when a signal ends it (the statistics
+// gathered so far); run once, before the keys are unlocked. Empty: nothing.
+void SetCliLastWords(std::function<void()> words);
+void CliSayLastWords();
 // Text on standard output, flushed at once (a pipe reader sees each round).
 void CliOut(const QString& text);
 

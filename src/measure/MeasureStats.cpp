@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "measure/MeasureStats.h"
 
+#include "acquire/MeasureJob.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
@@ -39,7 +40,9 @@ void AddRefresh(MeasureStats& stats, const MeasureRecord& rec) {
 }
 
 QString StatText(const MeasureRow& row, double value) {
-    return FormatLimit(row.family, value).joined;
+    // The figure goes through the job's own formatter as if the instrument
+    // had replied with it: a mean of Duty+ reads "50.0%" as its values do.
+    return MeasureReplyText(row.slot, QString::number(value, 'g', 12));
 }
 
 QStringList StatFigures(const MeasureRow& row, const MeasureStat& stat) {

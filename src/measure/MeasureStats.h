@@ -31,7 +31,8 @@ struct MeasureStats {
 
 // One refresh of a record: every readable value and every verdict counted.
 void AddRefresh(MeasureStats& stats, const MeasureRecord& rec);
-// A statistic as the list shows it, in the measure's own unit picture.
+// A statistic as the value column would show it, through the measure job's
+// own formatter ("50.0%" for a Duty+ mean of 0.5).
 QString StatText(const MeasureRow& row, double value);
 // The five figures of a measure (current, minimum, maximum, mean, standard
 // deviation) as texts with a point, or five empty ones before any value.

@@ -74,6 +74,7 @@ frmV_Panel::frmV_Panel(QWidget* parent) : QWidget(parent) {
     connect(cmdPreview_, &QToolButton::clicked, this,
             platform::Guarded("cmdPreview_Click", [this] { Print(true); }));
     PanelWavePic_ = new QLabel;
+    PanelWavePic_->setObjectName("PanelWavePic");
     PanelWavePic_->setFixedSize(kLcdWidth, kLcdHeight);
     PanelWavePic_->setStyleSheet("background: black;");
     panel_ = new FrontPanel(false);
@@ -179,9 +180,28 @@ void frmV_Panel::resizeEvent(QResizeEvent* event) {
     // The screen at twice its size when the window has room for it beside
     // the panel, until the user chooses with Zoom.
     if (zoomChosen_) return;
-    const bool room = width() >= 2 * kLcdWidth + panel_->minimumSizeHint().width() + 40 &&
-                      height() >= 2 * kLcdHeight + 60;
+    const bool room = need2x_.isValid()
+                          ? width() >= need2x_.width() && height() >= need2x_.height()
+                          : width() >= 2 * kLcdWidth + panel_->minimumSizeHint().width() + 40 &&
+                                height() >= 2 * kLcdHeight + 60;
     ZoomState = room ? 1 : 0;
+}
+
+QSize frmV_Panel::sizeAtZoom(int zoom) {
+    const int scale = zoom + 1;
+    PanelWavePic_->setFixedSize(kLcdWidth * scale, kLcdHeight * scale);
+    for (QLayout* l : findChildren<QLayout*>()) // the nested rows cache the old size
+        l->invalidate();
+    layout()->invalidate();
+    return sizeHint();
+}
+
+QSize frmV_Panel::OpeningSize(const QSize& room) {
+    need2x_ = sizeAtZoom(1);
+    const QSize single = sizeAtZoom(0);
+    ZoomState = need2x_.width() <= room.width() && need2x_.height() <= room.height() ? 1 : 0;
+    if (ZoomState == 1) sizeAtZoom(1);
+    return (ZoomState == 1 ? need2x_ : single).boundedTo(room);
 }
 
 void frmV_Panel::cmdExport_Click() {

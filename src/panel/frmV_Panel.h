@@ -32,6 +32,10 @@ public:
     FrontPanel* panel() const { return panel_; }
     int ZoomState = 0;
     int refreshes() const { return refreshes_; }
+    // The size that shows the screen at twice its pixels when `room` (the
+    // area the window opens in) holds it, else at its own; the zoom is set
+    // to match. Whole steps only: the picture is never smoothed.
+    QSize OpeningSize(const QSize& room);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -39,8 +43,10 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void refreshLoop(); // one round of tDrawBmp's loop, then the next
-    void closeWindow(); // the window, or the child window holding it
+    QSize sizeAtZoom(int zoom); // the window's size hint with the screen at that zoom
+    QSize need2x_;              // the size that holds the doubled screen, once measured
+    void refreshLoop();         // one round of tDrawBmp's loop, then the next
+    void closeWindow();         // the window, or the child window holding it
     void applyCaptions(int index);
     std::vector<std::uint8_t> RawImage;
     std::vector<std::uint32_t> PixelColor;

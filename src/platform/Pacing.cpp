@@ -3,7 +3,9 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 namespace platform {
 namespace {
@@ -32,10 +34,25 @@ int ScaledMs(int milliseconds) {
 }
 
 void Sleep(int milliseconds) {
-    if (g_pauseHook) g_pauseHook();
     if (g_observer) g_observer(milliseconds);
-    const int ms = ScaledMs(milliseconds);
-    if (ms > 0) QThread::msleep(static_cast<unsigned long>(ms));
+    Wait(ScaledMs(milliseconds));
+}
+
+void Wait(int milliseconds) {
+    if (g_pauseHook) g_pauseHook();
+    if (milliseconds <= 0) return;
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+    if (!g_pauseHook) {
+        std::this_thread::sleep_until(end);
+        return;
+    }
+    // In pieces towards one deadline, so a signal ends a long wait soon and
+    // the pieces' own lateness does not add up.
+    for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
+        std::this_thread::sleep_until(std::min(end, now + std::chrono::milliseconds(50)));
+        g_pauseHook();
+    }
 }
 
 void DoEvents() {

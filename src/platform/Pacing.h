@@ -7,6 +7,9 @@ namespace platform {
 
 void Sleep(int milliseconds); // blocks the GUI thread, as the link's pacing requires
 void DoEvents();              // hands control to the event loop once
+// A wall-clock wait that no pacing scale shortens (a user's --interval);
+// with a pause hook set, the hook runs at least every 50 ms of it.
+void Wait(int milliseconds);
 
 void SetPacingScale(double scale); // 1 = real time (default), 0 = no waiting
 double PacingScale();
@@ -17,8 +20,9 @@ int ScaledMs(int milliseconds); // an interval under the current scale
 using SleepObserver = void (*)(int milliseconds);
 void SetSleepObserver(SleepObserver observer);
 
-// Called at every pause of the program's own waiting (each Sleep and each
-// DoEvents): the command line ends there on a signal, between two commands.
+// Called at every pause of the program's own waiting (each Sleep, Wait and
+// DoEvents, and every 50 ms of a long one): the command line ends there on a signal, between two
+// commands.
 using PauseHook = void (*)();
 void SetPauseHook(PauseHook hook);
 

@@ -169,31 +169,73 @@ Tone FindPeak(const Spectrum& s, double fromHz, double toHz) {
     return best < 0 ? Tone() : ToneAt(s, best);
 }
 
-namespace {
-// The highest bin between two frequencies, its lobe summed over `half` bins.
-Tone peakWithin(const Spectrum& s, double fromHz, double toHz, int half) {
-    const Tone t = FindPeak(s, fromHz, toHz);
-    return t.valid() ? ToneAt(s, t.bin, half) : t;
+int MainLobeHalfWidth(FftWindow window) {
+    switch (window) {
+    case FftWindow::Rectangle:
+        return 1;
+    case FftWindow::Hanning:
+    case FftWindow::Hamming:
+        return 2;
+    case FftWindow::Blackman:
+        return 3;
+    }
+    return 2;
 }
-} // namespace
 
-std::vector<Tone> Harmonics(const Spectrum& s, const Tone& fundamental, int count) {
-    std::vector<Tone> out;
-    if (!fundamental.valid()) return out;
-    // Each search stays within half the fundamental's spacing of its multiple,
-    // so a few bins a period (a screen's worth) never find the fundamental again.
-    const double reach =
-        std::min(LobeHalfWidth(s.window) * s.binHz, std::max(s.binHz, fundamental.frequency / 2.5));
-    const double nyquist = s.sampleRate / 2;
-    for (int h = 2; h <= count + 1; ++h) {
-        const double f = fundamental.frequency * h;
-        if (f > nyquist) break;
-        const int half =
-            std::max(1, std::min(LobeHalfWidth(s.window), static_cast<int>(reach / s.binHz)));
-        const Tone t = peakWithin(s, f - reach, f + reach, half);
-        if (t.valid()) out.push_back(t);
+double NoiseFloorRms(const Spectrum& s) {
+    const std::size_t first = static_cast<std::size_t>(MainLobeHalfWidth(s.window)) + 1;
+    if (s.rms.size() <= first) return 0;
+    std::vector<double> levels(s.rms.begin() + static_cast<std::ptrdiff_t>(first), s.rms.end());
+    const auto middle = levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2);
+    std::nth_element(levels.begin(), middle, levels.end());
+    return *middle;
+}
+
+std::vector<Harmonic> Harmonics(const Spectrum& s, const Tone& fundamental, int highest) {
+    std::vector<Harmonic> out;
+    if (!fundamental.valid() || s.empty()) return out;
+    // 12 dB over the median bin: a bin of Gaussian noise passes it about
+    // once in 50,000 (Rayleigh), a tone's lobe always does.
+    const double threshold = NoiseFloorRms(s) * std::pow(10.0, 12.0 / 20);
+    const int lobe = MainLobeHalfWidth(s.window);
+    const int last = static_cast<int>(s.rms.size()) - 1;
+    // The level sums the lobe's power, but never into the next harmonic's.
+    // n times the fundamental as its marker reads it, so H3 of an M1 at
+    // 1.000kHz is 3.000kHz.
+    const double f0 = MarkerFrequency(s, fundamental);
+    const double binsApart = f0 / s.binHz;
+    const int half = std::clamp(static_cast<int>(binsApart / 2.5), 1, LobeHalfWidth(s.window));
+    for (int n = 2; n <= highest; ++n) {
+        Harmonic h;
+        h.order = n;
+        h.frequency = n * f0;
+        if (h.frequency > s.sampleRate / 2) break;
+        const double centre = h.frequency / s.binHz;
+        const int from = std::max(1, static_cast<int>(std::ceil(centre - lobe)));
+        const int to = std::min(last, static_cast<int>(std::floor(centre + lobe)));
+        int best = -1;
+        for (int k = from; k <= to; ++k)
+            if (best < 0 ||
+                s.rms[static_cast<std::size_t>(k)] > s.rms[static_cast<std::size_t>(best)])
+                best = k;
+        if (best >= 0 && s.rms[static_cast<std::size_t>(best)] > threshold)
+            h.tone = ToneAt(s, best, half);
+        out.push_back(h);
     }
     return out;
+}
+
+QString HarmonicText(const Spectrum& s, const Harmonic& h, const QString& belowNoise) {
+    const QString head = QString("H%1 ").arg(h.order);
+    if (h.belowNoise()) return head + FrequencyText(h.frequency) + " " + belowNoise;
+    return head + FrequencyText(MarkerFrequency(s, h.tone)) + " " + LevelText(h.tone.dbv());
+}
+
+SpectrumView OpeningView(const Spectrum& s, const Tone& peak) {
+    const SpectrumView full = FullView(s);
+    if (!peak.valid()) return full;
+    const double to = 11 * peak.frequency;
+    return to < full.to ? SpectrumView{0, to} : full;
 }
 
 SpectrumView FullView(const Spectrum& s) {

@@ -44,9 +44,29 @@ Tone FindPeak(const Spectrum& s, double fromHz = 0, double toHz = 1e300);
 // The tone around a bin: its lobe's power (over half bins each side; -1:
 // the window's lobe) and its frequency, interpolated between bins.
 Tone ToneAt(const Spectrum& s, int bin, int half = -1);
-// Harmonics 2 .. count + 1 of a tone, each the highest bin within a lobe of
-// its multiple; those past half the sample rate are left out.
-std::vector<Tone> Harmonics(const Spectrum& s, const Tone& fundamental, int count = 5);
+// Half the width of the window's main lobe, in bins (the first zero).
+int MainLobeHalfWidth(FftWindow window);
+// The spectrum's noise floor: the median level of its bins (DC's lobe left
+// out), which a few tones and their lobes do not move.
+double NoiseFloorRms(const Spectrum& s);
+
+// Harmonic n of a fundamental, read at n times its interpolated frequency:
+// the highest bin within half the main lobe of that frequency, never further.
+// A harmonic that does not rise 12 dB over the noise floor there is below
+// noise: it keeps its order and frequency, and no level.
+struct Harmonic {
+    int order = 0;
+    double frequency = 0; // n x f0
+    Tone tone;            // invalid when below noise
+    bool belowNoise() const { return !tone.valid(); }
+};
+// Harmonics 2 .. highest that lie below half the sample rate.
+std::vector<Harmonic> Harmonics(const Spectrum& s, const Tone& fundamental, int highest = 10);
+// "H3 3.000kHz -12.55dBV", or "H2 2.000kHz below noise" (belowNoise the
+// caller's words for it): the one text of a harmonic, in the window and
+// on the command line.
+QString HarmonicText(const Spectrum& s, const Harmonic& h,
+                     const QString& belowNoise = QStringLiteral("below noise"));
 
 // A view of the spectrum: what frequencies the plot's width covers.
 struct SpectrumView {
@@ -55,6 +75,10 @@ struct SpectrumView {
     double centre() const { return (from + to) / 2; }
 };
 SpectrumView FullView(const Spectrum& s);
+// The view a spectrum opens on: 0 to just past the tenth harmonic of its
+// peak, so the fundamental and its harmonics fill the plot; the whole span
+// when they reach it.
+SpectrumView OpeningView(const Spectrum& s, const Tone& peak);
 // Zoom by factor (< 1 narrows) about a frequency that stays where it is,
 // held inside 0 .. the top of the spectrum and to at least four bins.
 SpectrumView ZoomView(const SpectrumView& v, const Spectrum& s, double about, double factor);

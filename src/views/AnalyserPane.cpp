@@ -21,7 +21,7 @@ QString say(const char* english, const char* chinese) {
 AnalyserPane::AnalyserPane(QWidget* parent)
     : QWidget(parent), channel_(new QComboBox), window_(new QComboBox), averages_(new QSpinBox),
       reset_(new QToolButton), note_(new QLabel), averageLabel_(new QLabel),
-      plot_(new AnalyserPlot) {
+      plot_(new AnalyserPlot), harmonics_(new QLabel) {
     setObjectName("AnalyserPane");
     channel_->setObjectName("spectrumChannel");
     window_->setObjectName("spectrumWindow");
@@ -40,6 +40,10 @@ AnalyserPane::AnalyserPane(QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(controls);
     layout->addWidget(plot_, 1);
+    harmonics_->setObjectName("spectrumHarmonics");
+    harmonics_->setWordWrap(true);
+    harmonics_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    layout->addWidget(harmonics_);
     plot_->setMinimumHeight(200);
     applyCaptions();
     window_->setCurrentIndex(static_cast<int>(FftWindow::Hanning));
@@ -78,6 +82,7 @@ void AnalyserPane::Refresh() {
     QString note;
     if (!samples(channel_->currentIndex() + 1, volts, rate, note)) {
         plot_->setSpectrum(Spectrum());
+        harmonics_->clear();
         note_->setText(say("No samples of this channel", "此通道没有数据"));
         return;
     }
@@ -85,6 +90,10 @@ void AnalyserPane::Refresh() {
         ComputeRmsSpectrum(volts.data(), volts.size(), rate,
                            static_cast<FftWindow>(window_->currentIndex()), averages_->value());
     plot_->setSpectrum(s);
+    QStringList list;
+    for (const Harmonic& h : plot_->harmonics())
+        list << HarmonicText(s, h, say("below noise", "低于噪声"));
+    harmonics_->setText(list.join("   "));
     note_->setText((note.isEmpty() ? QString() : note + "  ") + say("bin ", "分辨率 ") +
                    FrequencyText(s.binHz));
 }

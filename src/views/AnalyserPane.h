@@ -44,6 +44,7 @@ private:
     QLabel* note_;
     QLabel* averageLabel_;
     AnalyserPlot* plot_;
+    QLabel* harmonics_; // "H2 2.000kHz below noise   H3 3.000kHz -12.55dBV ..."
     bool placed_ = false;
 };
 

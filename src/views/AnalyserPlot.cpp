@@ -24,9 +24,9 @@ void AnalyserPlot::setSpectrum(const Spectrum& s) {
     const bool same =
         !spectrum_.empty() && s.sampleRate == spectrum_.sampleRate && s.length == spectrum_.length;
     spectrum_ = s;
-    if (!same) view_ = FullView(s);
     peak_ = FindPeak(s);
     harmonics_ = Harmonics(s, peak_);
+    if (!same) view_ = OpeningView(s, peak_);
     if (marker_.valid()) placeMarker(marker_.frequency);
     update();
 }
@@ -175,8 +175,16 @@ void AnalyserPlot::paint(QPainter& p) {
         p.drawPolygon(QPolygonF({tip, tip + QPointF(-4, -7), tip + QPointF(4, -7)}));
         p.drawText(QPointF(x + 5, tip.y() - 4), label);
     };
-    for (std::size_t h = 0; h < harmonics_.size(); ++h)
-        mark(harmonics_[h], kHarmonic, QString::number(h + 2));
+    for (const Harmonic& h : harmonics_) {
+        if (!h.belowNoise()) {
+            mark(h.tone, kHarmonic, QString::number(h.order));
+            continue;
+        }
+        const double x = xOf(h.frequency);
+        if (x < a.left() || x > a.right()) continue;
+        p.setPen(QPen(kHarmonic.darker(200), 1, Qt::DotLine)); // nothing there to point at
+        p.drawLine(QPointF(x, a.bottom()), QPointF(x, a.bottom() - 12));
+    }
     if (marker_.valid()) mark(marker_, kSecond, "M2");
     if (peak_.valid()) mark(peak_, kMarker, "M1");
     p.setClipping(false);

@@ -3,9 +3,9 @@
 // The spectrum analyser's plot: a frequency axis with labelled divisions and
 // a level axis in dBV, the trace (each pixel column shows the highest bin it
 // covers), a marker on the peak with its frequency and level, the peak's
-// first five harmonics, and a second marker with its delta. The wheel zooms
-// about the pointer, a dragged box zooms to it, a click puts the second
-// marker, a double-click shows the whole spectrum again.
+// harmonics 2 to 10 (those below noise as a faint tick at their frequency), and a second marker
+// with its delta. The wheel zooms about the pointer, a dragged box zooms to it, a click puts the
+// second marker, a double-click shows the whole spectrum again.
 #include "views/Analyser.h"
 
 #include <QPixmap>
@@ -15,14 +15,15 @@ class AnalyserPlot : public QWidget {
     Q_OBJECT
 public:
     explicit AnalyserPlot(QWidget* parent = nullptr);
-    // A new spectrum; the view stays when it still fits (a refresh), else it is the whole.
+    // A new spectrum; the view stays when it still fits (a refresh), else it
+    // opens on the peak and its harmonics (OpeningView).
     void setSpectrum(const Spectrum& s);
     const Spectrum& spectrum() const { return spectrum_; }
     const SpectrumView& view() const { return view_; }
     void setView(const SpectrumView& v);
     void resetView();
     const Tone& peak() const { return peak_; }
-    const std::vector<Tone>& harmonics() const { return harmonics_; }
+    const std::vector<Harmonic>& harmonics() const { return harmonics_; }
     // The second marker (invalid when not placed), and its text with the delta.
     const Tone& marker() const { return marker_; }
     void placeMarker(double hz); // the highest bin within a lobe of hz
@@ -54,7 +55,7 @@ private:
     Spectrum spectrum_;
     SpectrumView view_;
     Tone peak_, marker_;
-    std::vector<Tone> harmonics_;
+    std::vector<Harmonic> harmonics_;
     bool dragging_ = false;
     QPoint pressAt_, dragTo_;
 };

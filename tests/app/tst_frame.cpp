@@ -14,10 +14,12 @@
 #include "controller/frmCtrlList.h"
 #include "link/LinkState.h"
 #include "panel/frmV_Panel.h"
+#include "platform/Pacing.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
 #include "shared/AppIdentity.h"
 #include "shared/FileFunc.h"
+#include "shared/Icons.h"
 #include "shared/LoadLanguage.h"
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
@@ -25,6 +27,7 @@
 
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QPointer>
 #include <QScreen>
@@ -46,6 +49,7 @@ private slots:
     void startsWithoutInstrumentAndWithoutMessages();
     void firstStartTakesThreeQuartersOfTheScreen();
     void titleNamesTheSheetAndItsChanges();
+    void exitWithThePanelOpenEndsItsRefreshFirst_data();
     void exitWithThePanelOpenEndsItsRefreshFirst();
     void menusAndToolbarCarryTheirCaptions();
     void panesAndViewChecksStayInStep();
@@ -122,10 +126,26 @@ void TestFrame::firstStartTakesThreeQuartersOfTheScreen() {
     QCOMPARE(frame_->geometry().size(), QSize(500, 400));
 }
 
-// File > Exit while the virtual panel refreshes: the panel goes first, no
-// message comes after the frame, nothing draws for a frame that has gone.
+// The virtual panel opened from its tree leaf on a frame of a user's screen
+// size: the screen at the largest whole zoom the area holds (twice its
+// pixels on a full-HD screen, its own at 800x600), the program's icon on its
+// window. Then the frame is left while the panel refreshes with the link's
+// real pauses (File > Exit, or the window's close button): no message, the
+// keys unlocked once as the last word to the instrument.
+void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst_data() {
+    QTest::addColumn<QSize>("screen");
+    QTest::addColumn<QSize>("lcd");
+    QTest::addColumn<bool>("closeButton");
+    QTest::newRow("800x600, File > Exit") << QSize(800, 600) << QSize(320, 234) << false;
+    QTest::newRow("1920x1080, close button") << QSize(1920, 1080) << QSize(640, 468) << true;
+}
+
 void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
+    QFETCH(QSize, screen);
+    QFETCH(QSize, lcd);
+    QFETCH(bool, closeButton);
     startFrame();
+    frame_->setGeometry(QRect(QPoint(0, 0), screen));
     QTemporaryDir dir;
     sim::SimulatorOptions o;
     o.usbDirectory = dir.filePath("usb").toStdString();
@@ -138,16 +158,35 @@ void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
     const QTreeWidgetItem* leaf = tree->RowStartingWith("Virtual Panel");
     QVERIFY(leaf);
     PraseCtrlList(frmCtrlList::FullPath(leaf));
-    QPointer<QWidget> panel = frame_->findChild<frmV_Panel*>();
-    if (!panel) panel = frame_->findChild<frmV_Key*>();
+    QPointer<frmV_Panel> panel = frame_->findChild<frmV_Panel*>();
     QVERIFY(panel);
-    QTest::qWait(300); // the panel refreshes
-    frame_->action("mnuFileExit")->trigger();
+    auto* sub = qobject_cast<QMdiSubWindow*>(panel->parentWidget());
+    QVERIFY(sub);
+    QCOMPARE(sub->windowIcon().pixmap(32).toImage(), OwnIcon("korvane").pixmap(32).toImage());
+    QTRY_VERIFY_WITH_TIMEOUT(panel->refreshes() >= 1, 10000);
+    QCOMPARE(panel->picture().size(), lcd);
+    auto* picture = panel->findChild<QLabel*>("PanelWavePic");
+    QVERIFY(picture);
+    QCOMPARE(picture->size(), lcd);
+
+    platform::SetPacingScale(1); // each round now takes the link's real pauses
+    simulator.instrument().ClearLog();
+    QTest::qWait(700);
+    if (closeButton)
+        frame_->close();
+    else
+        frame_->action("mnuFileExit")->trigger();
     QTRY_VERIFY(!frame_->isVisible());
-    QTest::qWait(500);
+    QTest::qWait(800); // a round that was under way has ended
+    platform::SetPacingScale(0);
     QVERIFY(!panel);
     QVERIFY(!PanelOpen && !PanelRunning);
     QVERIFY2(tp_->boxes.isEmpty(), qPrintable(tp_->prompts().join("; ")));
+    QStringList said;
+    for (const sim::LogEntry& e : simulator.instrument().Log())
+        said << QString::fromStdString(e.command);
+    QCOMPARE(said.filter(":KEY:LOCK DISABLE").size(), 1);
+    QCOMPARE(said.last(), QString(":KEY:LOCK DISABLE"));
     platform::SetSimulatedUsbDirectory(QString());
 }
 

@@ -14,7 +14,10 @@
 #include "shared/SoftwareSetting.h"
 
 #include <QComboBox>
+#include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTabWidget>
 #include <QtTest>
 
@@ -40,6 +43,8 @@ private slots:
     void tabCyclingWraps_data();
     void tabCyclingWraps();
     void dialogCtrlTabCycles();
+    void intervalReadsTheDisplaysDecimalSign_data();
+    void intervalReadsTheDisplaysDecimalSign();
 };
 
 void TestOptions::init() {
@@ -276,6 +281,40 @@ void TestOptions::storedValuesOutsideTheListsAreKept() {
     const OptionsState st = dialog.state();
     QCOMPARE(st.baudText, QString("115200"));
     QCOMPARE(st.gpibIndex, 42);
+}
+
+// The interval typed as a user types it, in the display's decimal sign (the
+// comma run types "1,5"): OK stores 1.5 s, the dialog shows it back in the
+// same sign. A point reads the same in either locale.
+void TestOptions::intervalReadsTheDisplaysDecimalSign_data() {
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<int>("stored");
+    const QString sign = QLocale().decimalPoint();
+    QTest::newRow("display sign") << "1" + sign + "5" << 1500;
+    QTest::newRow("point") << "2.5" << 2500;
+    QTest::newRow("whole") << "5" << 5000;
+}
+
+void TestOptions::intervalReadsTheDisplaysDecimalSign() {
+    QFETCH(QString, typed);
+    QFETCH(int, stored);
+    TestPlatform tp;
+    const QString sign = QLocale().decimalPoint();
+    if (qEnvironmentVariableIntValue("KORVANE_EXPECT_COMMA_LOCALE") == 1) QCOMPARE(sign, ",");
+    {
+        frmOptions dialog;
+        dialog.show();
+        dialog.findChild<QRadioButton*>("OptRefreshType1")->click(); // Auto
+        auto* interval = dialog.findChild<QComboBox*>("IntervalCombo");
+        QVERIFY(interval && interval->isEnabled());
+        interval->lineEdit()->selectAll();
+        QTest::keyClicks(interval->lineEdit(), typed);
+        QTest::mouseClick(dialog.findChild<QPushButton*>("cmdOK"), Qt::LeftButton);
+    }
+    QCOMPARE(SoftwareSetting.RefreshInterval, stored);
+    frmOptions again;
+    const QString shown = again.findChild<QComboBox*>("IntervalCombo")->currentText();
+    QCOMPARE(shown, QString::number(stored / 1000.0).replace('.', sign));
 }
 
 QTEST_MAIN(TestOptions)

@@ -51,7 +51,11 @@ private slots:
     void intervalIsWallClock();
     void sigrokHabits();
     void spectrumReadsTheTone();
+    void spectrumHarmonicsOfASquare();
     void measureStatistics();
+    void aSignalEndsStatisticsWithWhatWasGathered_data();
+    void aSignalEndsStatisticsWithWhatWasGathered();
+    void aTerminalHearsAtOnceWhatIsHappening();
 
 private:
     struct Result {
@@ -463,12 +467,63 @@ void TestCli::spectrumReadsTheTone() {
         QVERIFY2(std::abs(peak["frequency"].toDouble() - 1000) <= bin, r.out.constData());
         QVERIFY2(std::abs(peak["level_dbv"].toDouble() + 3.0103) < 0.1, r.out.constData());
     }
+    // A sine's harmonics 2 to 10 are all below the noise, one a line.
     const Result text = run({"spectrum", "CH1"});
     QVERIFY2(text.out.contains("peak 1.000kHz -3.0"), text.out.constData());
-    QCOMPARE(text.out.count("\nH"), 5); // the five harmonics, one a line
+    QCOMPARE(text.out.count("\nH"), 9);
+    QCOMPARE(text.out.count(" below noise\n"), 9);
+    QVERIFY(text.out.contains("\nH3 3.000kHz below noise\n"));
 }
 
-// Three refreshes of CH1's measures: counts, and Vpp's figures in base units.
+// The simulator's 2 kHz square on CH2: harmonic n at n times the peak, the
+// odd ones 20 log10(n) under the fundamental (9.54, 13.98, 16.90 dB for 3,
+// 5, 7: the Fourier series of a square), the even ones below the noise with
+// a null level; the text says the same as the JSON.
+void TestCli::spectrumHarmonicsOfASquare() {
+    const Result r = run({"spectrum", "CH2", "--json"});
+    QCOMPARE(r.status, 0);
+    const QJsonObject o = QJsonDocument::fromJson(r.out).object();
+    const double f0 = o["peak"].toObject()["frequency"].toDouble();
+    const double level0 = o["peak"].toObject()["level_dbv"].toDouble();
+    QVERIFY2(std::abs(f0 - 2000) < 1, r.out.constData());
+    const QJsonArray list = o["harmonics"].toArray();
+    QCOMPARE(list.size(), 9);
+    const Result text = run({"spectrum", "CH2"});
+    for (int k = 0; k < list.size(); ++k) {
+        const QJsonObject h = list[k].toObject();
+        const int n = k + 2;
+        QCOMPARE(h["order"].toInt(), n);
+        if (n % 2 == 0) {
+            QVERIFY2(h["level_dbv"].isNull(), r.out.constData());
+            QCOMPARE(h["frequency"].toDouble(), n * f0);
+            QVERIFY(text.out.contains(
+                QString("\nH%1 %2 below noise\n")
+                    .arg(n)
+                    .arg(QString::number(n * 2.0, 'f', n * 2 < 10 ? 3 : 2) + "kHz")
+                    .toUtf8()));
+            continue;
+        }
+        QVERIFY2(std::abs(h["frequency"].toDouble() - n * f0) < 0.01 * n * f0, r.out.constData());
+        if (n <= 7) {
+            const double below = level0 - h["level_dbv"].toDouble();
+            QVERIFY2(std::abs(below - 20 * std::log10(double(n))) < 0.3, r.out.constData());
+        }
+    }
+}
+
+namespace {
+// The text table's row of a measure, split at its tabs.
+QStringList statsRow(const QByteArray& out, const QString& name) {
+    for (const QString& line : QString::fromUtf8(out).split('\n'))
+        if (line.startsWith(name + "\t")) return line.split('\t');
+    return {};
+}
+} // namespace
+
+// Three refreshes of CH1's measures, as a user reads them: the text table
+// gives each figure in the value column's own picture (Duty+ of the 50 %
+// signal reads "50.0%", as the measure command shows it), the JSON base
+// units, a percentage as a fraction.
 void TestCli::measureStatistics() {
     const Result r = run({"measure", "CH1", "--stats", "3", "--json"});
     QCOMPARE(r.status, 0);
@@ -480,7 +535,104 @@ void TestCli::measureStatistics() {
     QCOMPARE(vpp["mean"].toDouble(), 2.0);
     QCOMPARE(vpp["stddev"].toDouble(), 0.0);
     QCOMPARE(vpp["unit"].toString(), QString("V"));
+    for (int row : {16, 17}) { // Duty+ and Duty-
+        const QJsonObject duty = o["measures"].toArray()[row].toObject();
+        QCOMPARE(duty["unit"].toString(), QString("fraction"));
+        QVERIFY2(std::abs(duty["mean"].toDouble() - 0.5) < 0.005, r.out.constData());
+    }
     QCOMPARE(simulatorCommands().filter(":MEASURE:VPP").size(), 3);
+
+    const Result text = run({"measure", "CH1", "--stats", "3"});
+    QCOMPARE(text.status, 0);
+    // name, count, min, max, mean, stddev, pass, fail
+    QCOMPARE(statsRow(text.out, "Duty+").mid(1, 5),
+             QStringList({"3", "50.0%", "50.0%", "50.0%", "0.00%"}));
+    QCOMPARE(statsRow(text.out, "Vpp").mid(1, 4), QStringList({"3", "2.00V", "2.00V", "2.00V"}));
+    const Result once = run({"measure", "CH1"});
+    QVERIFY2(once.out.contains("Duty+\t50.0%\t"), once.out.constData());
+}
+
+// Ctrl+C or SIGTERM in a long statistics run: it ends at once with the
+// statistics of the refreshes it finished, in the format asked for, the
+// keys unlocked, the status 128 + the signal.
+void TestCli::aSignalEndsStatisticsWithWhatWasGathered_data() {
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("json");
+    QTest::newRow("SIGINT, text") << int(SIGINT) << false;
+    QTest::newRow("SIGTERM, JSON") << int(SIGTERM) << true;
+}
+
+void TestCli::aSignalEndsStatisticsWithWhatWasGathered() {
+    QFETCH(int, signal);
+    QFETCH(bool, json);
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", runtime_->path());
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    env.insert("KORVANE_PACING", "0");
+    p.setProcessEnvironment(env);
+    QStringList args{"measure", "CH1", "--stats", "100000", "--interval", "5"};
+    if (json) args << "--json";
+    p.start(KORVANE_CLI, args);
+    QVERIFY(p.waitForStarted());
+    // Two refreshes done (preshoot is each one's last query), the run inside
+    // its five-second pause.
+    QTRY_VERIFY_WITH_TIMEOUT(simulatorCommands().filter(":MEASURE:PRESHOOT").size() == 2, 10000);
+    QTest::qWait(300);
+    QElapsedTimer clock;
+    clock.start();
+    ::kill(static_cast<pid_t>(p.processId()), signal);
+    QVERIFY(p.waitForFinished(5000));
+    QVERIFY2(clock.elapsed() < 1000,
+             qPrintable(QString::number(clock.elapsed()))); // not after the pause
+    QCOMPARE(p.exitCode(), 128 + signal);
+    QTRY_COMPARE(simulatorCommands().last(), QString(":KEY:LOCK DISABLE"));
+    QCOMPARE(simulatorCommands().filter(":MEASURE:VPP").size(), 2); // none after the signal
+    const QByteArray out = p.readAllStandardOutput();
+    if (json) {
+        const QJsonObject o = QJsonDocument::fromJson(out).object();
+        QCOMPARE(o["refreshes"].toInt(), 2);
+        const QJsonObject vpp = o["measures"].toArray()[0].toObject();
+        QCOMPARE(vpp["count"].toInt(), 2);
+        QCOMPARE(vpp["mean"].toDouble(), 2.0);
+    } else {
+        QCOMPARE(statsRow(out, "Vpp").mid(1, 4), QStringList({"2", "2.00V", "2.00V", "2.00V"}));
+        QCOMPARE(statsRow(out, "Duty+").value(4), QString("50.0%"));
+    }
+}
+
+// On a terminal the first line says what the command does before the
+// connection is made (its commands take their real pauses here, about two
+// seconds before the keys are locked); a pipe gets none of it.
+void TestCli::aTerminalHearsAtOnceWhatIsHappening() {
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", runtime_->path());
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    env.insert("KORVANE_PACING", "1");
+    p.setProcessEnvironment(env);
+    p.setProcessChannelMode(QProcess::MergedChannels);
+    // script(1) gives the command a pseudo-terminal as its standard error.
+    p.start("script", {"-qefc", QString("%1 idn").arg(KORVANE_CLI), "/dev/null"});
+    QVERIFY(p.waitForStarted());
+    QElapsedTimer clock;
+    clock.start();
+    QByteArray seen;
+    while (!seen.contains("connecting to ") && clock.elapsed() < 5000) {
+        p.waitForReadyRead(20);
+        seen += p.readAll();
+    }
+    QVERIFY2(seen.contains("connecting to USB0::0x5345::0x4102::SIM0000001::INSTR"),
+             seen.constData());
+    QVERIFY(!simulatorCommands().contains(":KEY:LOCK ENABLE"));
+    QVERIFY(p.waitForFinished(20000));
+    seen += p.readAll();
+    QCOMPARE(p.exitCode(), 0);
+    QVERIFY(seen.contains("VEXOR"));
+
+    const Result piped = run({"idn"}, {{"KORVANE_PACING", "1"}});
+    QCOMPARE(piped.status, 0);
+    QVERIFY2(piped.err.isEmpty(), piped.err.constData());
 }
 
 QTEST_MAIN(TestCli)

@@ -380,9 +380,11 @@ void TestMeasure::statisticsOverScriptedReplies() {
     for (const MeasureRow& row : MeasureRows())
         if (QByteArray(row.english) == "Frequency") frequency = &row;
     QVERIFY(frequency);
+    const QStringList duty{"50.0%", "48.0%", "52.0%", "*****", "50.0%"};
     for (int i = 0; i < vpp.size(); ++i) {
         rec.Items[0].Text = vpp[i];
         rec.Items[static_cast<std::size_t>(frequency->slot)].Text = freq[i];
+        rec.Items[16].Text = duty[i]; // Duty+
         AddRefresh(stats, rec);
     }
     const MeasureStat& s = stats.items[0];
@@ -400,12 +402,17 @@ void TestMeasure::statisticsOverScriptedReplies() {
     QCOMPARE(f.count, 3);
     QCOMPARE(f.min, 999.0);
     QCOMPARE(f.max, 1001.0);
-    QCOMPARE(f.passed + f.failed, 0); // no limits: no verdicts
-    // The second export: a line a measure with its figures in its own pictures.
+    QCOMPARE(f.passed + f.failed, 0);    // no limits: no verdicts
+    QCOMPARE(stats.items[16].mean, 0.5); // a fraction, as the limits are
+    // The second export: a line a measure with its figures in the value
+    // column's pictures (a percentage as the instrument's "50.0%").
     const QList<QByteArray> lines = MeasureStatsExportBytes(rec, stats).split('\n');
     QVERIFY(lines[3].startsWith("Refreshes\t5"));
-    QVERIFY2(lines[5].startsWith("Vpp\t2.000V\t1.900V\t2.100V\t2.000V\t"), lines[5].constData());
+    QVERIFY2(lines[5].startsWith("Vpp\t2.00V\t1.90V\t2.10V\t2.00V\t"), lines[5].constData());
     QVERIFY(lines[5].endsWith("\t4\t2\t3\r"));
+    // Duty+: current, min, max, mean, stddev (of 48, 50, 50, 52: 1.63 %).
+    QVERIFY2(lines[5 + 16].startsWith("Duty+\t50.0%\t48.0%\t52.0%\t50.0%\t1.63%\t4\t"),
+             lines[5 + 16].constData());
     stats.reset();
     QCOMPARE(stats.items[0].count, 0);
 }
@@ -428,16 +435,21 @@ void TestMeasure::statisticsInTheWindow() {
     QTreeWidgetItem* vpp = w->view()->topLevelItem(0);
     QCOMPARE(vpp->text(0), QString("Vpp"));
     // In the display's decimal sign, as the value column (a comma under de_DE).
-    QCOMPARE(vpp->text(1), ShownForm("1.000V")); // the last
-    QCOMPARE(vpp->text(2), ShownForm("1.000V")); // min
-    QCOMPARE(vpp->text(3), ShownForm("3.000V")); // max
-    QCOMPARE(vpp->text(4), ShownForm("2.000V")); // mean
+    QCOMPARE(vpp->text(1), ShownForm("1.00V")); // the last
+    QCOMPARE(vpp->text(2), ShownForm("1.00V")); // min
+    QCOMPARE(vpp->text(3), ShownForm("3.00V")); // max
+    QCOMPARE(vpp->text(4), ShownForm("2.00V")); // mean
     QCOMPARE(vpp->text(6), QString("3"));
+    QTreeWidgetItem* duty = w->view()->topLevelItem(16);
+    QCOMPARE(duty->text(0), QString("Duty+"));
+    QCOMPARE(duty->text(4), ShownForm("50.0%")); // the mean of a 50 % duty, not 0.50%
+    const QString dutyMean = duty->text(4);
     w->findChild<QToolButton*>("cmdStatsReset")->click();
     QCOMPARE(w->view()->topLevelItem(0)->text(6), QString("0"));
     w->findChild<QToolButton*>("cmdStats")->click(); // back to the described list
     QCOMPARE(w->view()->columnCount(), 5);
     QCOMPARE(w->view()->topLevelItem(0)->text(1), ShownForm("1.00V"));
+    QCOMPARE(w->view()->topLevelItem(16)->text(1), dutyMean); // the value column says the same
 }
 
 QTEST_MAIN(TestMeasure)

@@ -37,6 +37,7 @@
 #include <QPointer>
 #include <QRadioButton>
 #include <QSplitter>
+#include <QStyle>
 #include <QTabWidget>
 #include <QToolButton>
 #include <QTreeView>
@@ -251,6 +252,14 @@ QStringList TestWindows::faultsIn(int window, int language, QMap<QString, QStrin
     QStringList faults;
     const QString lang = language == kLanguageChinese ? "zh" : "en";
     const QRect windowRect = w->window()->rect();
+    // A child window carries an icon of the program's, never the style's
+    // placeholder (the toolkit's logo).
+    if (auto* sub = qobject_cast<QMdiSubWindow*>(w->parentWidget())) {
+        const QImage placeholder =
+            sub->style()->standardIcon(QStyle::SP_TitleBarMenuButton).pixmap(16).toImage();
+        if (sub->windowIcon().isNull() || sub->windowIcon().pixmap(16).toImage() == placeholder)
+            faults << lang + ": the child window shows no icon of the program's";
+    }
     for (QWidget* c : w->findChildren<QWidget*>()) {
         if (!shownOnScreen(c)) continue;
         const QString who =

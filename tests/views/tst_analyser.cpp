@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The spectrum analyser reads a tone's frequency within a bin and its level
 // within 0.1 dB, whatever the window and wherever the tone falls between
-// bins; it finds the harmonics of a square wave; the axis and zoom hold.
+// bins; it reads harmonics at n times the fundamental; the axis and zoom hold.
 #include "shared/Picture.h"
 #include "views/Analyser.h"
 #include "views/AnalyserPlot.h"
@@ -12,13 +12,15 @@
 #include <QTest>
 #include <cmath>
 #include <numbers>
+#include <random>
 
 class TestAnalyser : public QObject {
     Q_OBJECT
 private slots:
     void toneLevelAndFrequency_data();
     void toneLevelAndFrequency();
-    void squareWaveHarmonics();
+    void harmonicsAtTheirMultiples_data();
+    void harmonicsAtTheirMultiples();
     void averagingAndAxis();
     void markersAndZoomWithTheMouse();
 };
@@ -54,33 +56,63 @@ void TestAnalyser::toneLevelAndFrequency() {
     QVERIFY(std::abs(s.rms[0] - 0.3) < 0.01); // DC is its own level
 }
 
-// A 1 V square wave of 1 kHz: odd harmonics at 4/(pi k) of the amplitude,
-// even ones absent.
-void TestAnalyser::squareWaveHarmonics() {
+// Harmonics are read at n times the fundamental and nowhere else, each
+// against the Fourier series worked by hand: a 1 V square wave's odd
+// harmonics stand at 4/(pi n) of the amplitude (9.54, 13.98, 16.90 dB under
+// the fundamental for 3, 5, 7), its even ones and every one of a sine are
+// below the noise (1 mV RMS of it here) and keep their order and n x f0.
+// A strong tone between two harmonics never stands in for one.
+void TestAnalyser::harmonicsAtTheirMultiples_data() {
+    QTest::addColumn<int>("shape"); // 0 square, 1 sine, 2 sine with a spur at 2.5 f0
+    QTest::addColumn<int>("window");
+    QTest::newRow("square, Hanning") << 0 << int(FftWindow::Hanning);
+    QTest::newRow("square, Blackman") << 0 << int(FftWindow::Blackman);
+    QTest::newRow("square, rectangle") << 0 << int(FftWindow::Rectangle);
+    QTest::newRow("sine") << 1 << int(FftWindow::Hanning);
+    QTest::newRow("sine and a spur") << 2 << int(FftWindow::Hanning);
+}
+
+void TestAnalyser::harmonicsAtTheirMultiples() {
+    QFETCH(int, shape);
+    QFETCH(int, window);
     const int n = 100000;
-    const double rate = 1e6;
+    const double rate = 1e6, f0 = 1000;
+    std::mt19937 random(7);
+    std::normal_distribution<double> noise(0, 1e-3);
     std::vector<double> v(n);
-    for (int i = 0; i < n; ++i)
-        v[static_cast<std::size_t>(i)] = std::fmod(i * 1000.0 / rate, 1.0) < 0.5 ? 1 : -1;
-    const Spectrum s = ComputeRmsSpectrum(v.data(), v.size(), rate, FftWindow::Blackman);
-    const Tone f = FindPeak(s);
-    QVERIFY(std::abs(f.frequency - 1000) < s.binHz);
-    const std::vector<Tone> h = Harmonics(s, f);
-    QCOMPARE(h.size(), std::size_t(5));
-    for (int k = 0; k < 5; ++k) {
-        const int order = k + 2;
-        if (order % 2 == 1) {
-            QVERIFY(std::abs(h[static_cast<std::size_t>(k)].frequency - 1000.0 * order) < s.binHz);
-            const double expected = 4 / (std::numbers::pi * order) / std::numbers::sqrt2;
-            QVERIFY2(std::abs(h[static_cast<std::size_t>(k)].dbv() - 20 * std::log10(expected)) <
-                         0.2,
-                     qPrintable(QString::number(h[static_cast<std::size_t>(k)].dbv())));
-        } else {
-            QVERIFY(h[static_cast<std::size_t>(k)].dbv() < f.dbv() - 40);
-        }
+    for (int i = 0; i < n; ++i) {
+        const double t = i / rate;
+        double x = shape == 0 ? (std::fmod(t * f0, 1.0) < 0.5 ? 1 : -1)
+                              : std::sin(2 * std::numbers::pi * f0 * t);
+        if (shape == 2) x += 0.5 * std::sin(2 * std::numbers::pi * 2.5 * f0 * t);
+        v[static_cast<std::size_t>(i)] = x + noise(random);
     }
-    // The marker's delta: the third harmonic is 9.54 dB below the fundamental.
-    QVERIFY(std::abs((f.dbv() - h[1].dbv()) - 20 * std::log10(3.0)) < 0.2);
+    const Spectrum s = ComputeRmsSpectrum(v.data(), v.size(), rate, static_cast<FftWindow>(window));
+    const Tone f = FindPeak(s);
+    QVERIFY(std::abs(f.frequency - f0) < s.binHz / 10);
+    const std::vector<Harmonic> h = Harmonics(s, f);
+    QCOMPARE(h.size(), std::size_t(9)); // 2 to 10
+    for (std::size_t k = 0; k < h.size(); ++k) {
+        const int order = static_cast<int>(k) + 2;
+        QCOMPARE(h[k].order, order);
+        QCOMPARE(h[k].frequency, order * MarkerFrequency(s, f)); // as M1 reads the fundamental
+        const bool tone = shape == 0 && order % 2 == 1;
+        QVERIFY2(h[k].belowNoise() == !tone, qPrintable(HarmonicText(s, h[k])));
+        if (!tone) {
+            QCOMPARE(HarmonicText(s, h[k]),
+                     QString("H%1 %2 below noise").arg(order).arg(FrequencyText(order * f0)));
+            continue;
+        }
+        QVERIFY(std::abs(h[k].tone.frequency - order * f0) < s.binHz / 4);
+        const double below = f.dbv() - h[k].tone.dbv();
+        QVERIFY2(std::abs(below - 20 * std::log10(double(order))) < 0.2,
+                 qPrintable(HarmonicText(s, h[k])));
+    }
+    // The opening view shows the fundamental and its first ten harmonics,
+    // not the 500 kHz of the whole span.
+    const SpectrumView opening = OpeningView(s, f);
+    QCOMPARE(opening.from, 0.0);
+    QVERIFY(opening.to > 10 * f0 && opening.to < 12 * f0);
 }
 
 void TestAnalyser::averagingAndAxis() {
