@@ -106,7 +106,9 @@ const QList<Command>& commands() {
          "gives the values in base units (V, s, Hz, a fraction) beside their texts; with "
          "--repeat one JSON document a line. --stats N refreshes N times (--interval apart) "
          "and prints each measure's count, minimum, maximum, mean and standard deviation, and "
-         "its pass and fail counts; \"*****\" values are not counted.",
+         "its pass and fail counts; \"*****\" values are not counted. The text gives each "
+         "figure as the value column does (\"50.0%\"), --json in base units (a percentage as "
+         "a fraction). Ctrl+C or SIGTERM prints the statistics gathered so far.",
          1,
          1,
          true,

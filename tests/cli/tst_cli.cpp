@@ -64,6 +64,8 @@ private:
     };
     Result run(const QStringList& args, const QMap<QString, QString>& extraEnv = {});
     QStringList simulatorCommands() const;
+    // A command-line process that finds the simulator, at a pacing scale.
+    void prepare(QProcess& p, const QString& pacing) const;
     std::unique_ptr<TestPlatform> tp_;
     std::unique_ptr<QTemporaryDir> runtime_;
     std::unique_ptr<sim::Simulator> sim_;
@@ -271,6 +273,14 @@ void TestCli::exitCodesForWhatGoesWrong() {
     QCOMPARE(run({"no-such-command"}).status, 2);
 }
 
+void TestCli::prepare(QProcess& p, const QString& pacing) const {
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", runtime_->path());
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    env.insert("KORVANE_PACING", pacing);
+    p.setProcessEnvironment(env);
+}
+
 QStringList TestCli::simulatorCommands() const {
     QStringList lines;
     for (const sim::LogEntry& e : sim_->instrument().Log())
@@ -371,11 +381,7 @@ void TestCli::aSignalUnlocksTheKeys_data() {
 void TestCli::aSignalUnlocksTheKeys() {
     QFETCH(int, signal);
     QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("XDG_RUNTIME_DIR", runtime_->path());
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    env.insert("KORVANE_PACING", "1"); // the real pauses: the download takes seconds
-    p.setProcessEnvironment(env);
+    prepare(p, "1");
     p.start(KORVANE_CLI, {"settings", "get", runtime_->filePath("s.rmt")});
     QVERIFY(p.waitForStarted());
     QTRY_VERIFY_WITH_TIMEOUT(simulatorCommands().contains(":KEY:LOCK ENABLE"), 10000);
@@ -566,11 +572,7 @@ void TestCli::aSignalEndsStatisticsWithWhatWasGathered() {
     QFETCH(int, signal);
     QFETCH(bool, json);
     QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("XDG_RUNTIME_DIR", runtime_->path());
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    env.insert("KORVANE_PACING", "0");
-    p.setProcessEnvironment(env);
+    prepare(p, "0");
     QStringList args{"measure", "CH1", "--stats", "100000", "--interval", "5"};
     if (json) args << "--json";
     p.start(KORVANE_CLI, args);
@@ -606,11 +608,7 @@ void TestCli::aSignalEndsStatisticsWithWhatWasGathered() {
 // seconds before the keys are locked); a pipe gets none of it.
 void TestCli::aTerminalHearsAtOnceWhatIsHappening() {
     QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("XDG_RUNTIME_DIR", runtime_->path());
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    env.insert("KORVANE_PACING", "1");
-    p.setProcessEnvironment(env);
+    prepare(p, "1");
     p.setProcessChannelMode(QProcess::MergedChannels);
     // script(1) gives the command a pseudo-terminal as its standard error.
     p.start("script", {"-qefc", QString("%1 idn").arg(KORVANE_CLI), "/dev/null"});
