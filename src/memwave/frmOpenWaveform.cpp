@@ -286,6 +286,7 @@ void frmOpenWaveform::buildControls() {
     split_ = PictureArea(BackPic_, spectrum_, decode_);
 
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 4, 4, 4); // every pixel counts beside the docks at 800x600
     layout->addLayout(tools);
     layout->addLayout(controls);
     layout->addLayout(display);

@@ -25,7 +25,16 @@
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <cmath>
+
+QPointF SecondTextPlace(double left, double row, int firstWidth, int secondWidth, double wanted,
+                        double right, int lineHeight) {
+    const double gap = lineHeight; // about two blanks
+    const double x = std::max(wanted, left + firstWidth + gap);
+    if (x + secondWidth <= right) return {x, row};
+    return {left, row + lineHeight};
+}
 
 namespace {
 QString text(const char* control) {
@@ -131,10 +140,16 @@ QImage RecordFrameRenderer::draw(const RecordRecord& rec, QSize size) {
             s.lineTo(x, 26);
             s.text(x + 1, 9, "T");
             const double row = 200 * z + 29;
+            const QString volts =
+                rec.Source + " Volt/Div: " + rec.VoltDiv + "  Offset: " + rec.Offset;
+            const QString times = "TimeDiv: " + rec.TimeDiv + "  Delay: " + rec.Delay;
             s.setFore(trace);
-            s.text(25, row, rec.Source + " Volt/Div: " + rec.VoltDiv + "  Offset: " + rec.Offset);
+            s.text(25, row, volts);
             s.setFore(marker);
-            s.text(25 + 150 * z, row, "TimeDiv: " + rec.TimeDiv + "  Delay: " + rec.Delay);
+            const QPointF at =
+                SecondTextPlace(25, row, s.textWidth(volts), s.textWidth(times), 25 + 150 * z,
+                                25 + 300 * z, s.painter().fontMetrics().height());
+            s.text(at.x(), at.y(), times);
         }
     }
     QImage out = base_;

@@ -8,7 +8,14 @@
 
 #include <QElapsedTimer>
 #include <QImage>
+#include <QPointF>
 #include <array>
+
+// Where the picture's second read-out text goes: at `wanted` on the first
+// text's row when it clears that text by a gap and ends before `right`,
+// else at `left` on the next row, so the two never write over each other.
+QPointF SecondTextPlace(double left, double row, int firstWidth, int secondWidth, double wanted,
+                        double right, int lineHeight);
 
 class QLabel;
 class QSlider;

@@ -359,6 +359,9 @@ void frmWave::applyCaptions(int index) {
     cmdPrint_->setText(text("cmdPrint"));
     cmdPreview_->setText(text("cmdPreview").trimmed());
     cmdPreview_->setToolTip(text("cmdPreview.tip"));
+    // Shown as icons in a narrow window: the names stay in the tool tips.
+    for (QToolButton* b : {cmdExport_, cmdPrint_, cmdCapture_, cmdDecode_})
+        if (b->toolTip().isEmpty()) b->setToolTip(b->text());
     LblRefreshText_->setText(text("labRefreshing"));
 }
 
@@ -515,6 +518,12 @@ QCheckBox* frmWave::sourceBox(int index) const {
 
 void frmWave::resizeEvent(QResizeEvent* event) {
     DocWindow::resizeEvent(event);
+    // A narrow window (a small screen beside the docks) keeps every tool in
+    // view: the right-hand buttons as icons, their names in the tool tips.
+    const bool narrow = width() < 780;
+    for (QToolButton* b :
+         {cmdExport_, cmdPrint_, cmdPreview_, cmdCapture_, cmdDecode_, cmdSpectrum_})
+        b->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
     if (!firstPaint_) platform::RunHandler("Form_Resize", [this] { Form_Resize(); });
 }
 

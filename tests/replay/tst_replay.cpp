@@ -87,6 +87,8 @@ private slots:
     void loopWrapsAndSingleRestsInPause();
     void stepBackFromTheFirstFrame();
     void windowPlaysAFile();
+    void readoutTextsNeverOverlap_data();
+    void readoutTextsNeverOverlap();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -369,6 +371,45 @@ void TestReplay::windowPlaysAFile() {
     w->SaveBitmap();
     QCOMPARE(QImage(bmp).size(), w->picture().size());
     ResetDataSheet();
+}
+
+// The two read-out texts under the picture, drawn as the window draws them
+// at its smallest and a large size: no pixel column of the channel's text
+// (yellow) on a row band shares that band with the time text (orange) to its
+// right, so "TimeDiv: 500.0us" never writes over "Offset: 0.00uV".
+void TestReplay::readoutTextsNeverOverlap_data() {
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("800x600 window") << QSize(350, 250);
+    QTest::newRow("small") << QSize(420, 300);
+    QTest::newRow("large") << QSize(900, 640);
+}
+
+void TestReplay::readoutTextsNeverOverlap() {
+    QFETCH(QSize, size);
+    RecordRecord rec;
+    QString error;
+    QCOMPARE(LoadRecordFile(simulatorRecord(tp_->tempPath("texts.rcd"), 3, 1), rec, &error),
+             RecordLoad::Ok);
+    rec.CurrentFrame = 1;
+    RecordFrameRenderer renderer;
+    const QImage picture = renderer.draw(rec, size);
+    const double z = RecordZoom(size);
+    const int top = static_cast<int>(200 * z + 27);
+    // Per row: the rightmost channel-text pixel and the leftmost time-text one.
+    for (int y = top; y < picture.height(); ++y) {
+        int lastYellow = -1, firstOrange = picture.width();
+        for (int x = 0; x < picture.width(); ++x) {
+            const QColor c = picture.pixelColor(x, y);
+            if (c == QColor(255, 255, 0)) lastYellow = x;
+            if (c == QColor(255, 128, 0)) firstOrange = std::min(firstOrange, x);
+        }
+        if (lastYellow < 0 || firstOrange == picture.width()) continue;
+        QVERIFY2(lastYellow < firstOrange,
+                 qPrintable(QString("row %1: channel text to x=%2, time text from x=%3")
+                                .arg(y)
+                                .arg(lastYellow)
+                                .arg(firstOrange)));
+    }
 }
 
 QTEST_MAIN(TestReplay)
