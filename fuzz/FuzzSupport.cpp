@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "FuzzSupport.h"
 
+#include "acquire/Jobs.h"
+#include "acquire/MeasureJob.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
 #include "platform/Settings.h"
+#include "sheet/SheetRecords.h"
 
 #include <QApplication>
 #include <QFile>
@@ -31,6 +34,13 @@ void FuzzSetUp() {
     platform::SetPacingScale(0);
     platform::SetMsgBoxHook([](const platform::MsgBoxRequest&) { return platform::MsgResult::Ok; });
     platform::SetSettingsDirectory(folder().path());
+}
+
+void FuzzResetJobState() {
+    JobWarning.clear();
+    CurrentMeasure = CurrentMeasureBlock();
+    for (WaveRecord& w : WaveRecords)
+        w = WaveRecord();
 }
 
 void FuzzRequire(bool holds, const char* what) {

@@ -9,6 +9,10 @@
 #include <cstdint>
 
 void FuzzSetUp();
+// What a job leaves behind for its window (its warning text, the measure
+// block, the wave records it fetched into) put back as new, so one input
+// never sees another's: a target's memory stays flat over a long run.
+void FuzzResetJobState();
 // A property every input must keep; a broken one stops the run like a crash.
 void FuzzRequire(bool holds, const char* what);
 // A file in the target's private folder holding the input.

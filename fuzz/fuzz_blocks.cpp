@@ -78,6 +78,7 @@ void feedSerial(FuzzPieces& pieces, bool binary) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzSetUp();
+    FuzzResetJobState();
     if (size == 0) return 0;
     FuzzPieces pieces(data + 1, size - 1);
     g_pieces = &pieces;

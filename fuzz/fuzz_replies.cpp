@@ -39,6 +39,7 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzSetUp();
+    FuzzResetJobState();
     static bool registered = false;
     if (!registered) {
         RegisterSettingsJobs();

@@ -12,6 +12,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <map>
 #include <cmath>
 
 namespace {
@@ -35,6 +36,7 @@ private slots:
     void initTestCase();
     void sigrokSessionReadsBack();
     void vcdReadsBack();
+    void vcdHoldsEveryLaneFromTimeZero();
     void numpyReadsTheArraysAndTheCsvExactly();
     void screenAndFrameCaptures();
 
@@ -90,6 +92,62 @@ void TestExport::vcdReadsBack() {
         sigrokCli_, {"-i", vcd, "-I", QString("vcd:downsample=%1").arg(ticks), "-O", "binary"});
     out = out.mid(out.indexOf('\n') + 1); // its META line
     QCOMPARE(out.left(200000), logicBytes(capture_));
+}
+
+// The VCD read by the test's own parser: every lane (the low ones too) and
+// both channels have a value in the #0 block, and the changes after it give
+// back every sample's logic word.
+void TestExport::vcdHoldsEveryLaneFromTimeZero() {
+    const QByteArray text = VcdBytes(capture_);
+    QMap<QByteArray, QByteArray> names; // identifier -> name
+    std::map<long long, QList<QByteArray>> changes; // time -> "1!" / "r0.5 1" lines
+    long long now = -1;
+    bool inDefinitions = true;
+    for (const QByteArray& raw : text.split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.isEmpty()) continue;
+        if (inDefinitions) {
+            const QList<QByteArray> w = line.split(' ');
+            if (w.value(0) == "$var") names[w.value(3)] = w.value(4);
+            if (line.startsWith("$enddefinitions")) inDefinitions = false;
+            continue;
+        }
+        if (line.startsWith('#')) {
+            now = line.mid(1).toLongLong();
+            changes[now];
+        } else if (!line.startsWith('$')) {
+            QVERIFY2(now >= 0, "a value before the first time mark");
+            changes[now] << line;
+        }
+    }
+    QCOMPARE(names.size(), 18);
+    QVERIFY(!changes.empty() && changes.begin()->first == 0);
+    QSet<QByteArray> atZero;
+    for (const QByteArray& change : changes.begin()->second)
+        atZero << names.value(change.startsWith('r') ? change.split(' ').value(1) : change.mid(1));
+    for (int bit = 0; bit < 16; ++bit)
+        QVERIFY2(atZero.contains("D" + QByteArray::number(bit)),
+                 qPrintable(QString("D%1 has no value at #0").arg(bit)));
+    QVERIFY(atZero.contains("CH1") && atZero.contains("CH2"));
+    // Replayed sample by sample: the logic words the capture holds.
+    const double tick = 1e9 / capture_.sampleRate;
+    std::uint16_t word = 0;
+    auto next = changes.begin();
+    for (std::int64_t i = 0; i < capture_.samples(); ++i) {
+        const long long t = std::llround(static_cast<double>(i) * tick);
+        for (; next != changes.end() && next->first <= t; ++next)
+            for (const QByteArray& change : next->second) {
+                if (change.startsWith('r')) continue;
+                const int bit = names.value(change.mid(1)).mid(1).toInt();
+                word = static_cast<std::uint16_t>(change[0] == '1' ? word | (1u << bit)
+                                                                   : word & ~(1u << bit));
+            }
+        if (word != capture_.logic[static_cast<std::size_t>(i)])
+            QFAIL(qPrintable(QString("sample %1: %2, the capture holds %3")
+                                 .arg(i)
+                                 .arg(word)
+                                 .arg(capture_.logic[static_cast<std::size_t>(i)])));
+    }
 }
 
 void TestExport::numpyReadsTheArraysAndTheCsvExactly() {

@@ -4,6 +4,7 @@
 #include "TestPlatform.h"
 
 #include "Files.h"
+#include "export/CaptureExport.h"
 #include "memwave/CsvExport.h"
 #include "memwave/MemoryView.h"
 #include "memwave/WaveZoom.h"
@@ -14,12 +15,14 @@
 #include "shared/StringRES.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
+#include "views/Analyser.h"
 #include "views/frmWave.h"
 
 #include <QComboBox>
 #include <QFile>
 #include <QRandomGenerator>
 #include <QtTest>
+#include <cstring>
 
 namespace {
 
@@ -69,6 +72,8 @@ private slots:
     void digitalTransitionInAColumnShows();
     void pyramidAnswersEveryRange();
     void viewerOpensZoomsStepsAndExports();
+    void alternateChannelsKeepTheirOwnRates_data();
+    void alternateChannelsKeepTheirOwnRates();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -452,6 +457,60 @@ void TestMemWave::viewerOpensZoomsStepsAndExports() {
     QVERIFY(cliFile.open(QIODevice::ReadOnly));
     QCOMPARE(again.readAll(), cliFile.readAll());
     ResetDataSheet();
+}
+
+// An alternate-trigger file whose CH2 runs at twice CH1's rate (CH1 the
+// simulator's 1 kHz sine, CH2 its 2 kHz square): each channel's spectrum
+// reads its own tone only through its own rate field. The same file with
+// CH2's rate field halved by hand puts CH2's tone at 1 kHz and leaves CH1's.
+void TestMemWave::alternateChannelsKeepTheirOwnRates_data() {
+    QTest::addColumn<float>("ch2RateFactor");
+    QTest::addColumn<double>("ch2Hz");
+    QTest::newRow("as written") << 1.0f << 2000.0;
+    QTest::newRow("CH2's rate field halved") << 0.5f << 1000.0;
+}
+
+void TestMemWave::alternateChannelsKeepTheirOwnRates() {
+    QFETCH(float, ch2RateFactor);
+    QFETCH(double, ch2Hz);
+    sim::WaveformFileContent wave;
+    wave.alternate = true;
+    wave.points = 40000;
+    wave.secondsPerDiv = 5e-4;
+    wave.secondsPerDiv2 = 2.5e-4;
+    wave.ch2Generator.shape = sim::Generator::Shape::Square;
+    wave.ch2Generator.frequency = 2000;
+    const QString path = tp_->tempPath("alternate.wfm");
+    std::string error;
+    QVERIFY(sim::WriteWaveformFile(path.toStdString(), wave, &error));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadWrite));
+    QByteArray bytes = f.readAll();
+    float ch2Rate = 0; // CH2's sample rate, a little-endian float at byte 252 of the head
+    std::memcpy(&ch2Rate, bytes.constData() + 252, 4);
+    QVERIFY(std::abs(ch2Rate - 40000 / (12 * 2.5e-4)) < 1);
+    ch2Rate *= ch2RateFactor;
+    std::memcpy(bytes.data() + 252, &ch2Rate, 4);
+    QVERIFY(f.seek(0) && f.write(bytes) == bytes.size());
+    f.close();
+
+    MemoryRecord rec;
+    QString loadError;
+    QCOMPARE(LoadWaveformFile(path, rec, &loadError), WaveformLoad::Ok);
+    MemoryView view;
+    for (int channel : {1, 2}) {
+        const CaptureTiming t = view.timing(rec, channel);
+        const std::vector<float> v = MemoryVolts(rec, channel, 0, t.points);
+        const std::vector<double> volts(v.begin(), v.end());
+        const Spectrum s =
+            ComputeRmsSpectrum(volts.data(), volts.size(), t.sampleRate, FftWindow::Hanning);
+        const double expected = channel == 1 ? 1000 : ch2Hz;
+        QVERIFY2(std::abs(FindPeak(s).frequency - expected) < s.binHz / 4,
+                 qPrintable(QString("CH%1 peak at %2 Hz, %3 expected")
+                                .arg(channel)
+                                .arg(FindPeak(s).frequency)
+                                .arg(expected)));
+    }
 }
 
 QTEST_MAIN(TestMemWave)

@@ -120,6 +120,8 @@ private slots:
     void lyingCountsStopTheRead_data();
     void lyingCountsStopTheRead();
     void aDamagedOpenIsNotBoundToItsFile();
+    void longRunsReadByAnIndependentParser_data();
+    void longRunsReadByAnIndependentParser();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -424,6 +426,71 @@ void TestSheetFile::aDamagedOpenIsNotBoundToItsFile() {
     QCOMPARE(tp_->fileDialogs.size(), 1);
     QVERIFY(f.open(QIODevice::ReadOnly));
     QCOMPARE(f.readAll(), bytes);
+}
+
+// Runs of 262,144 values and more (the reader cuts them into blocks, and a
+// value falls across a block's edge): the file's own lines, read by the
+// test's splitting alone, hold the values put in, one a line; the reader
+// gives the same values back.
+void TestSheetFile::longRunsReadByAnIndependentParser_data() {
+    QTest::addColumn<bool>("record");
+    QTest::addColumn<int>("count");
+    QTest::newRow("record, 300 frames") << true << 300 * 1024;
+    QTest::newRow("memory wave logic, 600,001 bytes") << false << 600001;
+}
+
+void TestSheetFile::longRunsReadByAnIndependentParser() {
+    QFETCH(bool, record);
+    QFETCH(int, count);
+    QVERIFY(NewDataSheet());
+    // Values of one, two and three digits mixed, so line lengths vary.
+    auto value = [](int i) {
+        return static_cast<int>((static_cast<std::uint32_t>(i) * 2654435761u >> 9) % 200);
+    };
+    if (record) {
+        AddDocument(DocKind::Record);
+        RecordRecord& r = RecordRecords[0];
+        r.HasSamples = r.Loaded = true;
+        r.FirstFrame = 1;
+        r.FrameCount = static_cast<std::int16_t>(count / 1024);
+        r.Samples.resize(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i)
+            r.Samples[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(value(i));
+    } else {
+        AddDocument(DocKind::MemoryWave);
+        MemoryRecord& m = MemoryRecords[0];
+        m.Loaded = m.LAValid = true;
+        m.LAOn = 1;
+        m.PointsMain = count / 2;
+        m.LAData.resize(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i)
+            m.LAData[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(value(i));
+    }
+    const QByteArray bytes = SheetBytes();
+    QVERIFY(bytes.endsWith("\r\n"));
+    const QList<QByteArray> lines = bytes.left(bytes.size() - 2).split('\n');
+    QVERIFY(lines.size() > count);
+    const qsizetype first = lines.size() - count;                     // the run is the file's end
+    if (!record) QCOMPARE(lines[first - 1].trimmed().toInt(), count); // its length before it
+    for (int i = 0; i < count; ++i) {
+        const QByteArray line = lines[first + i];
+        if (line != QByteArray::number(value(i)) + "\r" &&
+            !(i == count - 1 && line == QByteArray::number(value(i))))
+            QFAIL(qPrintable(QString("value %1: the file says '%2', %3 was written")
+                                 .arg(i)
+                                 .arg(QString::fromLatin1(line.trimmed()))
+                                 .arg(value(i))));
+    }
+    ResetDataSheet();
+    QString error;
+    QCOMPARE(ParseSheet(bytes, &error), SheetRead::Ok);
+    for (int i = 0; i < count; ++i) {
+        const int read = record ? RecordRecords[0].Samples[static_cast<std::size_t>(i)]
+                                : MemoryRecords[0].LAData[static_cast<std::size_t>(i)];
+        if (read != value(i))
+            QFAIL(qPrintable(
+                QString("value %1 read as %2, written %3").arg(i).arg(read).arg(value(i))));
+    }
 }
 
 QTEST_MAIN(TestSheetFile)
