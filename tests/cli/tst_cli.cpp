@@ -52,6 +52,10 @@ private slots:
     void sigrokHabits();
     void spectrumReadsTheTone();
     void spectrumHarmonicsOfASquare();
+    void decodeMatchesSigrokOverTheWholeCapture_data();
+    void decodeMatchesSigrokOverTheWholeCapture();
+    void decodeCutsTheAnalogueChannels_data();
+    void decodeCutsTheAnalogueChannels();
     void measureStatistics();
     void aSignalEndsStatisticsWithWhatWasGathered_data();
     void aSignalEndsStatisticsWithWhatWasGathered();
@@ -631,6 +635,106 @@ void TestCli::aTerminalHearsAtOnceWhatIsHappening() {
     const Result piped = run({"idn"}, {{"KORVANE_PACING", "1"}});
     QCOMPARE(piped.status, 0);
     QVERIFY2(piped.err.isEmpty(), piped.err.constData());
+}
+
+// A capture of 1,048,576 points (four feed blocks; the simulator's UART,
+// I2C and SPI traffic runs past the first): every annotation's start, end
+// and text, as sigrok-cli gives them for the same samples written as a
+// session.
+void TestCli::decodeMatchesSigrokOverTheWholeCapture_data() {
+    QTest::addColumn<QString>("stack");
+    QTest::addColumn<bool>("pastTheFirstBlock");
+    QTest::newRow("uart") << "uart:rx=D0:baudrate=115200" << true;
+    QTest::newRow("i2c, eeprom24xx") << "i2c:scl=D1:sda=D2,eeprom24xx" << false;
+    QTest::newRow("spi") << "spi:clk=D3:mosi=D4:miso=D5:cs=D6" << false;
+}
+
+void TestCli::decodeMatchesSigrokOverTheWholeCapture() {
+    QFETCH(QString, stack);
+    QFETCH(bool, pastTheFirstBlock);
+    const QString wfm = runtime_->filePath("deep.wfm"), sr = runtime_->filePath("deep.sr");
+    if (!QFileInfo::exists(sr)) {
+        sim::WaveformFileContent wave;
+        wave.points = 1048576;
+        std::string error;
+        QVERIFY(sim::WriteWaveformFile(wfm.toStdString(), wave, &error));
+        QCOMPARE(run({"convert", wfm, sr}).status, 0);
+    }
+    QProcess sigrok;
+    sigrok.start("sigrok-cli", {"-i", sr, "-P", stack, "--protocol-decoder-samplenum"});
+    QVERIFY(sigrok.waitForFinished(60000));
+    QStringList theirs; // "start-end decoder: text"
+    for (const QByteArray& line : sigrok.readAllStandardOutput().split('\n'))
+        if (!line.isEmpty()) theirs << QString::fromUtf8(line).replace("-1: ", ": ");
+    const Result ours = run({"decode", wfm, "-P", stack, "--json"});
+    QCOMPARE(ours.status, 0);
+    QStringList mine;
+    for (const QByteArray& line : ours.out.split('\n')) {
+        if (line.isEmpty()) continue;
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        mine << QString("%1-%2 %3: %4")
+                    .arg(o["start"].toInteger())
+                    .arg(o["end"].toInteger())
+                    .arg(o["decoder"].toString(), o["texts"][0].toString());
+    }
+    theirs.sort();
+    mine.sort();
+    QVERIFY(theirs.size() > 50);
+    qint64 furthest = 0;
+    for (const QString& a : theirs)
+        furthest = std::max(furthest, a.section(' ', 0, 0).section('-', 1, 1).toLongLong());
+    QCOMPARE(furthest > 262144, pastTheFirstBlock);
+    QCOMPARE(mine, theirs);
+}
+
+// CH1 and CH2 as decoder lanes, cut at --threshold: the timing decoder's
+// edge-to-edge times read the channel named (CH1's 1 kHz sine: 500 us at 0 V;
+// 333 us high at 0.5 V, a third of its period; CH2's 2 kHz square, 0.5 V
+// peak: 250 us at 0 V, no edge above its top).
+void TestCli::decodeCutsTheAnalogueChannels_data() {
+    QTest::addColumn<QString>("lane");
+    QTest::addColumn<QString>("threshold");
+    QTest::addColumn<QList<double>>("microseconds"); // the first two intervals; none: no edges
+    QTest::newRow("CH1 at 0 V") << "CH1"
+                                << "0" << QList<double>{500, 500};
+    QTest::newRow("CH1 at 0.5 V") << "CH1"
+                                  << "0.5" << QList<double>{1000.0 / 3, 2000.0 / 3};
+    QTest::newRow("CH2 at 0 V") << "CH2"
+                                << "0" << QList<double>{250, 250};
+    QTest::newRow("CH2 above its top") << "CH2"
+                                       << "0.6" << QList<double>{};
+}
+
+void TestCli::decodeCutsTheAnalogueChannels() {
+    QFETCH(QString, lane);
+    QFETCH(QString, threshold);
+    QFETCH(QList<double>, microseconds);
+    const QString wfm = runtime_->filePath("analog.wfm");
+    sim::WaveformFileContent wave; // 40,000 points over 6 ms
+    wave.points = 40000;
+    wave.ch2Generator.shape = sim::Generator::Shape::Square;
+    wave.ch2Generator.frequency = 2000;
+    wave.ch2Generator.amplitude = 0.5;
+    std::string error;
+    QVERIFY(sim::WriteWaveformFile(wfm.toStdString(), wave, &error));
+    const double rate = 40000 / (12 * 5e-4);
+    const Result r = run({"decode", wfm, "-P", "timing:data=" + lane, "--threshold", threshold,
+                          "--hysteresis", "0.05", "--json"});
+    QCOMPARE(r.status, 0);
+    QList<double> intervals;
+    for (const QByteArray& line : r.out.split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        if (o["row"] == "time")
+            intervals << (o["end"].toInteger() - o["start"].toInteger()) / rate * 1e6;
+    }
+    QCOMPARE(intervals.isEmpty(), microseconds.isEmpty());
+    if (microseconds.isEmpty()) return;
+    QVERIFY(intervals.size() >= 4);
+    // Which of high and low comes first depends on where the capture starts.
+    const bool swapped = std::abs(intervals[0] - microseconds[0]) > 5;
+    for (int k = 0; k < 2; ++k)
+        QVERIFY2(std::abs(intervals[k] - microseconds[swapped ? 1 - k : k]) < 5,
+                 qPrintable(QString("interval %1: %2 us").arg(k).arg(intervals[k])));
 }
 
 QTEST_MAIN(TestCli)

@@ -18,6 +18,8 @@
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
+#include "measure/MeasureStats.h"
+#include "measure/MeasureTable.h"
 #include "platform/Pacing.h"
 #include "platform/Status.h"
 #include "platform/Visa.h"
@@ -74,6 +76,7 @@ private slots:
     void autoSetWaitsThenReadsAll();
     void theTreeShowsEachDownload();
     void measureJobFillsTheSlots();
+    void measureJobShowsWhatTheInstrumentCouldNotMeasure();
     void progressWindowPlace_data();
     void progressWindowPlace();
 
@@ -572,10 +575,32 @@ void TestExchange::measureJobFillsTheSlots() {
     QVERIFY(CurrentMeasure.setting.startsWith("CH1 500mV  500us "));
     QVERIFY(CurrentMeasure.setting.contains("Sa [Date:"));
     QVERIFY(log().contains(":MEASURE:FREQUENCY? CHANNEL1"));
-    CmdSend(":CHANNEL2:DISPLAY OFF");
-    QVERIFY(RunJob(2, "Measure Data Loading..."));
-    QCOMPARE(CurrentMeasure.values[0], QString("*****"));
-    QCOMPARE(CurrentMeasure.values[13], QString("*****")); // the raw reply of an overshoot stays
+}
+
+// Replies with a '*' from a scripted instrument: overshoot and preshoot keep
+// the instrument's own text (it says how far it got), every other measure
+// shows "*****"; the statistics count none of them.
+void TestExchange::measureJobShowsWhatTheInstrumentCouldNotMeasure() {
+    RecordingTransport instrument;
+    const QHash<QString, QString> starred = {{"OVERSHOOT", "<12.5%*"}, {"PRESHOOT", "***%"},
+                                             {"FREQUENCY", ">1.0E6*"}, {"VPP", "*2.00"},
+                                             {"PDUTYCYCLE", "50*"},    {"RISETIME", "****"}};
+    for (auto it = starred.cbegin(); it != starred.cend(); ++it)
+        instrument.replies[QString(":MEASURE:%1? CHANNEL1").arg(it.key())] = it.value() + "\n";
+    instrument.replies[":MEASURE:VMAX? CHANNEL1"] = "1.0\n";
+    RunMeasureJob(1);
+    QCOMPARE(CurrentMeasure.values[13], QString("<12.5%*")); // Vover: the instrument's text
+    QCOMPARE(CurrentMeasure.values[14], QString("***%"));    // Vpre
+    for (int slot : {7, 0, 16, 8})                           // Frequency, Vpp, Duty+, Rise Time
+        QCOMPARE(CurrentMeasure.values[static_cast<std::size_t>(slot)], QString("*****"));
+    QCOMPARE(CurrentMeasure.values[1], shown("1.00V")); // a plain reply beside them
+    MeasureRecord rec;
+    TakeCurrentMeasure(rec);
+    MeasureStats stats;
+    AddRefresh(stats, rec);
+    for (int slot : {13, 14, 7, 0, 16, 8})
+        QCOMPARE(stats.items[static_cast<std::size_t>(slot)].count, 0);
+    QCOMPARE(stats.items[1].count, 1);
 }
 
 // The progress window: centred on the frame unless a remembered place is

@@ -15,6 +15,7 @@
 #include "sheet/DataSheet.h"
 #include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
+#include "views/AnalyserPane.h"
 #include "views/RefreshCycle.h"
 #include "views/ScreenRenderer.h"
 #include "views/frmWave.h"
@@ -48,6 +49,7 @@ private slots:
     void autoRefreshEndsWhenTheWindowCloses();
     void autoRefreshEndsWhenTheLinkDrops();
     void refreshKeyIsF5WithoutShift();
+    void spectrumShowsTheChannelChosen();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -312,6 +314,27 @@ void TestWaveWindow::refreshKeyIsF5WithoutShift() {
     QVERIFY(IsRefreshKey(Qt::Key_F5, Qt::NoModifier));
     QVERIFY(!IsRefreshKey(Qt::Key_F5, Qt::ShiftModifier));
     QVERIFY(!IsRefreshKey(Qt::Key_F4, Qt::NoModifier));
+}
+
+// The analyser under a fetched screen, its channel chosen in its box as a
+// user chooses it: CH1 is the simulator's 1 kHz sine, CH2 its 2 kHz square,
+// so each peak tells which channel's samples the plot holds.
+void TestWaveWindow::spectrumShowsTheChannelChosen() {
+    for (int i : {0, 1})
+        window_->sourceBox(i)->setChecked(true);
+    window_->cmdRefresh_Click();
+    QVERIFY(WaveRecords[0].ShowCh1 && WaveRecords[0].ShowCh2);
+    window_->findChild<QToolButton*>("cmdSpectrum")->click();
+    auto* pane = window_->findChild<AnalyserPane*>();
+    QVERIFY(pane && pane->isVisible());
+    for (const auto& [index, hz] : {std::pair{1, 2000.0}, std::pair{0, 1000.0}}) {
+        pane->channelBox()->setCurrentIndex(index);
+        const AnalyserPlot* plot = pane->plot();
+        QVERIFY2(
+            std::abs(plot->peak().frequency - hz) < plot->spectrum().binHz,
+            qPrintable(QString("CH%1: peak at %2 Hz").arg(index + 1).arg(plot->peak().frequency)));
+        QVERIFY(plot->readout().startsWith("M1 " + FrequencyText(hz)));
+    }
 }
 
 QTEST_MAIN(TestWaveWindow)
