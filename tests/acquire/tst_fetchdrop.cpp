@@ -15,10 +15,12 @@
 #include "platform/Status.h"
 #include "shared/ValueText.h"
 #include "sheet/DataSheet.h"
+#include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
 #include "views/frmData.h"
 #include "views/frmWave.h"
 
+#include <QApplication>
 #include <QRegularExpression>
 #include <QTableView>
 #include <QTreeWidget>
@@ -129,6 +131,7 @@ void TestFetchDrop::dropKeepsWhatTheWindowShows() {
     openFilledWindow(kind);
     const QVariant before = shown(kind);
     QVERIFY(before.isValid());
+    const QByteArray savedBefore = SheetBytes(); // the records, as a save would write them
     tp.boxes.clear();
     sim::Faults drop;
     drop.dropAtCommand = dropAt;
@@ -139,6 +142,16 @@ void TestFetchDrop::dropKeepsWhatTheWindowShows() {
 
     QCOMPARE(tp.boxes.size(), 1); // the link's one message
     QCOMPARE(shown(kind), before);
+    // The record behind it is the one fetched before, whole: a redraw or a
+    // save shows no half-fetched screen.
+    QVERIFY(SheetBytes() == savedBefore);
+    if (auto* w = qobject_cast<frmWave*>(DocForm(DocKind::Wave, 0))) {
+        w->resize(w->size() + QSize(40, 30)); // a new size: drawn again from the record
+        QApplication::processEvents();
+        w->resize(w->size() - QSize(40, 30));
+        QApplication::processEvents();
+        QCOMPARE(shown(kind), before);
+    }
     ResetDataSheet();
 }
 

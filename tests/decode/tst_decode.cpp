@@ -11,6 +11,7 @@
 #include "acquire/WaveJob.h"
 #include "decode/AnnotationLayout.h"
 #include "decode/Decode.h"
+#include "decode/DecodeStacks.h"
 #include "decode/Decoders.h"
 #include "export/CaptureExport.h"
 #include "link/NQ4000Cmd.h"
@@ -18,11 +19,13 @@
 #include "memwave/frmOpenWaveform.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
+#include "views/DecodeDialog.h"
 #include "views/DecodePane.h"
 #include "views/frmWave.h"
 
 #include <QDialog>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QProcess>
 #include <QScrollArea>
 #include <QTableView>
@@ -100,6 +103,9 @@ private slots:
     void quietChannelAndDecoderError();
     void thousandsInOneColumnStayVisible();
     void theMemoryWaveWindowDecodesAndCentres();
+    void aSavedStackKeepsItsOptions();
+    void aClickOnStackedAnnotationsPicksTheInnermost_data();
+    void aClickOnStackedAnnotationsPicksTheInnermost();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -369,6 +375,79 @@ void TestDecode::theMemoryWaveWindowDecodesAndCentres() {
     QCOMPARE(decode::SetupTexts(again.setup()), QStringList{"uart:rx=D0"});
     ResetDataSheet();
     tp_.reset();
+}
+
+// A UART set to 9600 baud in the Decoders dialog (typed into its option box),
+// the sheet saved and opened again: the window's stack is still at 9600, and
+// the dialog opened from it lists "uart:rx=D0:baudrate=9600".
+void TestDecode::aSavedStackKeepsItsOptions() {
+    tp_ = std::make_unique<TestPlatform>();
+    QVERIFY(NewDataSheet());
+    QCOMPARE(AddDocument(DocKind::MemoryWave), 0);
+    auto* w = qobject_cast<frmOpenWaveform*>(DocForm(DocKind::MemoryWave, 0));
+    w->show();
+    w->Timer1_Timer();
+    {
+        DecodeDialog dialog(w->decodePane()->setup(), w);
+        dialog.selectDecoder("uart");
+        auto* baud = dialog.findChild<QLineEdit*>("option_baudrate");
+        QVERIFY(baud);
+        baud->selectAll();
+        QTest::keyClicks(baud, "9600");
+        dialog.findChild<QListWidget*>("stacks")->clear();
+        dialog.accept();
+        w->decodePane()->SetSetup(dialog.setup());
+    }
+    QCOMPARE(decode::SetupTexts(w->decodePane()->setup()), QStringList{"uart:rx=D0:baudrate=9600"});
+    const QString path = tp_->tempPath("decoders.ult");
+    tp_->chosenPaths = {path};
+    QVERIFY(SaveDataSheet());
+    ResetDataSheet();
+    OpenDataSheet(path);
+    auto* again = qobject_cast<frmOpenWaveform*>(DocForm(DocKind::MemoryWave, 0));
+    QVERIFY(again);
+    QCOMPARE(decode::SetupTexts(again->decodePane()->setup()),
+             QStringList{"uart:rx=D0:baudrate=9600"});
+    {
+        DecodeDialog shown(again->decodePane()->setup(), again);
+        auto* stacks = shown.findChild<QListWidget*>("stacks");
+        QCOMPARE(stacks->count(), 1);
+        QCOMPARE(stacks->item(0)->text(), QString("uart:rx=D0:baudrate=9600"));
+    }
+    ResetDataSheet();
+    tp_.reset();
+}
+
+// Annotations nested in one row (a frame, a field in it, a bit in that): a
+// click picks the innermost one under the pointer, the table selects it, and
+// the capture centres on it; beside the nest, the one there.
+void TestDecode::aClickOnStackedAnnotationsPicksTheInnermost_data() {
+    QTest::addColumn<double>("x");
+    QTest::addColumn<QString>("picked");
+    QTest::newRow("in the bit") << 500.0 << "bit";
+    QTest::newRow("in the field, beside the bit") << 420.0 << "field";
+    QTest::newRow("in the frame alone") << 100.0 << "frame";
+    QTest::newRow("the next frame") << 1050.0 << "next";
+}
+
+void TestDecode::aClickOnStackedAnnotationsPicksTheInnermost() {
+    QFETCH(double, x);
+    QFETCH(QString, picked);
+    decode::DecodeResult r;
+    r.rows = {{0, "uart", "rx-data", "RX"}};
+    r.sampleRate = 1e6;
+    r.annotations = {{0, 1000, 0, 0, {"frame"}},
+                     {400, 600, 0, 0, {"field"}},
+                     {450, 550, 0, 0, {"bit"}},
+                     {1000, 1100, 0, 0, {"next"}}};
+    DecodePane pane("Test");
+    std::int64_t centred = -1;
+    pane.centreOn = [&centred](std::int64_t sample) { centred = sample; };
+    pane.ShowResult(r);
+    QVERIFY(pane.clickRows(x, 10, {0, 1, 1200}));
+    QCOMPARE(pane.table()->selectionModel()->selectedRows(2).value(0).data().toString(), picked);
+    for (const decode::Annotation& a : r.annotations)
+        if (a.texts[0] == picked) QCOMPARE(centred, (a.start + a.end) / 2);
 }
 
 QTEST_MAIN(TestDecode)
