@@ -19,6 +19,7 @@
 #include "controller/CtrlDialog.h"
 #include "controller/CtrlDialogAdjust.h"
 #include "controller/PraseCtrlList.h"
+#include "controller/SettingsExchange.h"
 #include "controller/frmCtrlList.h"
 #include "decode/DecodeStacks.h"
 #include "link/Connection.h"
@@ -40,6 +41,7 @@
 #include "views/frmWaveSetting.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPainter>
@@ -80,9 +82,13 @@ void decodeSetup(DecodePane* pane, const QStringList& stacks) {
 QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
     if (name == "frame" || name == "wave" || name == "wavedecode" || name == "wavespectrum") {
         auto* wave = docWindow<frmWave>(DocKind::Wave);
+        wave->Timer1_Timer(); // the first tick, then the control state's
         wave->Timer1_Timer();
-        WaveRecord& r = WaveRecords[0];
-        r.SelCh1 = r.SelCh2 = r.SelMath = r.SelLA = true;
+        // The sources ticked as a user ticks them: only those the
+        // instrument shows are offered.
+        for (int i = 0; i < 4; ++i)
+            if (QCheckBox* box = wave->sourceBox(i); box->isEnabled() && !box->isChecked())
+                box->click();
         if (name == "wavedecode") {
             CmdSend(":TIMEBASE:SCALE 0.0001"); // 500 kHz: the UART and I2C decode on screen
             CtrlData.LaDisplay = WordOn;
@@ -214,7 +220,10 @@ int main(int argc, char** argv) {
     options.usbDirectory = dir.filePath("usb").toStdString();
     sim::Simulator simulator(options);
     if (!simulator.Start()) return 1;
-    simulator.instrument().Process(":MATH:DISPLAY ON");
+    // The instrument as a bench might have it: both channels, the math
+    // trace and the logic lanes shown.
+    for (const char* command : {":MATH:DISPLAY ON", ":CHANNEL2:DISPLAY ON", ":LA:DISPLAY ON"})
+        simulator.instrument().Process(command);
     platform::SetSimulatedUsbDirectory(dir.filePath("usb"));
     LanguageIndex = o.language;
     ApplyLanguage(o.language);
@@ -224,7 +233,8 @@ int main(int argc, char** argv) {
     fMainForm->show();
     QWidget* dialog = nullptr;
     QTimer::singleShot(300, [&] {
-        ConnectToDevice();
+        fMainForm->action("mnuToolsConnect")->trigger();
+        DownloadfromDSO(); // the tree says what the instrument shows
         dialog = openWindow(o.window, dir);
         QTimer::singleShot(1500, [&] {
             // The screen as the user sees it: the frame and a dialog over it.

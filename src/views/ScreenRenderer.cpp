@@ -296,20 +296,31 @@ double laBase(const WaveRecord& r, double z) {
 void drawLALabels(Surface& s, const WaveRecord& r, double z, bool colour) {
     const SystemData& d = r.SysData;
     const double base = laBase(r, z);
+    auto top = [&](int n) {
+        return (d.LAPosition[static_cast<std::size_t>(n)] - 25) * z + base - 12;
+    };
+    // Lanes closer than a line of text keep the first name drawn in their
+    // place (the active channel's first), so no two names write over each
+    // other at any lane height.
+    const double line = s.painter().fontMetrics().height() - 2;
+    std::vector<double> taken;
     auto label = [&](int n) {
-        const double y = (d.LAPosition[static_cast<std::size_t>(n)] - 25) * z + base - 12;
+        const double y = top(n);
+        for (double t : taken)
+            if (std::abs(t - y) < line) return;
+        taken.push_back(y);
         // One text: the screen font is wider than the instrument's, whose
         // digits stood at 12 and 17.
         s.text(5, y, "D" + QString::number(n));
     };
     s.setBold(false);
-    s.setFore(colour ? ColorLA : Qt::black);
-    for (int n = 0; n < 16; ++n)
-        if (n != d.LAActiveChannel && laEnabled(d, n)) label(n);
     if (d.LAActiveChannel < 16 && laEnabled(d, d.LAActiveChannel)) {
         s.setFore(colour ? ColorLAActive : Qt::black);
         label(d.LAActiveChannel);
     }
+    s.setFore(colour ? ColorLA : Qt::black);
+    for (int n = 15; n >= 0; --n)
+        if (n != d.LAActiveChannel && laEnabled(d, n)) label(n);
 }
 
 void drawLALanes(Surface& s, const WaveRecord& r, double z, bool colour) {

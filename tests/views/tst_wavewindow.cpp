@@ -9,6 +9,7 @@
 #include "acquire/WaveJob.h"
 #include "controller/CtrlData.h"
 #include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
 #include "shared/LoadLanguage.h"
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
@@ -23,6 +24,8 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QFont>
+#include <QFontMetrics>
 #include <QTimer>
 #include <QToolButton>
 #include <QtTest>
@@ -50,6 +53,8 @@ private slots:
     void autoRefreshEndsWhenTheLinkDrops();
     void refreshKeyIsF5WithoutShift();
     void spectrumShowsTheChannelChosen();
+    void whatIsTickedIsWhatIsDrawn_data();
+    void whatIsTickedIsWhatIsDrawn();
 
 private:
     std::unique_ptr<TestPlatform> tp_;
@@ -335,6 +340,75 @@ void TestWaveWindow::spectrumShowsTheChannelChosen() {
             qPrintable(QString("CH%1: peak at %2 Hz").arg(index + 1).arg(plot->peak().frequency)));
         QVERIFY(plot->readout().startsWith("M1 " + FrequencyText(hz)));
     }
+}
+
+namespace {
+int pixelsOf(const QImage& picture, const QColor& colour, int fromX = 0, int toX = -1) {
+    int n = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = fromX; x < (toX < 0 ? picture.width() : toX); ++x)
+            if (picture.pixelColor(x, y) == colour) ++n;
+    return n;
+}
+} // namespace
+
+// The instrument shows CH2 and the logic lanes; the boxes are ticked (or
+// not) with the mouse, as a user does: a trace is drawn exactly when its box
+// is ticked. The logic lanes' names in the left margin never write over one
+// another, at the picture's own size and at a third of it.
+void TestWaveWindow::whatIsTickedIsWhatIsDrawn_data() {
+    QTest::addColumn<bool>("ch2");
+    QTest::addColumn<bool>("la");
+    QTest::addColumn<QString>("zoom");
+    QTest::newRow("CH2 and LA, 100%") << true << true << "100%";
+    QTest::newRow("CH2 and LA, 35%") << true << true << "35%";
+    QTest::newRow("CH1 alone") << false << false << "100%";
+}
+
+void TestWaveWindow::whatIsTickedIsWhatIsDrawn() {
+    QFETCH(bool, ch2);
+    QFETCH(bool, la);
+    QFETCH(QString, zoom);
+    CmdSend(":CHANNEL2:DISPLAY ON");
+    CmdSend(":LA:DISPLAY ON");
+    CtrlData.Ch2Display = CtrlData.LaDisplay = WordOn; // as the read-all leaves them
+    window_->Timer1_Timer();
+    window_->show();
+    const bool wanted[4] = {true, ch2, false, la};
+    for (int i : {0, 1, 3}) {
+        QCheckBox* box = window_->sourceBox(i);
+        QVERIFY2(box->isEnabled(), qPrintable(box->text()));
+        if (box->isChecked() != wanted[i])
+            QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(5, box->height() / 2));
+        QCOMPARE(box->isChecked(), wanted[i]);
+    }
+    window_->cmdRefresh_Click();
+    window_->BestFitChk_Click(false);
+    window_->zoomCombo()->setEditText(zoom);
+    window_->ZoomCombo_Commit();
+    const QImage& picture = window_->picture();
+    QVERIFY(pixelsOf(picture, ColorCh1) > 100);
+    QCOMPARE(pixelsOf(picture, ColorCh2) > 100, ch2);
+    const double z = window_->ZoomFactor();
+    const int left = static_cast<int>(25 + 2), right = static_cast<int>(25 + 300 * z - 2);
+    QCOMPARE(pixelsOf(picture, ColorLA, left, right) > 100, la); // the lanes
+    if (!la) return;
+    // The names: runs of rows with a name's pixels in the margin are no
+    // taller than one name.
+    const int tallest = QFontMetrics(QFont()).height() + 2;
+    int run = 0, longest = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        bool named = false;
+        for (int x = 0; x < 24 && !named; ++x) { // the names' green or red, smoothed or not
+            const QColor c = picture.pixelColor(x, y);
+            named = (c.green() > 120 && c.red() < 90 && c.blue() < 90) ||
+                    (c.red() > 120 && c.green() < 90 && c.blue() < 90);
+        }
+        run = named ? run + 1 : 0;
+        longest = std::max(longest, run);
+    }
+    QVERIFY2(longest > 3 && longest <= tallest,
+             qPrintable(QString("a name %1 px tall, one line is %2").arg(longest).arg(tallest)));
 }
 
 QTEST_MAIN(TestWaveWindow)
