@@ -15,7 +15,9 @@
 #include "link/RS232Func.h"
 #include "shared/ComPorts.h"
 #include "shared/LoadLanguage.h"
+#include "shared/Picture.h"
 #include "shared/SoftwareSetting.h"
+#include "shared/ValueText.h"
 #include "sheet/SheetRecords.h"
 
 #include <QElapsedTimer>
@@ -206,7 +208,9 @@ void TestWaveJob::yTFetchesEverySourceInOrder() {
     QVERIFY(r.ShowYT && !r.ShowXY && !r.ShowRoll);
     QCOMPARE(r.PointCount, 600);
     QCOMPARE(r.ActiveChannel, 2);
-    QVERIFY(!r.Ch1Scale.isEmpty() && !r.TimeScale.isEmpty());
+    // The scales the instrument is set to, read back from the record's texts.
+    QCOMPARE(ParseVoltTextWide(PointForm(r.Ch1Scale)), link_->instrument().ChannelScale(1));
+    QCOMPARE(ParseTimeText(PointForm(r.TimeScale)), link_->instrument().TimeScale());
     const auto trace = link_->instrument().ScreenTrace(1);
     for (int i = 1; i <= 600; ++i)
         QCOMPARE(r.Ch1Samples[i], std::clamp<int>(trace[std::size_t(i - 1)], 25, 224) - 25);
