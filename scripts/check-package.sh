@@ -34,6 +34,10 @@ for program in korvane korvane-cli; do
   env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=xcb "$root/usr/bin/$program" --version | grep -q "^$program "
 done
 export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$stage/config" XDG_RUNTIME_DIR="$stage"
+# The Python package where Debian's python3 finds it once installed.
+test -f "$root/usr/lib/python3/dist-packages/korvane/__init__.py"
+PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
+  "import korvane, sys; sys.exit(korvane.__version__ != '$(dpkg-deb -f "$deb" Version | cut -d- -f1)')"
 status=0
 timeout 5 "$root/usr/bin/korvane" >/dev/null 2>&1 || status=$?
 [ "$status" -eq 124 ] || { echo "the installed program ended by itself ($status)"; exit 1; }

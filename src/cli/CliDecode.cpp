@@ -3,6 +3,7 @@
 // annotation a line (or one JSON object a line).
 #include "cli/CliCommands.h"
 #include "decode/Decode.h"
+#include "decode/DecodeStacks.h"
 #include "export/CaptureExport.h"
 
 #include <QJsonArray>
@@ -13,19 +14,7 @@
 namespace {
 
 decode::DecodeSetup setupOf(const CliRequest& r, QString* error) {
-    decode::DecodeSetup setup;
-    setup.threshold = r.threshold;
-    setup.hysteresis = r.hysteresis;
-    for (const QString& text : r.decoders) {
-        decode::DecodeStack stack;
-        if (!decode::ParseStack(text, &stack, error)) return {};
-        if (const QString problem = decode::CheckStack(stack); !problem.isEmpty()) {
-            *error = problem;
-            return {};
-        }
-        setup.stacks.push_back(stack);
-    }
-    return setup;
+    return decode::CheckedSetupOfTexts(r.decoders, r.threshold, r.hysteresis, error);
 }
 
 QString jsonLine(const decode::DecodeResult& result, const decode::Annotation& a) {

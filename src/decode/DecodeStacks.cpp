@@ -162,4 +162,21 @@ DecodeSetup SetupOfTexts(const QStringList& texts, double threshold, double hyst
     return setup;
 }
 
+DecodeSetup CheckedSetupOfTexts(const QStringList& texts, double threshold, double hysteresis,
+                                QString* error) {
+    DecodeSetup setup;
+    setup.threshold = threshold;
+    setup.hysteresis = hysteresis;
+    for (const QString& text : texts) {
+        DecodeStack stack;
+        if (!ParseStack(text, &stack, error)) return {};
+        if (const QString problem = CheckStack(stack); !problem.isEmpty()) {
+            *error = problem;
+            return {};
+        }
+        setup.stacks.push_back(stack);
+    }
+    return setup;
+}
+
 } // namespace decode

@@ -59,5 +59,10 @@ DecoderSetup DefaultSetup(const DecoderInfo& info, int firstLane = 0);
 // parses (a decoder gone from the library) is dropped.
 QStringList SetupTexts(const DecodeSetup& setup);
 DecodeSetup SetupOfTexts(const QStringList& texts, double threshold, double hysteresis);
+// The same from a user's texts (the command line's -P, the Python module's
+// stacks), each checked: an empty setup with the one-line reason in *error
+// when one does not read or misses a required channel.
+DecodeSetup CheckedSetupOfTexts(const QStringList& texts, double threshold, double hysteresis,
+                                QString* error);
 
 } // namespace decode

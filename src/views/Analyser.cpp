@@ -195,8 +195,11 @@ std::vector<Harmonic> Harmonics(const Spectrum& s, const Tone& fundamental, int 
     std::vector<Harmonic> out;
     if (!fundamental.valid() || s.empty()) return out;
     // 12 dB over the median bin: a bin of Gaussian noise passes it about
-    // once in 50,000 (Rayleigh), a tone's lobe always does.
-    const double threshold = NoiseFloorRms(s) * std::pow(10.0, 12.0 / 20);
+    // once in 50,000 (Rayleigh), a tone's lobe always does. A capture with
+    // no noise at all (a file made by a program) has a floor of rounding
+    // only: nothing 80 dB under the fundamental counts, the plot's own depth.
+    const double threshold =
+        std::max(NoiseFloorRms(s) * std::pow(10.0, 12.0 / 20), fundamental.rms * 1e-4);
     const int lobe = MainLobeHalfWidth(s.window);
     const int last = static_cast<int>(s.rms.size()) - 1;
     // The level sums the lobe's power, but never into the next harmonic's.

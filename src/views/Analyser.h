@@ -52,8 +52,9 @@ double NoiseFloorRms(const Spectrum& s);
 
 // Harmonic n of a fundamental, read at n times its interpolated frequency:
 // the highest bin within half the main lobe of that frequency, never further.
-// A harmonic that does not rise 12 dB over the noise floor there is below
-// noise: it keeps its order and frequency, and no level.
+// A harmonic that does not rise 12 dB over the noise floor there (nor
+// above 80 dB under the fundamental, the plot's depth) is below noise: it
+// keeps its order and frequency, and no level.
 struct Harmonic {
     int order = 0;
     double frequency = 0; // n x f0

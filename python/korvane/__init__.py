@@ -1,0 +1,148 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Korvane in Python: the NQ4000L's files as NumPy arrays.
+
+The package calls the same library as the Korvane program and korvane-cli:
+a file reads, writes, decodes and analyses here exactly as it does there.
+
+    >>> import korvane
+    >>> capture = korvane.read_wfm("deep.wfm")          # doctest: +SKIP
+    >>> capture.ch1.mean(), capture.sample_rate         # doctest: +SKIP
+    >>> korvane.decode(capture, "uart:rx=D0:baudrate=115200")[:3]  # doctest: +SKIP
+"""
+
+from __future__ import annotations
+
+import os
+from typing import Optional, Sequence
+
+import numpy as np
+
+from . import _korvane
+from ._korvane import Error, FileFormatError, UsageError
+
+__all__ = [
+    "__version__",
+    "Capture",
+    "Error",
+    "FileFormatError",
+    "UsageError",
+    "read_wfm",
+    "read_rcd",
+    "decode",
+    "spectrum",
+]
+
+__version__: str = _korvane.version
+
+
+class Capture:
+    """One capture: volts and logic words a sample, their times and rate.
+
+    ``t`` is in seconds (the trigger at 0), ``ch1`` and ``ch2`` in volts
+    (``None`` for a channel the capture does not hold), ``logic`` one
+    ``uint16`` a sample with D0 in bit 0, ``sample_rate`` in samples a
+    second. ``math`` is ``None`` for files, which hold no math trace.
+    """
+
+    def __init__(self, fields: dict):
+        self.sample_rate: float = float(fields["sample_rate"])
+        self.first_time: float = float(fields["first_time"])
+        self.trigger_sample: int = int(fields["trigger_sample"])
+        self._names: list = list(fields["names"])
+        self._analog: list = list(fields["analog"])
+        self.volts_per_div: list = list(fields["volts_per_div"])
+        self.logic: Optional[np.ndarray] = fields["logic"]
+        self.math: Optional[np.ndarray] = None
+
+    def _channel(self, name: str) -> Optional[np.ndarray]:
+        return self._analog[self._names.index(name)] if name in self._names else None
+
+    @property
+    def ch1(self) -> Optional[np.ndarray]:
+        """CH1 in volts (float32), or None."""
+        return self._channel("CH1")
+
+    @property
+    def ch2(self) -> Optional[np.ndarray]:
+        """CH2 in volts (float32), or None."""
+        return self._channel("CH2")
+
+    def __len__(self) -> int:
+        if self._analog:
+            return len(self._analog[0])
+        return 0 if self.logic is None else len(self.logic)
+
+    @property
+    def t(self) -> np.ndarray:
+        """Each sample's time in seconds (float64), the trigger at 0."""
+        return self.first_time + np.arange(len(self), dtype=np.float64) / self.sample_rate
+
+    def _fields(self) -> tuple:
+        return (self.sample_rate, self.first_time, self._names, self._analog,
+                self.volts_per_div, self.logic)
+
+    def save(self, path: str | os.PathLike) -> None:
+        """Writes the capture by the file's suffix: .sr (PulseView, sigrok-cli),
+        .vcd (GTKWave), .csv (full precision) or .npz (NumPy), through the
+        program's own writers and its safe writer."""
+        _korvane.write_capture(os.fspath(path), *self._fields())
+
+    def __repr__(self) -> str:
+        channels = ", ".join(self._names + (["D0-D15"] if self.logic is not None else []))
+        return (f"<korvane.Capture {len(self)} samples at {self.sample_rate:g} Sa/s: "
+                f"{channels}>")
+
+
+def read_wfm(path: str | os.PathLike) -> Capture:
+    """A deep-memory waveform file (.wfm) as a Capture.
+
+    Raises FileFormatError, with what is wrong, for a damaged or lying file.
+    An alternate-trigger file gives CH1 (at its own rate) and the logic.
+    """
+    return Capture(_korvane.read_capture(os.fspath(path), 1))
+
+
+def read_rcd(path: str | os.PathLike, frame: int = 1) -> Capture:
+    """One frame (1 = the first) of a frame record file (.rcd) as a Capture."""
+    if frame < 1:
+        raise UsageError("frames count from 1")
+    return Capture(_korvane.read_capture(os.fspath(path), int(frame)))
+
+
+def decode(capture: Capture, *stacks: str, threshold: float = 1.4,
+           hysteresis: float = 0.2) -> list:
+    """The capture through protocol decoders, each stack written as
+    ``korvane-cli decode -P`` takes it ("uart:rx=D0:baudrate=115200",
+    "i2c:scl=D1:sda=D2,eeprom24xx"). CH1 and CH2 serve as lanes too, cut at
+    ``threshold`` volts with ``hysteresis``.
+
+    Returns the annotations in the command line's order, each a dict with
+    ``start`` and ``end`` (sample indexes), ``time`` (seconds), ``decoder``,
+    ``row`` and ``texts`` (longest first). Raises UsageError for a stack
+    that does not read.
+    """
+    return _korvane.decode(list(stacks), float(threshold), float(hysteresis),
+                           *capture._fields())
+
+
+class SpectrumResult(dict):
+    """The analyser's result: ``frequency`` (Hz) and ``level`` (dBV RMS)
+    arrays a bin, ``peak`` as (frequency, level), ``harmonics`` as a list of
+    (n, frequency, level) for n = 2 ... 10, level None when below noise."""
+
+    def __getattr__(self, name):
+        try:
+            return self[name]
+        except KeyError as missing:
+            raise AttributeError(name) from missing
+
+
+def spectrum(samples: Sequence[float] | np.ndarray, sample_rate: float,
+             window: str = "hanning", averages: int = 1) -> SpectrumResult:
+    """The spectrum analyser's own calculation over volts sampled at
+    ``sample_rate``: window one of rectangle, hanning, hamming, blackman;
+    ``averages`` consecutive blocks averaged. Harmonic n is read at n times
+    the peak's frequency, within the window's main lobe."""
+    result = _korvane.spectrum(np.ascontiguousarray(samples, dtype=np.float64),
+                               float(sample_rate), window.lower(), int(averages))
+    return SpectrumResult(result)
