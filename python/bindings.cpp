@@ -9,22 +9,41 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "acquire/Jobs.h"
+#include "acquire/MeasureJob.h"
+#include "acquire/WaveJob.h"
 #include "cli/CliCommands.h"
+#include "controller/CtrlData.h"
+#include "controller/SettingsExchange.h"
 #include "decode/Decode.h"
 #include "decode/DecodeStacks.h"
 #include "decode/Decoders.h"
 #include "export/CaptureExport.h"
+#include "link/Connection.h"
+#include "link/LinkState.h"
+#include "link/NQ4000Cmd.h"
+#include "link/RS232Func.h"
+#include "link/ScriptLink.h"
+#include "link/UsbFunc.h"
+#include "measure/MeasureTable.h"
+#include "panel/LcdImage.h"
+#include "panel/VirtualKeys.h"
 #include "platform/MsgBox.h"
+#include "platform/Pacing.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
+#include "shared/ReplyText.h"
+#include "sheet/SheetRecords.h"
 #include "views/Analyser.h"
 
+#include <QBuffer>
 #include <QGuiApplication>
 
 #include <cmath>
 #include <dlfcn.h>
 #include <memory>
+#include <optional>
 
 namespace py = pybind11;
 
@@ -34,6 +53,8 @@ namespace {
 PyObject* g_error = nullptr;
 PyObject* g_fileFormatError = nullptr;
 PyObject* g_usageError = nullptr;
+PyObject* g_noInstrument = nullptr;
+PyObject* g_linkLost = nullptr;
 
 [[noreturn]] void raise(PyObject* type, const QString& message) {
     PyErr_SetString(type, message.toUtf8().constData());
@@ -234,6 +255,193 @@ py::dict spectrumOf(py::array_t<double, py::array::c_style | py::array::forcecas
     return d;
 }
 
+// ---- the instrument -------------------------------------------------------------------
+
+// The jobs and the link's timers, as the command line sets them up.
+void ensureLinkMachinery() {
+    static bool ready = false;
+    if (ready) return;
+    ready = true;
+    ensureApplication();
+    MakerName = "Vexor Technologies,Inc.";
+    ProductName = "NQ4000L";
+    CtrlData = CtrlDataDefaults();
+    RegisterWaveJob();
+    RegisterMeasureJobs();
+    RegisterSettingsJobs();
+    StartLinkTimers();
+}
+
+// Ctrl+C during a wait: Python's handler is asked at every pause of the
+// link's pacing (at least every 50 ms). Once it has said so, the rest of
+// the work runs without pauses and without the link, so the call returns
+// at once; the caller then unlocks the keys and raises KeyboardInterrupt.
+bool g_interrupted = false;
+double g_pacing = 1;
+
+void checkSignals() {
+    if (g_interrupted) return;
+    const PyGILState_STATE state = PyGILState_Ensure();
+    const bool asked = PyErr_CheckSignals() != 0;
+    PyGILState_Release(state);
+    if (!asked) return;
+    g_interrupted = true;
+    g_pacing = platform::PacingScale();
+    platform::SetPacingScale(0);
+    Connected = false; // every further command is a no-op; the handle stays open
+}
+
+// A call on the instrument: the interpreter free while it waits, Ctrl+C
+// heard, a lost link raised as LinkLost (the interpreter goes on).
+template <typename Fn> auto onInstrument(Fn&& work) {
+    ensureLinkMachinery();
+    if (!Connected) raise(g_linkLost, "not connected: use korvane.connect()");
+    g_interrupted = false;
+    platform::SetPauseHook(checkSignals);
+    auto restore = [] { platform::SetPauseHook(nullptr); };
+    std::optional<decltype(work())> result;
+    {
+        py::gil_scoped_release free;
+        result.emplace(work());
+    }
+    restore();
+    if (g_interrupted) {
+        platform::SetPacingScale(g_pacing);
+        Connected = true; // the handle is still open: the keys go back to the user
+        CloseScriptLink();
+        throw py::error_already_set(); // KeyboardInterrupt, set by the handler
+    }
+    if (!Connected) raise(g_linkLost, "the link to the instrument was lost");
+    return std::move(*result);
+}
+
+std::string openLink(const std::string& resource, const std::string& serial) {
+    ensureLinkMachinery();
+    // KORVANE_PACING scales the link's pauses, for a simulated instrument
+    // only (a real one needs them), as for the command line.
+    bool scaled = false;
+    const double pacing = qEnvironmentVariable("KORVANE_PACING").toDouble(&scaled);
+    platform::SetPacingScale(scaled && pacing >= 0 ? pacing : 1.0);
+    if (Connected) CloseScriptLink();
+    bool up = false;
+    {
+        py::gil_scoped_release free;
+        up = OpenScriptLink(QString::fromStdString(resource), QString::fromStdString(serial));
+    }
+    if (!up)
+        raise(g_noInstrument,
+              resource.empty() && serial.empty()
+                  ? QStringLiteral("no instrument answers")
+                  : QString::fromStdString(resource + serial) + ": no instrument answers");
+    return CutAtLineFeed(CmdQuery(cmd::Idn)).toStdString();
+}
+
+void closeLink() {
+    if (!Connected) return;
+    py::gil_scoped_release free;
+    CloseScriptLink();
+}
+
+std::string query(const std::string& command) {
+    return onInstrument(
+        [&] { return CutAtLineFeed(CmdQuery(QString::fromStdString(command))).toStdString(); });
+}
+
+void send(const std::string& command) {
+    onInstrument([&] {
+        CmdSend(QString::fromStdString(command));
+        return 0;
+    });
+}
+
+void pressKey(const std::string& name) {
+    QString control = QString::fromStdString(name);
+    if (!control.startsWith("VK_")) control = "VK_" + control;
+    const VirtualKey* key = nullptr;
+    for (const VirtualKey& k : VirtualKeys())
+        if (control.compare(QLatin1String(k.control), Qt::CaseInsensitive) == 0) key = &k;
+    if (!key)
+        raise(g_usageError, QString::fromStdString(name) + ": no such key on the front panel");
+    onInstrument([key] {
+        CmdSend(StepCommand(*key));
+        return 0;
+    });
+}
+
+py::dict fetch() {
+    WaveRecord& w = WaveRecords[0];
+    const bool done = onInstrument([&w] {
+        w = WaveRecord();
+        w.SelCh1 = w.SelCh2 = w.SelMath = w.SelLA = true; // every source the instrument shows
+        RunJobWithoutWindow(kJobWave, 0);
+        w.Loaded = true;
+        return JobSucceeded();
+    });
+    if (!done) raise(g_linkLost, "the fetch did not complete: " + JobWarning);
+    QString error;
+    Capture c = CaptureOfScreen(w, &error);
+    if (c.samples() == 0) raise(g_error, error);
+    py::dict d = dictOf(std::move(c));
+    py::dict settings;
+    settings["trigger_mode"] = w.TriggerMode.toStdString();
+    settings["time_scale"] = w.TimeScale.toStdString();
+    settings["time_offset"] = w.TimeOffset.toStdString();
+    settings["ch1_scale"] = w.Ch1Scale.toStdString();
+    settings["ch1_offset"] = w.Ch1Offset.toStdString();
+    settings["ch2_scale"] = w.Ch2Scale.toStdString();
+    settings["ch2_offset"] = w.Ch2Offset.toStdString();
+    settings["date"] = w.Date.toStdString();
+    d["settings"] = settings;
+    return d;
+}
+
+py::dict measure(int channel) {
+    if (channel != 1 && channel != 2) raise(g_usageError, "channel is 1 or 2 (CH1 or CH2)");
+    MeasureRecord rec;
+    onInstrument([&rec, channel] {
+        RunJobWithoutWindow(channel, 0);
+        TakeCurrentMeasure(rec);
+        return 0;
+    });
+    py::dict out;
+    for (const MeasureRow& row : MeasureRows()) {
+        const QString text = rec.Items[static_cast<std::size_t>(row.slot)].Text;
+        bool ok = false;
+        const double value = ParseByFamily(row.family, text, &ok);
+        out[row.english] = ok && !text.contains('*') ? value : std::nan("");
+    }
+    return out;
+}
+
+py::bytes screenshot() {
+    std::vector<std::uint8_t> raw(kLcdReply);
+    const bool color = onInstrument([&raw] {
+        GetLcdData(raw);
+        return IsColorDevice();
+    });
+    std::vector<std::uint32_t> pixels(kLcdReply);
+    (color ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    LcdPicture(pixels, false).save(&buffer, "PNG");
+    return py::bytes(png.constData(), static_cast<std::size_t>(png.size()));
+}
+
+py::list instruments() {
+    ensureLinkMachinery();
+    py::list out;
+    QStringList names;
+    {
+        py::gil_scoped_release free;
+        OpenVisaRM();
+        names = SearchUsbResources();
+    }
+    for (const QString& n : names)
+        out.append(n.toStdString());
+    return out;
+}
+
 } // namespace
 
 PYBIND11_MODULE(_korvane, m) {
@@ -244,10 +452,23 @@ PYBIND11_MODULE(_korvane, m) {
     g_error = error.ptr();
     g_fileFormatError = fileFormat.ptr();
     g_usageError = usage.ptr();
+    static py::exception<std::runtime_error> noInstrument(m, "NoInstrument", error.ptr());
+    static py::exception<std::runtime_error> linkLost(m, "LinkLost", error.ptr());
+    g_noInstrument = noInstrument.ptr();
+    g_linkLost = linkLost.ptr();
     m.attr("version") = kPackageVersion.toStdString();
     m.def("read_capture", &readCapture, py::arg("path"), py::arg("frame") = 1);
     m.def("write_capture", &writeCapture);
     m.def("decode", &decodeCapture);
+    m.def("instruments", &instruments);
+    m.def("open", &openLink, py::arg("resource") = "", py::arg("serial") = "");
+    m.def("close", &closeLink);
+    m.def("query", &query);
+    m.def("send", &send);
+    m.def("key", &pressKey);
+    m.def("fetch", &fetch);
+    m.def("measure", &measure);
+    m.def("screenshot", &screenshot);
     m.def("spectrum", &spectrumOf, py::arg("samples"), py::arg("sample_rate"),
           py::arg("window") = "hanning", py::arg("averages") = 1);
 }

@@ -18,7 +18,7 @@ from typing import Optional, Sequence
 import numpy as np
 
 from . import _korvane
-from ._korvane import Error, FileFormatError, UsageError
+from ._korvane import Error, FileFormatError, LinkLost, NoInstrument, UsageError
 
 __all__ = [
     "__version__",
@@ -26,6 +26,11 @@ __all__ = [
     "Error",
     "FileFormatError",
     "UsageError",
+    "NoInstrument",
+    "LinkLost",
+    "Scope",
+    "connect",
+    "instruments",
     "read_wfm",
     "read_rcd",
     "decode",
@@ -87,7 +92,7 @@ class Capture:
         program's own writers and its safe writer."""
         _korvane.write_capture(os.fspath(path), *self._fields())
 
-    def __repr__(self) -> str:
+    def __repr__(self) -> str:  # noqa: D105
         channels = ", ".join(self._names + (["D0-D15"] if self.logic is not None else []))
         return (f"<korvane.Capture {len(self)} samples at {self.sample_rate:g} Sa/s: "
                 f"{channels}>")
@@ -146,3 +151,78 @@ def spectrum(samples: Sequence[float] | np.ndarray, sample_rate: float,
     result = _korvane.spectrum(np.ascontiguousarray(samples, dtype=np.float64),
                                float(sample_rate), window.lower(), int(averages))
     return SpectrumResult(result)
+
+
+def instruments() -> list:
+    """The instruments found on USB, by their VISA names (korvane-cli list)."""
+    return _korvane.instruments()
+
+
+class Scope:
+    """The one instrument connected; made by :func:`connect`.
+
+    Used in a ``with`` block, its front keys are locked while the block runs
+    and unlocked when it ends, also on an exception or Ctrl+C. Every call
+    keeps the link's pauses (the instrument needs them) with the interpreter
+    free; Ctrl+C during a call raises KeyboardInterrupt at once and unlocks
+    the keys. A link that drops raises LinkLost; the interpreter goes on.
+    """
+
+    def __init__(self, idn: str):
+        self.idn: str = idn
+
+    def query(self, command: str) -> str:
+        """A query's reply, cut at its line feed: ``scope.query("*IDN?")``."""
+        return _korvane.query(command)
+
+    def send(self, command: str) -> None:
+        """A command: ``scope.send(":CHANNEL1:SCALE 2")``."""
+        _korvane.send(command)
+
+    def key(self, name: str) -> None:
+        """One press of a front key, as the Virtual Panel sends it ("Run",
+        "Auto", "CH1", "Trig_Force" ... or their VK_ names)."""
+        _korvane.key(name)
+
+    def fetch(self) -> Capture:
+        """The screen's record as the wave job reads it: ``t``, ``ch1``,
+        ``ch2`` (None when off) in seconds and volts, ``logic`` (None when
+        the lanes are off), ``sample_rate``, and ``settings``, the scales
+        and offsets it was taken with."""
+        fields = _korvane.fetch()
+        capture = Capture(fields)
+        capture.settings = dict(fields["settings"])
+        return capture
+
+    def measure(self, channel: int | str = 1) -> dict:
+        """The eighteen measures of CH1 or CH2 in base units (V, s, Hz; a
+        percentage as a fraction, Duty+ of a square is 0.5); ``nan`` for a
+        value the instrument could not measure."""
+        number = {"CH1": 1, "CH2": 2}.get(str(channel).upper(), channel)
+        return _korvane.measure(int(number))
+
+    def screenshot(self) -> bytes:
+        """The instrument's own screen as PNG bytes (USB only)."""
+        return _korvane.screenshot()
+
+    def close(self) -> None:
+        """Unlocks the front keys and closes the link (again: nothing)."""
+        _korvane.close()
+
+    def __enter__(self) -> "Scope":
+        return self
+
+    def __exit__(self, *exc) -> None:
+        self.close()
+
+    def __repr__(self) -> str:  # noqa: D105
+        return f"<korvane.Scope {self.idn}>"
+
+
+def connect(resource: Optional[str] = None, serial: Optional[str] = None) -> Scope:
+    """Connects to the instrument named (a VISA name from :func:`instruments`),
+    or the first found on USB, or one on a serial device (``serial=
+    "/dev/ttyUSB0"``). The instrument's front keys are locked until
+    ``close()`` or the end of the ``with`` block. Raises NoInstrument when
+    none answers."""
+    return Scope(_korvane.open(resource or "", serial or ""))

@@ -15,6 +15,7 @@
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/RS232Func.h"
+#include "link/ScriptLink.h"
 #include "link/UsbFunc.h"
 #include "measure/MeasureTable.h"
 #include "platform/EndSignals.h"
@@ -299,37 +300,13 @@ void endOnSignal() {
 // ---- the link ---------------------------------------------------------------------------
 
 bool connect(const CliRequest& r) {
-    if (!r.rs232.isEmpty()) {
-        TerminalLine::say("connecting to " + r.rs232 + " ...");
-        SoftwareSetting.ScopeIOType = kIoTypeRs232;
-        SoftwareSetting.COM_Port = 1;
-        SetComPortOverride(1, r.rs232);
-    } else {
-        TerminalLine::say("looking for the instrument ...");
-        OpenVisaRM();
-        const QString wanted = r.resource;
-        const QStringList found = wanted.isEmpty() ? SearchUsbResources() : QStringList();
-        TerminalLine::say("connecting to " + (wanted.isEmpty() ? found.value(0, "USB") : wanted) +
-                          " ...");
-        // More than one instrument: the one named, or the first.
-        SetResourceChooserHook([wanted](const QStringList& names) -> std::optional<QString> {
-            if (!wanted.isEmpty())
-                return names.contains(wanted) ? std::optional<QString>(wanted) : std::nullopt;
-            return names.value(0);
-        });
-        if (!wanted.isEmpty()) {
-            VisaRsrcIndex = 1;
-            VisaRsrcName = wanted;
-        }
-    }
-    ConnectToDevice();
+    const bool up = OpenScriptLink(r.resource, r.rs232, TerminalLine::say);
     TerminalLine::clear();
-    return Connected;
+    return up;
 }
 
 void disconnect() {
-    if (Connected) DisconnectFromDevice();
-    VisaCloseInstr();
+    CloseScriptLink();
 }
 
 void logLine(const QString& line) {

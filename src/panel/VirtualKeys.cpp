@@ -440,8 +440,11 @@ QLayout* FrontPanel::knobUnit(int index) {
 void FrontPanel::Step(const QString& control) {
     const VirtualKey* k = FindVirtualKey(control);
     if (!k) return;
-    // One press of the key: a held key's first send, without the repeat.
-    CmdSend(k->kind == KeyKind::Hold ? QString(k->command) + " 0" : QString(k->command));
+    CmdSend(StepCommand(*k));
+}
+
+QString StepCommand(const VirtualKey& key) {
+    return key.kind == KeyKind::Hold ? QString(key.command) + " 0" : QString(key.command);
 }
 
 void PollPanelLamps(FrontPanel* panel) {

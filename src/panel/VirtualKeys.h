@@ -27,6 +27,8 @@ struct VirtualKey {
 };
 const std::vector<VirtualKey>& VirtualKeys();
 const VirtualKey* FindVirtualKey(const QString& control);
+// What one press of a key sends: a held key's first step, without its repeat.
+QString StepCommand(const VirtualKey& key);
 
 class FrontPanel;
 // The lamps read from the instrument: its run state and active channel.

@@ -7,7 +7,8 @@ import pathlib
 import subprocess
 
 
-def test_the_documents_examples(tmp_path):
+def test_the_documents_examples(tmp_path, simulator, monkeypatch):
+    monkeypatch.setenv("KORVANE_PACING", "0")  # the simulator needs no pauses
     wfm = tmp_path / "deep.wfm"
     subprocess.run([os.environ["KORVANE_SIM"], "--write-wfm", str(wfm), "--points", "400000"],
                    check=True, capture_output=True)

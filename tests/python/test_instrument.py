@@ -1,0 +1,124 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""korvane.connect against the simulator, compared with korvane-cli."""
+
+import json
+import os
+import signal
+import subprocess
+import sys
+import textwrap
+import threading
+import time
+
+import numpy as np
+import pytest
+
+import korvane
+
+CLI = os.environ["KORVANE_CLI"]
+def cli(*args):
+    done = subprocess.run([CLI, *args], capture_output=True, text=True, check=False,
+                          env={**os.environ, "KORVANE_PACING": "0"})
+    return done.stdout
+
+
+def test_no_instrument_is_said_at_once():
+    started = time.monotonic()
+    with pytest.raises(korvane.NoInstrument):
+        korvane.connect()
+    assert time.monotonic() - started < 10
+
+
+def test_a_session_locks_then_unlocks_the_keys(simulator, monkeypatch):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    assert korvane.instruments() == ["USB0::0x5345::0x4102::SIM0000001::INSTR"]
+    with korvane.connect() as scope:
+        assert scope.idn.startswith("VEXOR")
+        assert scope.query("*IDN?") == scope.idn
+        scope.send(":CHANNEL1:SCALE 2")
+        assert float(scope.query(":CHANNEL1:SCALE?")) == 2.0
+        scope.send(":CHANNEL1:SCALE 0.5")
+        scope.key("Run")
+    said = simulator.commands()
+    assert ":KEY:LOCK ENABLE" in said
+    assert said[-1] == ":KEY:LOCK DISABLE"
+    with pytest.raises(korvane.LinkLost):
+        scope.query("*IDN?")  # closed: the interpreter goes on
+
+
+def test_measures_are_the_command_lines_in_base_units(simulator, monkeypatch):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    theirs = {m["name"]: m["value"] for m in json.loads(cli("measure", "CH1", "--json"))["measures"]}
+    with korvane.connect() as scope:
+        mine = scope.measure("CH1")
+    assert set(mine) == set(theirs)
+    for name, value in theirs.items():
+        if value is None:
+            assert np.isnan(mine[name])
+        else:
+            assert mine[name] == pytest.approx(value)
+    assert mine["Duty+"] == pytest.approx(0.5, abs=0.01)  # a fraction
+    assert mine["Frequency"] == pytest.approx(1000, rel=0.01)
+
+
+def test_fetch_is_the_screen_korvane_cli_converts(simulator, monkeypatch, tmp_path):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    with korvane.connect() as scope:
+        scope.send(":STOP")  # a still screen: the two fetches see the same
+        capture = scope.fetch()
+        png = scope.screenshot()
+        scope.send(":RUN")
+    assert len(capture) == 600
+    # The 1 kHz, 1 V sine over 12 divisions of 500 us: six periods.
+    assert capture.sample_rate == pytest.approx(600 / 6e-3)
+    assert capture.ch1.max() == pytest.approx(1.0, abs=0.1)
+    assert np.median(np.abs(capture.ch2)) == pytest.approx(0.5, abs=0.05)  # the 0.5 V square
+    crossings = np.count_nonzero(np.diff(np.signbit(capture.ch1 - capture.ch1.mean())))
+    assert 11 <= crossings <= 13
+    assert capture.settings["time_scale"] == "500us"
+    assert png.startswith(b"\x89PNG")
+
+
+def test_another_thread_runs_during_a_fetch(simulator, monkeypatch):
+    monkeypatch.setenv("KORVANE_PACING", "1")  # the link's real pauses
+    ticks = []
+    stop = threading.Event()
+
+    def count():
+        while not stop.is_set():
+            ticks.append(1)
+            time.sleep(0.01)
+
+    with korvane.connect() as scope:
+        counter = threading.Thread(target=count)
+        counter.start()
+        scope.query("*IDN?")  # 300 ms of pauses
+        stop.set()
+        counter.join()
+    assert len(ticks) >= 10
+
+
+def test_ctrl_c_in_a_wait_unlocks_and_raises(simulator, tmp_path):
+    script = tmp_path / "measure.py"
+    script.write_text(textwrap.dedent("""
+        import sys, time, korvane
+        with korvane.connect() as scope:
+            print("connected", flush=True)
+            try:
+                scope.measure(1)
+            except KeyboardInterrupt:
+                print("interrupted", time.monotonic(), flush=True)
+                raise
+    """))
+    process = subprocess.Popen([sys.executable, str(script)], stdout=subprocess.PIPE, text=True,
+                               env={**os.environ, "KORVANE_PACING": "1"})
+    assert process.stdout.readline().strip() == "connected"
+    time.sleep(1.5)  # inside the measure job's pauses (about 5 s of them)
+    sent = time.monotonic()
+    process.send_signal(signal.SIGINT)
+    line = process.stdout.readline().split()
+    process.wait(10)
+    assert line[0] == "interrupted"
+    assert float(line[1]) - sent < 1.0
+    assert process.returncode != 0
+    assert simulator.commands()[-1] == ":KEY:LOCK DISABLE"
