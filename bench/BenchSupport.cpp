@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "BenchSupport.h"
 
-#include <fstream>
-#include <string>
-
+#include "acquire/Jobs.h"
 #include "controller/CtrlData.h"
 #include "link/Connection.h"
 #include "link/LinkState.h"
@@ -16,6 +14,8 @@
 #include <QElapsedTimer>
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
+#include <string>
 #include <vector>
 
 double MedianMs(int runs, const std::function<void(int run)>& step) {
@@ -103,4 +103,12 @@ long PeakMemoryKiB() {
     while (std::getline(status, line))
         if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
     return 0;
+}
+
+void TimeJobOverItsPauses(int kind, const char* name) {
+    CountPausesFrom(100); // the job window starts its job 100 ms after it shows
+    QElapsedTimer clock;
+    clock.start();
+    RunJob(kind, name, 0);
+    PrintPacingOverhead(name, static_cast<double>(clock.nsecsElapsed()) / 1e6);
 }

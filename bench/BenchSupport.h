@@ -36,6 +36,9 @@ void CountPausesFrom(long long startMs);
 long long PausedMs();
 // "<name>: measured x ms, pauses y ms, overhead z % (target at most 1 %)".
 void PrintPacingOverhead(const char* name, double measuredMs);
+// One job of a kind run as a window runs it (its start 100 ms after the job
+// window shows), against the simulator, and its time over its pauses printed.
+void TimeJobOverItsPauses(int kind, const char* name);
 
 // The process's peak resident size in KiB, and a new start for it from the
 // present size (Linux: clear_refs 5).

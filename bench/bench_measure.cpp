@@ -7,7 +7,6 @@
 #include "acquire/MeasureJob.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <memory>
 
 int main(int argc, char** argv) {
@@ -15,10 +14,6 @@ int main(int argc, char** argv) {
     RegisterMeasureJobs();
     auto instrument = std::make_unique<BenchInstrument>();
     if (!instrument->connected()) return 1;
-    CountPausesFrom(100); // the job window starts its job 100 ms after it shows
-    QElapsedTimer clock;
-    clock.start();
-    RunJob(1, "measure", 0);
-    PrintPacingOverhead("measure job", clock.nsecsElapsed() / 1e6);
+    TimeJobOverItsPauses(1, "measure job");
     return 0;
 }

@@ -72,7 +72,8 @@ int main(int argc, char** argv) {
                 (PeakMemoryKiB() - idle) / 1024.0, fileMiB, 3 * fileMiB);
             const QString csv = dir.filePath("w.csv");
             const double csvMs = MedianMs(3, [&](int) { ExportCsv(csv, rec, {}); });
-            std::printf("CSV export of 2,000,000 rows (median of 3): %.0f ms, %.1f MiB (target at most 120 ms)\n",
+            std::printf("CSV export of 2,000,000 rows (median of 3): %.0f ms, %.1f MiB (target at "
+                        "most 120 ms)\n",
                         csvMs, QFileInfo(csv).size() / 1048576.0);
             ReportFigure("described CSV, 2,000,000 rows", "ms", 120, csvMs);
             // The exports for other tools, against the described CSV in the same run.

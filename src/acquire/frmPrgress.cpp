@@ -34,6 +34,15 @@ QPoint frmPrgress::PlaceFor(std::optional<QPoint> stored, QRect frame, QSize dia
 frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     : QWidget(parent ? parent : platform::MainWindow(),
               Qt::Tool | Qt::WindowTitleHint | Qt::CustomizeWindowHint) {
+    // The first timer starts with the load, so the window's own making (its
+    // place from the settings, its layout, its first paint) falls inside
+    // the 100 ms the job waits anyway, not after them.
+    Timer1_ = new QTimer(this);
+    Timer1_->setSingleShot(true);
+    Timer1_->setTimerType(Qt::PreciseTimer); // the job starts 100 ms on, not up to 5 ms later
+    Timer1_->setInterval(platform::ScaledMs(100));
+    connect(Timer1_, &QTimer::timeout, this, &frmPrgress::Timer1_Timer);
+    Timer1_->start();
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName("frmPrgress");
     setWindowTitle(caption);
@@ -42,11 +51,6 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
     ProgressBar1_->setMinimumWidth(320);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(ProgressBar1_);
-    Timer1_ = new QTimer(this);
-    Timer1_->setSingleShot(true);
-    Timer1_->setTimerType(Qt::PreciseTimer); // the job starts 100 ms on, not up to 5 ms later
-    Timer1_->setInterval(platform::ScaledMs(100));
-    connect(Timer1_, &QTimer::timeout, this, &frmPrgress::Timer1_Timer);
     // The bar's creep: the wave and table jobs run it around their block reads.
     Timer2_ = new QTimer(this);
     Timer2_->setInterval(1);
@@ -81,7 +85,6 @@ frmPrgress::frmPrgress(const QString& caption, QWidget* parent)
         else
             Timer2_->stop();
     });
-    Timer1_->start();
 }
 
 void frmPrgress::Timer1_Timer() {
