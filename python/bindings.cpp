@@ -11,9 +11,11 @@
 
 #include "acquire/Jobs.h"
 #include "acquire/MeasureJob.h"
+#include "acquire/TableJob.h"
 #include "acquire/WaveJob.h"
 #include "cli/CliCommands.h"
 #include "controller/CtrlData.h"
+#include "controller/CtrlFile.h"
 #include "controller/SettingsExchange.h"
 #include "decode/Decode.h"
 #include "decode/DecodeStacks.h"
@@ -36,6 +38,7 @@
 #include "shared/ReplyText.h"
 #include "sheet/SheetRecords.h"
 #include "views/Analyser.h"
+#include "views/frmData.h"
 
 #include <QBuffer>
 #include <QGuiApplication>
@@ -267,6 +270,7 @@ void ensureLinkMachinery() {
     ProductName = "NQ4000L";
     CtrlData = CtrlDataDefaults();
     RegisterWaveJob();
+    RegisterTableJobs();
     RegisterMeasureJobs();
     RegisterSettingsJobs();
     StartLinkTimers();
@@ -323,6 +327,9 @@ std::string openLink(const std::string& resource, const std::string& serial) {
     const double pacing = qEnvironmentVariable("KORVANE_PACING").toDouble(&scaled);
     platform::SetPacingScale(scaled && pacing >= 0 ? pacing : 1.0);
     if (Connected) CloseScriptLink();
+    // A new session knows nothing of the instrument yet, as a new process of
+    // the command line: what an earlier one read says nothing of this one.
+    CtrlData = CtrlDataDefaults();
     bool up = false;
     {
         py::gil_scoped_release free;
@@ -428,6 +435,57 @@ py::bytes screenshot() {
     return py::bytes(png.constData(), static_cast<std::size_t>(png.size()));
 }
 
+// The settings read from the instrument into the program's control file
+// (korvane-cli settings get), and a control file written to it (put).
+void saveSettings(const std::string& path) {
+    const bool read = onInstrument([] {
+        RunJobWithoutWindow(kJobDownload, 0);
+        return LastReadAllComplete();
+    });
+    if (!read) raise(g_linkLost, "the settings could not be read");
+    if (!WriteControlFile(QString::fromStdString(path)))
+        raise(g_error, QString::fromStdString(path) + ": could not be written");
+}
+
+void loadSettings(const std::string& path) {
+    ensureLinkMachinery();
+    if (ReadControlFileChecked(QString::fromStdString(path)) != CtrlFileRead::Whole)
+        raise(g_fileFormatError,
+              QString::fromStdString(path) + ": not a whole control file of this instrument");
+    onInstrument([] {
+        RunJobWithoutWindow(kJobUpload, 0);
+        return 0;
+    });
+}
+
+// The data table job's rows of CH1, CH2 or LA: times and volts as numbers
+// (the table's texts read back; LA has no volts).
+py::dict table(const std::string& source) {
+    const QString which = QString::fromStdString(source).toUpper();
+    const int kind = which == "CH1"   ? kJobTableCh1
+                     : which == "CH2" ? kJobTableCh2
+                     : which == "LA"  ? kJobTableLa
+                                      : -1;
+    if (kind < 0) raise(g_usageError, "the table's source is CH1, CH2 or LA");
+    DataRecord d;
+    onInstrument([&d, kind, which] {
+        RunJobWithoutWindow(kind, 0);
+        TakeTableJob(d, which);
+        return 0;
+    });
+    std::vector<double> time, volts;
+    for (int i = 1; i <= d.RowCount && i < static_cast<int>(d.TimeText.size()); ++i) {
+        time.push_back(Val(d.TimeText[static_cast<std::size_t>(i)]));
+        if (which != "LA" && i < static_cast<int>(d.VoltText.size()))
+            volts.push_back(Val(d.VoltText[static_cast<std::size_t>(i)]));
+    }
+    py::dict out;
+    out["title"] = d.Title.toStdString();
+    out["time"] = arrayOf(std::move(time));
+    out["volts"] = which == "LA" ? py::object(py::none()) : py::object(arrayOf(std::move(volts)));
+    return out;
+}
+
 py::list instruments() {
     ensureLinkMachinery();
     py::list out;
@@ -469,6 +527,9 @@ PYBIND11_MODULE(_korvane, m) {
     m.def("fetch", &fetch);
     m.def("measure", &measure);
     m.def("screenshot", &screenshot);
+    m.def("save_settings", &saveSettings);
+    m.def("load_settings", &loadSettings);
+    m.def("table", &table);
     m.def("spectrum", &spectrumOf, py::arg("samples"), py::arg("sample_rate"),
           py::arg("window") = "hanning", py::arg("averages") = 1);
 }

@@ -201,6 +201,22 @@ class Scope:
         number = {"CH1": 1, "CH2": 2}.get(str(channel).upper(), channel)
         return _korvane.measure(int(number))
 
+    def table(self, channel: str = "CH1") -> dict:
+        """The Data window's rows of CH1, CH2 or LA: ``time`` and ``volts``
+        arrays (``volts`` None for LA) and the table's ``title`` line."""
+        return _korvane.table(str(channel))
+
+    def save_settings(self, path: str | os.PathLike) -> None:
+        """Reads every setting of the instrument into a control file (.rmt),
+        the program's own format, which its Controller opens."""
+        _korvane.save_settings(os.fspath(path))
+
+    def load_settings(self, path: str | os.PathLike) -> None:
+        """Writes a control file's settings to the instrument; a file that
+        is not a whole control file raises FileFormatError and sends
+        nothing."""
+        _korvane.load_settings(os.fspath(path))
+
     def screenshot(self) -> bytes:
         """The instrument's own screen as PNG bytes (USB only)."""
         return _korvane.screenshot()

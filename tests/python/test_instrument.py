@@ -122,3 +122,23 @@ def test_ctrl_c_in_a_wait_unlocks_and_raises(simulator, tmp_path):
     assert float(line[1]) - sent < 1.0
     assert process.returncode != 0
     assert simulator.commands()[-1] == ":KEY:LOCK DISABLE"
+
+
+def test_table_and_settings_are_the_command_lines(simulator, monkeypatch, tmp_path):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    subprocess.run([CLI, "send", ":STOP"], check=True, env={**os.environ, "KORVANE_PACING": "0"})
+    export = cli("table", "CH1", "--out", "-")
+    theirs = [line.split("\t") for line in export.splitlines()  # " 1 \t-3.00E-03\t-6.60E-01"
+              if line.strip()[:1].isdigit() and line.count("\t") >= 2]
+    cli("settings", "get", str(tmp_path / "cli.rmt"))
+    with korvane.connect() as scope:
+        rows = scope.table("CH1")
+        scope.save_settings(tmp_path / "mine.rmt")
+        (tmp_path / "broken.rmt").write_text("not a control file\n")
+        with pytest.raises(korvane.FileFormatError):
+            scope.load_settings(tmp_path / "broken.rmt")
+        scope.load_settings(tmp_path / "mine.rmt")
+    assert len(rows["time"]) == len(theirs) == 600
+    assert np.allclose(rows["time"], [float(r[1]) for r in theirs])
+    assert np.allclose(rows["volts"], [float(r[2]) for r in theirs])
+    assert (tmp_path / "mine.rmt").read_bytes() == (tmp_path / "cli.rmt").read_bytes()
