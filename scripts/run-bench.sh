@@ -19,6 +19,16 @@ for b in "$build"/bench/bench_*; do
     failed=1
   fi
 done
+# The Python package's, where it is built.
+if [ -d "$build/python/korvane" ]; then
+  echo "== bench_python"
+  if ! PYTHONPATH="$build/python" KORVANE_SIM="$build/sim/nq4000l-sim" QT_QPA_PLATFORM=offscreen \
+       /usr/bin/python3 "$(dirname "$0")/../bench/bench_python.py" | tee -a "$figures" |
+       grep -v '^FIGURE'; then
+    echo "bench_python failed"
+    failed=1
+  fi
+fi
 [ $found -eq 1 ] || { echo "no benchmarks built"; exit 1; }
 echo
 echo "== figures"
