@@ -4,8 +4,8 @@
 #include "Files.h"
 #include "Simulator.h"
 
-#include <csignal>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -150,12 +150,12 @@ int main(int argc, char** argv) {
             double percent = -1;
             const auto r = std::from_chars(v.data(), v.data() + v.size(), percent);
             if (r.ec != std::errc() || r.ptr != v.data() + v.size() || percent < 0) {
-                std::fprintf(stderr, "nq4000l-sim: --jitter wants a percentage, not %s\n", v.c_str());
+                std::fprintf(stderr, "nq4000l-sim: --jitter wants a percentage, not %s\n",
+                             v.c_str());
                 return 2;
             }
             faults.jitter = percent / 100.0;
-        }
-        else if (a == "--drop-at")
+        } else if (a == "--drop-at")
             faults.dropAtCommand = number("a command count");
         else if (a == "--silent")
             faults.silent = true;
@@ -224,16 +224,18 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
 
     std::size_t printed = 0;
+    auto printLog = [&] {
+        if (!log) return;
+        const auto entries = simulator.instrument().Log();
+        for (; printed < entries.size(); ++printed)
+            std::printf("%10.3f  %s\n", entries[printed].seconds, entries[printed].command.c_str());
+        std::fflush(stdout);
+    };
     while (!g_stop) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        if (log) {
-            const auto entries = simulator.instrument().Log();
-            for (; printed < entries.size(); ++printed)
-                std::printf("%10.3f  %s\n", entries[printed].seconds,
-                            entries[printed].command.c_str());
-            std::fflush(stdout);
-        }
+        printLog();
     }
     simulator.Stop();
+    printLog(); // what came in since the last round, the last commands included
     return 0;
 }
