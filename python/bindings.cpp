@@ -301,14 +301,16 @@ template <typename Fn> auto onInstrument(Fn&& work) {
     ensureLinkMachinery();
     if (!Connected) raise(g_linkLost, "not connected: use korvane.connect()");
     g_interrupted = false;
-    platform::SetPauseHook(checkSignals);
-    auto restore = [] { platform::SetPauseHook(nullptr); };
+    struct PauseHookGuard { // off again however the work ends
+        PauseHookGuard() { platform::SetPauseHook(checkSignals); }
+        ~PauseHookGuard() { platform::SetPauseHook(nullptr); }
+    };
     std::optional<decltype(work())> result;
     {
+        const PauseHookGuard hook;
         py::gil_scoped_release free;
         result.emplace(work());
     }
-    restore();
     if (g_interrupted) {
         platform::SetPacingScale(g_pacing);
         Connected = true; // the handle is still open: the keys go back to the user
