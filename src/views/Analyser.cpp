@@ -156,10 +156,8 @@ Tone ToneAt(const Spectrum& s, int bin, int half) {
 Tone FindPeak(const Spectrum& s, double fromHz, double toHz) {
     if (s.empty()) return {};
     // DC's own main lobe is left out (a tone two bins up is still found).
-    const int dcLobe = s.window == FftWindow::Rectangle  ? 1
-                       : s.window == FftWindow::Blackman ? 3
-                                                         : 2;
-    const int first = std::max(dcLobe, static_cast<int>(std::ceil(fromHz / s.binHz)));
+    const int first =
+        std::max(MainLobeHalfWidth(s.window), static_cast<int>(std::ceil(fromHz / s.binHz)));
     const double top = static_cast<double>(s.rms.size() - 1);
     const int last = static_cast<int>(std::min(top, std::floor(toHz / s.binHz)));
     int best = -1;
