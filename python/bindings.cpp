@@ -15,7 +15,12 @@
 #include "acquire/WaveJob.h"
 #include "cli/CliCommands.h"
 #include "controller/CtrlData.h"
+#include "controller/CtrlDialog.h"
+#include "controller/CtrlDialogAdjust.h"
 #include "controller/CtrlFile.h"
+#include "controller/CtrlState.h"
+#include "controller/CtrlTree.h"
+#include "controller/PraseCtrlList.h"
 #include "controller/SettingsExchange.h"
 #include "decode/Decode.h"
 #include "decode/DecodeStacks.h"
@@ -36,11 +41,16 @@
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/ReplyText.h"
+#include "shared/ValueText.h"
+#include "sheet/DataSheet.h"
+#include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
 #include "views/Analyser.h"
+#include "views/ScreenRenderer.h"
 #include "views/frmData.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QGuiApplication>
 
 #include <cmath>
@@ -123,6 +133,45 @@ py::dict dictOf(Capture&& c) {
     d["analog"] = analog;
     d["volts_per_div"] = c.voltsPerDiv;
     d["logic"] = c.hasLogic ? py::object(arrayOf(std::move(c.logic))) : py::none();
+    return d;
+}
+
+// A screen record a capture keeps for its picture, handed to Python whole.
+py::capsule screenCapsule(const WaveRecord& screen) {
+    auto* kept = new WaveRecord(screen);
+    kept->TreeNode = nullptr;
+    return py::capsule(kept, [](void* p) { delete static_cast<WaveRecord*>(p); });
+}
+
+py::bytes pngOf(const WaveRecord& screen) {
+    const QImage picture = RenderScreen(screen, 2, IsDigitalModel == 1);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    picture.save(&buffer, "PNG");
+    return py::bytes(png.constData(), static_cast<std::size_t>(png.size()));
+}
+
+// The fields of a screen record: its samples as a capture, its math trace in
+// divisions, the record itself for the picture.
+py::dict dictOfScreen(const WaveRecord& w) {
+    QString error;
+    Capture c = CaptureOfScreen(w, &error);
+    if (c.samples() == 0) raise(g_error, error);
+    py::dict d = dictOf(std::move(c));
+    std::vector<float> math = MathOfScreen(w);
+    d["math"] = math.empty() ? py::object(py::none()) : py::object(arrayOf(std::move(math)));
+    d["screen"] = screenCapsule(w);
+    py::dict settings;
+    settings["trigger_mode"] = w.TriggerMode.toStdString();
+    settings["time_scale"] = w.TimeScale.toStdString();
+    settings["time_offset"] = w.TimeOffset.toStdString();
+    settings["ch1_scale"] = w.Ch1Scale.toStdString();
+    settings["ch1_offset"] = w.Ch1Offset.toStdString();
+    settings["ch2_scale"] = w.Ch2Scale.toStdString();
+    settings["ch2_offset"] = w.Ch2Offset.toStdString();
+    settings["date"] = w.Date.toStdString();
+    d["settings"] = settings;
     return d;
 }
 
@@ -387,21 +436,7 @@ py::dict fetch() {
         return JobSucceeded();
     });
     if (!done) raise(g_linkLost, "the fetch did not complete: " + JobWarning);
-    QString error;
-    Capture c = CaptureOfScreen(w, &error);
-    if (c.samples() == 0) raise(g_error, error);
-    py::dict d = dictOf(std::move(c));
-    py::dict settings;
-    settings["trigger_mode"] = w.TriggerMode.toStdString();
-    settings["time_scale"] = w.TimeScale.toStdString();
-    settings["time_offset"] = w.TimeOffset.toStdString();
-    settings["ch1_scale"] = w.Ch1Scale.toStdString();
-    settings["ch1_offset"] = w.Ch1Offset.toStdString();
-    settings["ch2_scale"] = w.Ch2Scale.toStdString();
-    settings["ch2_offset"] = w.Ch2Offset.toStdString();
-    settings["date"] = w.Date.toStdString();
-    d["settings"] = settings;
-    return d;
+    return dictOfScreen(w);
 }
 
 py::dict measure(int channel) {
@@ -488,6 +523,132 @@ py::dict table(const std::string& source) {
     return out;
 }
 
+// A picture of a capture as the waveform window draws it: its own screen
+// record when it has one (a fetch, a data sheet), else the capture put on
+// the screen by ScreenOfCapture.
+py::bytes
+picture(const py::object& screen, double sampleRate, double firstTime,
+        const std::vector<std::string>& names,
+        const std::vector<py::array_t<float, py::array::c_style | py::array::forcecast>>& analog,
+        const std::vector<double>& voltsPerDiv, const py::object& logic) {
+    ensureApplication();
+    if (!screen.is_none()) return pngOf(*screen.cast<py::capsule>().get_pointer<WaveRecord>());
+    return pngOf(
+        ScreenOfCapture(captureOf(sampleRate, firstTime, names, analog, voltsPerDiv, logic)));
+}
+
+// A data sheet's waveform documents (fetched screens) and Memory Wave
+// documents, each with its name in the sheet's tree, in the tree's order.
+py::list readSheet(const std::string& path) {
+    ensureApplication();
+    const QString file = QString::fromStdString(path);
+    QFile in(file);
+    if (!in.open(QIODevice::ReadOnly)) raise(g_fileFormatError, file + ": " + in.errorString());
+    const QByteArray bytes = in.readAll();
+    QString error;
+    SheetRead read = SheetRead::Ok;
+    {
+        py::gil_scoped_release free;
+        read = ParseSheet(bytes, &error);
+    }
+    if (read == SheetRead::BadSignature) raise(g_fileFormatError, file + ": not a data sheet");
+    if (read == SheetRead::Stopped) raise(g_fileFormatError, file + ": " + error);
+    py::list out;
+    for (int i = 0; i < DocCount(DocKind::Wave); ++i) {
+        const WaveRecord& w = WaveRecords[i];
+        QString why;
+        if (!w.Loaded || CaptureOfScreen(w, &why).samples() == 0) continue;
+        py::dict d = dictOfScreen(w);
+        d["name"] = w.Name.toStdString();
+        d["kind"] = "wave";
+        out.append(d);
+    }
+    for (int i = 0; i < DocCount(DocKind::MemoryWave); ++i) {
+        const MemoryRecord& m = MemoryRecords[i];
+        QString why;
+        Capture c = CaptureOfMemory(m, &why);
+        if (c.samples() == 0) continue;
+        py::dict d = dictOf(std::move(c));
+        d["name"] = m.Name.toStdString();
+        d["kind"] = "memory";
+        out.append(d);
+    }
+    return out;
+}
+
+// ---- the parameter tree ------------------------------------------------------------------
+
+// Every value row of the controller tree as (captions from the section
+// down, the value shown), after a read of all settings.
+void collectRows(const CtrlTreeNode& node, std::vector<std::string>& path, py::list& out) {
+    for (const CtrlTreeNode& child : node.children) {
+        path.push_back(child.caption.toStdString());
+        if (child.field) out.append(py::make_tuple(path, child.field->toStdString()));
+        collectRows(child, path, out);
+        path.pop_back();
+    }
+}
+
+py::list settings() {
+    const bool read = onInstrument([] {
+        RunJobWithoutWindow(kJobDownload, 0);
+        return LastReadAllComplete();
+    });
+    if (!read) raise(g_linkLost, "the settings could not be read");
+    const CtrlTreeNode root = BuildCtrlTreeModel(CtrlData, ModelHasLa);
+    py::list out;
+    std::vector<std::string> path;
+    collectRows(root, path, out);
+    return out;
+}
+
+// One value row set as its parameter dialog sets it: a word from its list,
+// or a number into its box. The dialog's refusals come back as UsageError.
+void applyRow(const std::vector<std::string>& captions, const std::string& value) {
+    QString path = ProductName;
+    for (const std::string& caption : captions)
+        path += "\\" + QString::fromStdString(caption);
+    const CtrlRowMatch row = MatchCtrlPath(SplitCtrlPath(path + " [x]"));
+    const QString name = path.section("\\", 1).replace("\\", ".");
+    if (row.action != CtrlRowAction::Dialog || !row.field)
+        raise(g_usageError, name + ": no setting of that name in the tree");
+    QString refusal;
+    platform::SetMsgBoxHook([&refusal](const platform::MsgBoxRequest& box) {
+        refusal = box.prompt;
+        return platform::MsgResult::Ok;
+    });
+    struct HookBack {
+        ~HookBack() {
+            platform::SetMsgBoxHook(
+                [](const platform::MsgBoxRequest&) { return platform::MsgResult::Ok; });
+        }
+    } back;
+    const QString text = QString::fromStdString(value);
+    QString wrong;
+    onInstrument([&] {
+        CtrlDialogKey = row.key;
+        const CtrlDialogLayout layout = ShapeCtrlDialog(row);
+        const bool listed = layout.items.contains(text);
+        if (layout.shape == DialogShape::QueryOnly) {
+            wrong = name + ": read only";
+        } else if (layout.shape == DialogShape::Adjust) { // Volt/Div, walked by the knob
+            if (!(ParseVoltText(PointForm(text)) > 0))
+                wrong = name + ": a scale such as 2.00V";
+            else
+                AdjustOK(row.captions.value(0) == QLatin1String("CH2") ? 1 : 0, text);
+        } else if (listed) {
+            if (!CtrlDialogOK(row, text, layout.input)) wrong = name + ": " + refusal;
+        } else if (!layout.unitButtons.isEmpty()) {
+            if (!CtrlDialogOK(row, layout.selected, text)) wrong = name + ": " + refusal;
+        } else {
+            wrong = name + ": one of " + layout.items.join(", ");
+        }
+        return 0;
+    });
+    if (!wrong.isEmpty()) raise(g_usageError, wrong);
+    if (!refusal.isEmpty()) raise(g_usageError, name + ": " + refusal);
+}
+
 py::list instruments() {
     ensureLinkMachinery();
     py::list out;
@@ -532,6 +693,10 @@ PYBIND11_MODULE(_korvane, m) {
     m.def("save_settings", &saveSettings);
     m.def("load_settings", &loadSettings);
     m.def("table", &table);
+    m.def("settings", &settings);
+    m.def("apply_setting", &applyRow);
+    m.def("read_sheet", &readSheet);
+    m.def("picture", &picture);
     m.def("spectrum", &spectrumOf, py::arg("samples"), py::arg("sample_rate"),
           py::arg("window") = "hanning", py::arg("averages") = 1);
 }

@@ -33,6 +33,7 @@ __all__ = [
     "instruments",
     "read_wfm",
     "read_rcd",
+    "read_ult",
     "decode",
     "spectrum",
 ]
@@ -46,7 +47,10 @@ class Capture:
     ``t`` is in seconds (the trigger at 0), ``ch1`` and ``ch2`` in volts
     (``None`` for a channel the capture does not hold), ``logic`` one
     ``uint16`` a sample with D0 in bit 0, ``sample_rate`` in samples a
-    second. ``math`` is ``None`` for files, which hold no math trace.
+    second. ``math`` is the math trace of a fetched screen in divisions above
+    the screen's middle (the instrument sends no scale for it), else ``None``.
+    ``name`` is the document's name for a capture read from a data sheet.
+    In a notebook a capture shows itself as the waveform window draws it.
     """
 
     def __init__(self, fields: dict):
@@ -57,7 +61,10 @@ class Capture:
         self._analog: list = list(fields["analog"])
         self.volts_per_div: list = list(fields["volts_per_div"])
         self.logic: Optional[np.ndarray] = fields["logic"]
-        self.math: Optional[np.ndarray] = None
+        self.math: Optional[np.ndarray] = fields.get("math")
+        self.settings: dict = dict(fields.get("settings", {}))
+        self.name: Optional[str] = fields.get("name")
+        self._screen = fields.get("screen")  # the screen record a fetch or a sheet drew
 
     def _channel(self, name: str) -> Optional[np.ndarray]:
         return self._analog[self._names.index(name)] if name in self._names else None
@@ -92,6 +99,13 @@ class Capture:
         program's own writers and its safe writer."""
         _korvane.write_capture(os.fspath(path), *self._fields())
 
+    def _repr_png_(self) -> bytes:
+        """The capture as the waveform window draws it, as PNG bytes: a
+        fetched screen exactly as fetched, a longer capture over the twelve
+        divisions at its own scale (each column its lowest and highest
+        sample). Needs no display."""
+        return _korvane.picture(self._screen, *self._fields())
+
     def __repr__(self) -> str:  # noqa: D105
         channels = ", ".join(self._names + (["D0-D15"] if self.logic is not None else []))
         return (f"<korvane.Capture {len(self)} samples at {self.sample_rate:g} Sa/s: "
@@ -112,6 +126,15 @@ def read_rcd(path: str | os.PathLike, frame: int = 1) -> Capture:
     if frame < 1:
         raise UsageError("frames count from 1")
     return Capture(_korvane.read_capture(os.fspath(path), int(frame)))
+
+
+def read_ult(path: str | os.PathLike) -> list:
+    """A data sheet (.ult): its waveform documents (fetched screens, with
+    their math trace and settings) and its Memory Wave documents, as
+    Captures in the sheet's order, each with its ``name``. Frame records
+    are read with :func:`read_rcd`; measures and tables are text and stay in
+    the sheet. Raises FileFormatError for a damaged or lying file."""
+    return [Capture(fields) for fields in _korvane.read_sheet(os.fspath(path))]
 
 
 def decode(capture: Capture, *stacks: str, threshold: float = 1.4,
@@ -189,10 +212,28 @@ class Scope:
         ``ch2`` (None when off) in seconds and volts, ``logic`` (None when
         the lanes are off), ``sample_rate``, and ``settings``, the scales
         and offsets it was taken with."""
-        fields = _korvane.fetch()
-        capture = Capture(fields)
-        capture.settings = dict(fields["settings"])
-        return capture
+        return Capture(_korvane.fetch())
+
+    @property
+    def settings(self) -> dict:
+        """Every value of the Controller's tree, read from the instrument
+        now: keys are the rows' captions from the section down, joined by
+        dots ("CH1.Volt/Div", "Time Base.Time/Div", "Trigger.Holdoff"),
+        values the texts the tree shows ("500mV", "500.0us", "EDGE")."""
+        return {".".join(path): value for path, value in _korvane.settings()}
+
+    def apply(self, settings: dict) -> None:
+        """Writes the values of ``settings`` (keys and texts as
+        :attr:`settings` gives them) that differ from the instrument's, one
+        row at a time as the parameter dialog writes it, in the order
+        given (a trigger method first, then the rows it brings). A word is
+        one of the row's list; a number may be written as the dialog takes
+        it ("2.5E-7", "2.00V"). A key or value the tree refuses raises
+        UsageError, and nothing after it is written."""
+        current = self.settings
+        for key, value in settings.items():
+            if str(value) != current.get(key):
+                _korvane.apply_setting(key.split("."), str(value))
 
     def measure(self, channel: int | str = 1) -> dict:
         """The eighteen measures of CH1 or CH2 in base units (V, s, Hz; a

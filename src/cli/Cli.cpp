@@ -83,14 +83,15 @@ const QList<Command>& commands() {
          true,
          {}},
         {"screen",
-         "screen --png FILE | --lcd FILE",
-         "The screen of a wave fetch drawn as the Wave window draws it (--png), or the "
-         "instrument's own screen image over USB (--lcd).",
+         "screen --png FILE | --lcd FILE | --ult FILE",
+         "The screen of a wave fetch drawn as the Wave window draws it (--png), the "
+         "instrument's own screen image over USB (--lcd), or the fetch as a data sheet of one "
+         "waveform document that the program opens (--ult).",
          0,
          0,
          true,
          true,
-         {"png", "lcd"}},
+         {"png", "lcd", "ult"}},
         {"table",
          "table CH1|CH2|LA --out FILE|-",
          "The Data window's export of a table fetch.",
@@ -347,6 +348,7 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
                   {"json", ""},
                   {"png", "", "FILE"},
                   {"lcd", "", "FILE"},
+                  {"ult", "", "FILE"},
                   {{"P", "protocol-decoders"}, "", "DECODERS"},
                   {"threshold", "", "V"},
                   {"hysteresis", "", "V"},
@@ -408,7 +410,7 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
     }
     if (c->maxArgs < 0) r.args = QStringList{r.args.join(' ')}; // the command's whole text
     // Options that belong to other commands are a mistake, not a no-op.
-    for (const char* own : {"out", "limits", "frame", "json", "png", "lcd", "P", "threshold",
+    for (const char* own : {"out", "limits", "frame", "json", "png", "lcd", "ult", "P", "threshold",
                             "hysteresis", "window", "channel", "from", "to", "averages"})
         if (p.isSet(own) && !c->options.contains(QLatin1String(own))) {
             fail(QString("--%1 does not apply to %2").arg(own, r.command));
@@ -449,6 +451,7 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
     r.verbose = p.isSet("verbose");
     r.png = p.value("png");
     r.lcd = p.value("lcd");
+    r.ult = p.value("ult");
     r.decoders = p.values("P");
     if (p.isSet("window")) {
         const QStringList names{"rectangle", "hanning", "hamming", "blackman"};

@@ -27,6 +27,7 @@
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
 #include "shared/ValueText.h"
+#include "sheet/DataSheet.h"
 #include "sheet/SheetFile.h"
 #include "sheet/SheetRecords.h"
 #include "views/ScreenRenderer.h"
@@ -104,6 +105,15 @@ std::function<void()> g_lastWords;
 
 // ---- instrument commands --------------------------------------------------------------------
 
+// A data sheet holding the fetched screen as its one waveform document, named
+// as the program names a new one.
+QByteArray sheetOfScreen(WaveRecord& w) {
+    w.Name = NewNameBase(DocKind::Wave) + "1";
+    SheetName = TreeLabel("Untitle");
+    SetDocCounts({1, 0, 0, 0, 0});
+    return SheetBytes();
+}
+
 int screen(const CliRequest& r, int round) {
     if (!r.lcd.isEmpty()) {
         if (SoftwareSetting.ScopeIOType != kIoTypeUsb)
@@ -122,6 +132,7 @@ int screen(const CliRequest& r, int round) {
     if (!Connected) return fail("the link was lost during the fetch", 3);
     if (!JobWarning.isEmpty()) CliNote(JobWarning);
     w.Loaded = true;
+    if (!r.ult.isEmpty()) return writeFile(RoundPath(r.ult, round, r.repeat), sheetOfScreen(w));
     return writeFile(RoundPath(r.png, round, r.repeat),
                      pngOf(RenderScreen(w, 2.0, IsDigitalModel == 1)));
 }
@@ -380,8 +391,8 @@ QString CheckCommandWords(const CliRequest& r) {
     const QString first = r.args.value(0);
     if (c == "settings" && first != "get" && first != "put")
         return "usage: korvane-cli settings get|put FILE.rmt";
-    if (c == "screen" && (r.png.isEmpty() == r.lcd.isEmpty()))
-        return "usage: korvane-cli screen --png FILE | --lcd FILE";
+    if (c == "screen" && int(!r.png.isEmpty()) + int(!r.lcd.isEmpty()) + int(!r.ult.isEmpty()) != 1)
+        return "usage: korvane-cli screen --png FILE | --lcd FILE | --ult FILE";
     if (c == "table") {
         const QString s = first.toUpper();
         if (s != "CH1" && s != "CH2" && s != "LA")

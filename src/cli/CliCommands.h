@@ -15,7 +15,7 @@ struct CliRequest {
     bool chinese = false;
     int repeat = 1;
     double interval = 0; // wall-clock seconds
-    QString out, limits, png, lcd;
+    QString out, limits, png, lcd, ult;
     int frame = 1;
     bool json = false, verbose = false;
     QStringList decoders; // -P: one stack each

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "export/CaptureExport.h"
 
+#include "platform/LargeArray.h"
 #include "platform/SafeFile.h"
 #include "replay/RecordFile.h"
 #include "shared/LoadLanguage.h"
@@ -11,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -70,9 +72,22 @@ std::vector<float> MemoryVolts(const MemoryRecord& r, int channel, std::int64_t 
     const double ground = 100 - (scale != 0 ? ValueToPoints(offset, scale) : 0);
     from = std::clamp<std::int64_t>(from, 0, static_cast<std::int64_t>(data.size()));
     count = std::clamp<std::int64_t>(count, 0, static_cast<std::int64_t>(data.size()) - from);
-    std::vector<float> v(static_cast<std::size_t>(count));
+    // The samples are file bytes plus a small correction: a few hundred
+    // distinct values, each turned to volts once.
+    const std::int16_t* in = data.data() + from;
+    int first = count > 0 ? in[0] : 0, last = count > 0 ? in[0] : -1;
+    for (std::int64_t i = 0; i < count; ++i) { // min and max in one vectorised pass
+        first = std::min<int>(first, in[i]);
+        last = std::max<int>(last, in[i]);
+    }
+    std::vector<float> voltsOf(static_cast<std::size_t>(std::max(last - first + 1, 0)));
+    for (int row = first; row <= last; ++row)
+        voltsOf[static_cast<std::size_t>(row - first)] = volts(row - 25, ground, scale);
+    std::vector<float> v;
+    platform::ReserveLarge(v, static_cast<std::size_t>(count));
+    v.resize(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < v.size(); ++i)
-        v[i] = volts(data[static_cast<std::size_t>(from) + i] - 25, ground, scale);
+        v[i] = voltsOf[static_cast<std::size_t>(in[i] - first)];
     return v;
 }
 
@@ -101,6 +116,7 @@ Capture CaptureOfMemory(const MemoryRecord& r, QString* error, bool withAnalog) 
         const std::int64_t n =
             std::min<std::int64_t>(points, static_cast<std::int64_t>(r.LAData.size()) / bytes);
         c.hasLogic = true;
+        platform::ReserveLarge(c.logic, static_cast<std::size_t>(n));
         c.logic.resize(static_cast<std::size_t>(n));
         for (std::int64_t i = 0; i < n; ++i) {
             const std::size_t at = static_cast<std::size_t>(i * bytes);
@@ -170,6 +186,81 @@ Capture CaptureOfFrame(const RecordRecord& r, int frame, QString* error) {
     c.voltsPerDiv.push_back(scale);
     if (c.samples() == 0 && error) *error = nothingText();
     return c;
+}
+
+std::vector<float> MathOfScreen(const WaveRecord& r) {
+    std::vector<float> v;
+    if (!r.Loaded || !r.ShowMath || r.FFTDisplay == WordOn) return v;
+    v.resize(600);
+    for (int i = 0; i < 600; ++i) // row 100 is the middle, 25 rows a division
+        v[static_cast<std::size_t>(i)] = static_cast<float>((100 - r.MathSamples[i + 1]) / 25.0);
+    return v;
+}
+
+namespace {
+// Screen rows of volts at `scale` a division about the middle, clipped to the screen.
+int rowOfVolts(double volts, double scale) {
+    const double row = std::round(100 - volts * 25 / (scale > 0 ? scale : 1));
+    return static_cast<int>(std::clamp(row, 0.0, 199.0));
+}
+} // namespace
+
+WaveRecord ScreenOfCapture(const Capture& c) {
+    WaveRecord s;
+    const std::int64_t n = c.samples();
+    if (n <= 0 || c.sampleRate <= 0) return s;
+    s.Loaded = s.ShowYT = true;
+    s.PointCount = 600;
+    s.FFTDisplay = s.MathDisplay = WordOff;
+    s.TimeScale = NormTime3(QString::number(static_cast<double>(n) / c.sampleRate / 12, 'g', 6));
+    s.TimeOffset =
+        NormTime3(QString::number(c.firstTime + static_cast<double>(n) / c.sampleRate / 2, 'g', 6));
+    // Up to 600 samples: sample k of the screen is the capture's sample
+    // k n / 600. A longer capture gives each of the 300 columns the lowest
+    // and the highest sample of its span, in the order they came.
+    auto sampleAt = [n](int k) { return std::min<std::int64_t>(k * n / 600, n - 1); };
+    for (std::size_t a = 0; a < c.analog.size() && a < 2; ++a) {
+        const bool one = c.analogNames.value(static_cast<int>(a)) != QLatin1String("CH2");
+        const double scale = a < c.voltsPerDiv.size() ? c.voltsPerDiv[a] : 1.0;
+        const std::vector<float>& v = c.analog[a];
+        SampleArray& out = one ? s.Ch1Samples : s.Ch2Samples;
+        for (int column = 0; column < 300; ++column) {
+            float first = v[static_cast<std::size_t>(sampleAt(2 * column))];
+            float second = v[static_cast<std::size_t>(sampleAt(2 * column + 1))];
+            if (n > 600) {
+                const auto from = v.begin() + column * n / 300;
+                const auto to = v.begin() + std::max((column + 1) * n / 300, column * n / 300 + 1);
+                const auto [low, high] = std::minmax_element(from, to);
+                first = low < high ? *low : *high;
+                second = low < high ? *high : *low;
+            }
+            out[2 * column + 1] = rowOfVolts(first, scale);
+            out[2 * column + 2] = rowOfVolts(second, scale);
+        }
+        (one ? s.Ch1Scale : s.Ch2Scale) = NormVolt(QString::number(scale, 'g', 6));
+        (one ? s.Ch1Offset : s.Ch2Offset) = NormVolt(QStringLiteral("0"));
+        (one ? s.ShowCh1 : s.ShowCh2) = true;
+        (one ? s.SysData.Ch1On : s.SysData.Ch2On) = 1;
+    }
+    if (c.hasLogic) {
+        s.ShowLA = true;
+        s.SysData.LAOn = 1;
+        for (int k = 0; k < 600; ++k) {
+            const std::uint16_t word = c.logic[static_cast<std::size_t>(sampleAt(k))];
+            s.LASamples[2 * k + 1] = word & 0xFF;
+            s.LASamples[2 * k + 2] = (word >> 8) & 0xFF;
+        }
+        s.SysData.LAEnableMask = static_cast<std::int16_t>(0xFFFF);
+        s.SysData.LAActiveChannel = 255;
+        s.SysData.LAHeightLow = s.SysData.LAHeightHigh = 8;
+        for (int lane = 0; lane < 16; ++lane) // D0 at the bottom, 12 rows a lane
+            s.SysData.LAPosition[static_cast<std::size_t>(lane)] =
+                static_cast<std::int16_t>(222 - lane * 12);
+    }
+    s.SysData.DrawStart = 0;
+    s.SysData.DrawEnd = 299;
+    s.ActiveChannel = s.ShowCh2 && !s.ShowCh1 ? 2 : 1;
+    return s;
 }
 
 CaptureFormat CaptureFormatOf(const QString& path) {

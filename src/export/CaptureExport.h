@@ -41,6 +41,15 @@ float MemoryCaptureScale(const MemoryRecord& rec, int channel);
 Capture CaptureOfMemory(const MemoryRecord& rec, QString* error, bool withAnalog = true);
 Capture CaptureOfScreen(const WaveRecord& rec, QString* error);
 Capture CaptureOfFrame(const RecordRecord& rec, int frame, QString* error);
+// The math trace of a fetched screen, in divisions above the screen's middle:
+// the instrument sends no scale for it. Empty when the record holds none.
+std::vector<float> MathOfScreen(const WaveRecord& rec);
+// A capture as a screen record the waveform window draws: 600 samples over
+// its 12 divisions, each channel at its own scale about the middle, the lanes
+// as the digital block. A fetched screen of zero offset comes back as it was
+// fetched; a longer capture gives each of the 300 columns its lowest and its
+// highest sample, so no peak falls between columns.
+WaveRecord ScreenOfCapture(const Capture& capture);
 
 enum class CaptureFormat { Sigrok, Vcd, PreciseCsv, Npz, Unknown };
 // By the file's extension: .sr, .vcd, .csv, .npz.

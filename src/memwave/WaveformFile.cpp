@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "memwave/WaveformFile.h"
 
+#include "platform/LargeArray.h"
 #include "shared/ValueText.h"
 
 #include <QFile>
@@ -66,17 +67,21 @@ struct HeadView {
 
 // n + 1 samples from the source at p, corrected; what lies past its end is 0.
 std::vector<std::int16_t> section(ByteSource& source, qint64 p, std::int32_t n, int c) {
-    std::vector<std::int16_t> out(static_cast<std::size_t>(n) + 1, static_cast<std::int16_t>(c));
-    std::vector<char> chunk(65536);
-    for (qint64 k = 0; k <= n;) {
-        const qint64 want = std::min<qint64>(static_cast<qint64>(chunk.size()), n + 1 - k);
-        const qint64 got = source.read(p + k, want, chunk.data());
-        for (qint64 i = 0; i < got; ++i)
-            out[static_cast<std::size_t>(k + i)] = static_cast<std::int16_t>(
-                static_cast<unsigned char>(chunk[static_cast<std::size_t>(i)]) + c);
+    const auto count = static_cast<std::size_t>(n) + 1;
+    std::vector<std::int16_t> out;
+    platform::ReserveLarge(out, count);
+    std::vector<unsigned char> chunk(65536);
+    while (out.size() < count) {
+        const qint64 want = static_cast<qint64>(std::min(chunk.size(), count - out.size()));
+        const qint64 got = source.read(p + static_cast<qint64>(out.size()), want,
+                                       reinterpret_cast<char*>(chunk.data()));
+        const std::size_t at = out.size();
+        out.insert(out.end(), chunk.begin(), chunk.begin() + std::max<qint64>(got, 0));
+        for (std::size_t i = at; i < out.size(); ++i) // in place, vectorised
+            out[i] = static_cast<std::int16_t>(out[i] + c);
         if (got < want) break; // the rest lies past the end: zero, corrected
-        k += got;
     }
+    out.resize(count, static_cast<std::int16_t>(c));
     return out;
 }
 
@@ -202,7 +207,9 @@ WaveformLoad load(ByteSource& source, MemoryRecord& rec) {
     rec.LAOn = rec.LAValid ? 1 : 0;
     if (rec.LAValid) {
         const qint64 length = static_cast<qint64>(points) * DigitalBytesPerPoint(points);
-        rec.LAData.assign(static_cast<std::size_t>(length), 0);
+        rec.LAData.clear();
+        platform::ReserveLarge(rec.LAData, static_cast<std::size_t>(length));
+        rec.LAData.resize(static_cast<std::size_t>(length), 0);
         source.read(p, length, reinterpret_cast<char*>(rec.LAData.data()));
         rec.LASetting1 = head.at<std::uint8_t>(121);
         rec.LAEnableMask = head.at<std::uint16_t>(122);

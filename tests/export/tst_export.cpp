@@ -12,8 +12,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <map>
 #include <cmath>
+#include <map>
 
 namespace {
 QByteArray runTool(const QString& program, const QStringList& args, int* status = nullptr) {
@@ -39,6 +39,7 @@ private slots:
     void vcdHoldsEveryLaneFromTimeZero();
     void numpyReadsTheArraysAndTheCsvExactly();
     void screenAndFrameCaptures();
+    void capturesGoOnTheScreenAndBack();
 
 private:
     QTemporaryDir dir_;
@@ -99,7 +100,7 @@ void TestExport::vcdReadsBack() {
 // back every sample's logic word.
 void TestExport::vcdHoldsEveryLaneFromTimeZero() {
     const QByteArray text = VcdBytes(capture_);
-    QMap<QByteArray, QByteArray> names; // identifier -> name
+    QMap<QByteArray, QByteArray> names;             // identifier -> name
     std::map<long long, QList<QByteArray>> changes; // time -> "1!" / "r0.5 1" lines
     long long now = -1;
     bool inDefinitions = true;
@@ -206,6 +207,47 @@ void TestExport::screenAndFrameCaptures() {
     QCOMPARE(CaptureOfScreen(empty, &error).samples(), std::int64_t(0));
     QVERIFY(!error.isEmpty());
     QVERIFY(!WriteCapture(dir_.filePath("x.csv"), Capture(), CaptureFormat::PreciseCsv).isEmpty());
+}
+
+// A capture drawn as a screen (the Python package's picture) and read back as
+// the screen's capture: the same samples within half a row, the same time
+// base, the same logic; in a long capture a one-sample spike keeps its column.
+void TestExport::capturesGoOnTheScreenAndBack() {
+    Capture c;
+    c.sampleRate = 100e3; // 600 samples: 6 ms over 12 divisions of 500 us
+    c.firstTime = -2e-3;
+    c.analogNames = {"CH1", "CH2"};
+    c.voltsPerDiv = {0.5, 2.0};
+    c.hasLogic = true;
+    for (int i = 0; i < 600; ++i) {
+        c.analog.resize(2);
+        c.analog[0].push_back(static_cast<float>(1.5 * std::sin(i / 30.0)));
+        c.analog[1].push_back(i < 300 ? -3.0f : 5.0f);
+        c.logic.push_back(static_cast<std::uint16_t>(i * 37));
+    }
+    QString error;
+    const WaveRecord screen = ScreenOfCapture(c);
+    const Capture back = CaptureOfScreen(screen, &error);
+    QVERIFY2(back.samples() == 600, qPrintable(error));
+    QCOMPARE(back.sampleRate, c.sampleRate);
+    QVERIFY(std::abs(back.firstTime - c.firstTime) < 1e-9);
+    QCOMPARE(back.voltsPerDiv, c.voltsPerDiv);
+    QCOMPARE(back.logic, c.logic);
+    for (std::size_t a = 0; a < 2; ++a)
+        for (std::size_t i = 0; i < 600; ++i)
+            QVERIFY2(std::abs(back.analog[a][i] - c.analog[a][i]) <= c.voltsPerDiv[a] / 50 + 1e-6,
+                     qPrintable(QString("channel %1 sample %2").arg(a + 1).arg(i)));
+
+    Capture deep;
+    deep.sampleRate = 1e8;
+    deep.analogNames = {"CH1"};
+    deep.voltsPerDiv = {1.0};
+    deep.analog = {std::vector<float>(600000, 0.0f)};
+    deep.analog[0][123457] = 3.0f; // three divisions up: row 25
+    const WaveRecord shown = ScreenOfCapture(deep);
+    const int column = 123457 * 300 / 600000;
+    QCOMPARE(std::min(shown.Ch1Samples[2 * column + 1], shown.Ch1Samples[2 * column + 2]), 25);
+    QCOMPARE(shown.Ch1Samples[2 * (column + 1) + 1], 100);
 }
 
 QTEST_MAIN(TestExport)

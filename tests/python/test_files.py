@@ -151,3 +151,13 @@ def test_rcd_frames(tmp_path):
                           else third.ch2)
     with pytest.raises(korvane.FileFormatError):
         korvane.read_rcd(rcd, 9)
+
+
+def test_a_file_that_is_no_sheet_is_refused_and_a_deep_capture_draws(wfm, tmp_path):
+    (tmp_path / "no.ult").write_bytes(b"nothing of a sheet\r\n")
+    with pytest.raises(korvane.FileFormatError, match="not a data sheet"):
+        korvane.read_ult(tmp_path / "no.ult")
+    with pytest.raises(korvane.FileFormatError):
+        korvane.read_ult(tmp_path / "missing.ult")
+    png = korvane.read_wfm(wfm)._repr_png_()
+    assert png.startswith(b"\x89PNG") and len(png) > 2000

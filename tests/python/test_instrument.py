@@ -142,3 +142,57 @@ def test_table_and_settings_are_the_command_lines(simulator, monkeypatch, tmp_pa
     assert np.allclose(rows["time"], [float(r[1]) for r in theirs])
     assert np.allclose(rows["volts"], [float(r[2]) for r in theirs])
     assert (tmp_path / "mine.rmt").read_bytes() == (tmp_path / "cli.rmt").read_bytes()
+
+
+def test_settings_are_the_trees_and_apply_writes_only_what_changed(simulator, monkeypatch):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    with korvane.connect() as scope:
+        before = scope.settings
+        # The tree's texts, as the Controller shows them for the simulator.
+        assert before["CH1.Volt/Div"] == "500mV"
+        assert before["Time Base.Time/Div"] == "500.0us"
+        assert before["Trigger.Method"] == "EDGE"
+        assert before["LA.Position.D3"] == "3"
+        scope.apply({**before, "CH1.Volt/Div": "2.00V", "Trigger.Holdoff": "2.5E-7",
+                     "Display.Grid": "HALF"})
+        after = scope.settings
+        assert float(scope.query(":CHANNEL1:SCALE?")) == 2.0
+        assert float(scope.query(":TRIGGER:HOLDOFF?")) == pytest.approx(2.5e-7)
+        assert scope.query(":DISPLAY:GRID?") == "HALF"
+        with pytest.raises(korvane.UsageError, match="Display.Grid: one of"):
+            scope.apply({"Display.Grid": "DOTTED"})
+        with pytest.raises(korvane.UsageError, match="no setting"):
+            scope.apply({"CH3.Volt/Div": "1.00V"})
+    assert after["CH1.Volt/Div"] == "2.00V"
+    assert after["Trigger.Holdoff"] == "250ns"
+    assert {k for k in before if before[k] != after[k]} == {
+        "CH1.Volt/Div", "Trigger.Holdoff", "Display.Grid"}
+    said = simulator.commands()
+    # Rows left as they were are not written again.
+    assert not any(c.startswith((":CHANNEL2:SCALE ", ":TIMEBASE:SCALE ", ":DISPLAY:TYPE "))
+                   for c in said)
+
+
+def test_math_and_the_picture_are_the_screens(simulator, monkeypatch, tmp_path):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    env = {**os.environ, "KORVANE_PACING": "0"}
+    subprocess.run([CLI, "send", ":STOP"], check=True, env=env)
+    with korvane.connect() as scope:
+        if scope.query(":MATH:DISPLAY?") != "ON":
+            scope.key("MATH")
+        capture = scope.fetch()
+    subprocess.run([CLI, "screen", "--png", str(tmp_path / "cli.png")], check=True, env=env)
+    subprocess.run([CLI, "screen", "--ult", str(tmp_path / "cli.ult")], check=True, env=env)
+    # The simulator's math is CH1 + CH2 at CH1's scale: in divisions, within
+    # a row (1/25 division) of the two channels' sum.
+    expected = (capture.ch1 + capture.ch2) / capture.volts_per_div[0]
+    assert capture.math is not None and len(capture.math) == 600
+    assert np.abs(capture.math - np.clip(expected, -4, 3.96)).max() <= 2 / 25
+    # The picture is the one korvane-cli draws of the same still screen.
+    assert capture._repr_png_() == (tmp_path / "cli.png").read_bytes()
+    # The sheet korvane-cli writes holds the same screen.
+    [again] = korvane.read_ult(tmp_path / "cli.ult")
+    assert again.name.startswith("Wave")
+    assert np.array_equal(again.ch1, capture.ch1)
+    assert np.array_equal(again.math, capture.math)
+    assert again._repr_png_() == capture._repr_png_()
