@@ -57,6 +57,7 @@
 #include <dlfcn.h>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace py = pybind11;
 
@@ -649,6 +650,17 @@ void applyRow(const std::vector<std::string>& captions, const std::string& value
     if (!refusal.isEmpty()) raise(g_usageError, name + ": " + refusal);
 }
 
+// The pauses the link's pacing has kept since the last call, in milliseconds:
+// what `make bench` holds a fetch's time against.
+long long g_pausedMs = 0;
+void countPause(int milliseconds) {
+    g_pausedMs += milliseconds;
+}
+long long takePauses() {
+    platform::SetSleepObserver(countPause);
+    return std::exchange(g_pausedMs, 0);
+}
+
 py::list instruments() {
     ensureLinkMachinery();
     py::list out;
@@ -697,6 +709,7 @@ PYBIND11_MODULE(_korvane, m) {
     m.def("apply_setting", &applyRow);
     m.def("read_sheet", &readSheet);
     m.def("picture", &picture);
+    m.def("take_pauses", &takePauses);
     m.def("spectrum", &spectrumOf, py::arg("samples"), py::arg("sample_rate"),
           py::arg("window") = "hanning", py::arg("averages") = 1);
 }
