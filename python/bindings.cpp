@@ -450,10 +450,8 @@ py::dict measure(int channel) {
     });
     py::dict out;
     for (const MeasureRow& row : MeasureRows()) {
-        const QString text = rec.Items[static_cast<std::size_t>(row.slot)].Text;
-        bool ok = false;
-        const double value = ParseByFamily(row.family, text, &ok);
-        out[row.english] = ok && !text.contains('*') ? value : std::nan("");
+        const QString& text = rec.Items[static_cast<std::size_t>(row.slot)].Text;
+        out[row.english] = MeasureBaseValue(row, text).value_or(std::nan(""));
     }
     return out;
 }

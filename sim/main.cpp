@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -32,7 +33,8 @@ void usage() {
         "  --usb-dir DIR         folder of the USB face's socket (default\n"
         "                        $XDG_RUNTIME_DIR/nq4000l-sim or /tmp/nq4000l-sim-UID);\n"
         "                        the program's USB search looks there\n"
-        "  --usb-resource NAME   resource name (default USB0::0x5345::0x4102::SIM0000001::INSTR)\n"
+        "  --usb-resource NAME   resource name (default USB0::0x5345::0x4102::SIM0000001::INSTR);\n"
+        "                        its serial field is the serial *IDN? answers\n"
         "  --rs232               an RS232 face on a pseudo-terminal; its path is printed\n"
         "  --serial-link PATH    keep a symbolic link PATH pointing at that pseudo-terminal\n"
         "  --tcp [PORT]          a LAN face on 127.0.0.1 (default port 5025; 0 = any)\n"
@@ -63,6 +65,15 @@ void usage() {
         "                        --no-ch1, --no-ch2, --no-digital\n"
         "\n"
         "  --help                this text");
+}
+
+std::vector<std::string> splitResource(const std::string& name) {
+    std::vector<std::string> fields;
+    std::size_t from = 0;
+    for (std::size_t at; (at = name.find("::", from)) != std::string::npos; from = at + 2)
+        fields.push_back(name.substr(from, at - from));
+    fields.push_back(name.substr(from));
+    return fields;
 }
 
 bool identityByName(const std::string& name, sim::Identity& out) {
@@ -189,6 +200,11 @@ int main(int argc, char** argv) {
             return fail("unknown option " + a + " (see --help)");
     }
     if (!model.empty()) options.identity.model = model;
+    // The serial of *IDN? is the resource name's serial field
+    // (USB0::VENDOR::PRODUCT::SERIAL::INSTR): two simulators, two identities.
+    if (const auto fields = splitResource(options.usbResource);
+        fields.size() >= 4 && !fields[3].empty())
+        options.identity.serial = fields[3];
 
     if (!rcdPath.empty() || !wfmPath.empty()) {
         std::string error;

@@ -165,6 +165,30 @@ const QList<Command>& commands() {
          true,
          true,
          {"window", "channel", "from", "to", "averages", "json"}},
+        {"log",
+         "log MEASURES --interval S (--count N | --duration S) --db TARGET [--limits FILE] "
+         "[--keep-failing-screens]",
+         "Logs measures (CH1:Vpp,CH1:Frequency,CH2:Duty+) every S seconds into a database: a "
+         "SQLite file (made when missing) or postgresql://USER@HOST:PORT/DB (the password from "
+         "PGPASSWORD or ~/.pgpass). One sample is one value a measure in base units, with its "
+         "verdict under --limits, at a UTC time. A lost link is logged as a gap and bridged by "
+         "reconnecting; a database server that is away gets the samples when it is back. Ctrl+C "
+         "or SIGTERM stops after committing what was measured.",
+         1,
+         1,
+         true,
+         true,
+         {"db", "count", "duration", "limits", "keep-failing-screens"}},
+        {"log-export",
+         "log-export --db TARGET [--from T] [--to T] [--instrument ID] --out FILE|-",
+         "A log as CSV: time,instrument,channel,measure,value,unit,verdict in time order, times "
+         "ISO 8601 UTC; a gap is a row whose measure is \"gap\" and whose value is its length "
+         "in seconds.",
+         0,
+         0,
+         false,
+         false,
+         {"db", "from", "to", "instrument", "out"}},
         {"sheet-info",
          "sheet-info FILE.ult",
          "What a data sheet file holds.",
@@ -322,13 +346,14 @@ bool numberOption(const QCommandLineParser& p, const char* name, T low, T high, 
     if (!p.isSet(name)) return true;
     bool ok = false;
     const QString text = p.value(name);
-    const T value = std::is_integral_v<T> ? static_cast<T>(text.toInt(&ok))
-                                          : static_cast<T>(QLocale::c().toDouble(text, &ok));
-    if (!ok || value < low || value > high) {
+    // Read wide, held to the range, then narrowed: 99999999999 is no int.
+    const double value = std::is_integral_v<T> ? static_cast<double>(text.toLongLong(&ok))
+                                               : QLocale::c().toDouble(text, &ok);
+    if (!ok || value < static_cast<double>(low) || value > static_cast<double>(high)) {
         fail(QString("--%1 is %2, not %3").arg(name, says, text));
         return false;
     }
-    *out = value;
+    *out = static_cast<T>(value);
     return true;
 }
 
@@ -349,6 +374,11 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
                   {"png", "", "FILE"},
                   {"lcd", "", "FILE"},
                   {"ult", "", "FILE"},
+                  {"db", "", "TARGET"},
+                  {"count", "", "N"},
+                  {"duration", "", "S"},
+                  {"instrument", "", "ID"},
+                  {"keep-failing-screens", ""},
                   {{"P", "protocol-decoders"}, "", "DECODERS"},
                   {"threshold", "", "V"},
                   {"hysteresis", "", "V"},
@@ -438,8 +468,11 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
         !numberOption(p, "frame", 1, INT_MAX, "a frame number from 1", &r.frame) ||
         !numberOption(p, "stats", 1, 1000000, "a whole number of refreshes from 1", &r.stats) ||
         !numberOption(p, "averages", 1, 1024, "a whole number from 1 to 1024", &r.averages) ||
-        !numberOption(p, "from", -kForever, kForever, "seconds", &r.from) ||
-        !numberOption(p, "to", -kForever, kForever, "seconds", &r.to) ||
+        (r.command != "log-export" &&
+         (!numberOption(p, "from", -kForever, kForever, "seconds", &r.from) ||
+          !numberOption(p, "to", -kForever, kForever, "seconds", &r.to))) ||
+        !numberOption(p, "count", qint64(1), qint64(1) << 40, "a whole number from 1", &r.count) ||
+        !numberOption(p, "duration", 0.001, 1e9, "seconds above 0", &r.duration) ||
         !numberOption(p, "threshold", -kVolts, kVolts, "volts", &r.threshold) ||
         !numberOption(p, "hysteresis", -kVolts, kVolts, "volts", &r.hysteresis))
         return std::nullopt;
@@ -452,6 +485,13 @@ std::optional<CliRequest> readRequest(const QStringList& arguments, int* status)
     r.png = p.value("png");
     r.lcd = p.value("lcd");
     r.ult = p.value("ult");
+    r.db = p.value("db");
+    r.instrument = p.value("instrument");
+    r.keepFailingScreens = p.isSet("keep-failing-screens");
+    if (r.command == "log-export") {
+        r.fromTime = p.value("from");
+        r.toTime = p.value("to");
+    }
     r.decoders = p.values("P");
     if (p.isSet("window")) {
         const QStringList names{"rectangle", "hanning", "hamming", "blackman"};
@@ -555,7 +595,8 @@ int CliMain(int argc, char** argv) {
         if (round > 0) platform::Wait(static_cast<int>(r.interval * 1000)); // never scaled
         TerminalProgress progress(r.command + " " + r.args.value(0));
         status = std::max(status, RunInstrumentCommand(r, round));
-        if (!Connected && status == 0) status = fail("the link was lost", 3);
+        // The logger bridges a lost link itself; any other command ends with it.
+        if (!Connected && status == 0 && r.command != "log") status = fail("the link was lost", 3);
     }
     endOnSignal();
     disconnect();

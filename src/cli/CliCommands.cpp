@@ -42,8 +42,6 @@
 #include <cstdio>
 #include <unistd.h>
 
-QString MeasureUnit(const MeasureRow& row); // below, with the measure texts
-
 namespace {
 
 QString g_note;
@@ -389,6 +387,7 @@ QString RoundPath(const QString& path, int round, int rounds) {
 QString CheckCommandWords(const CliRequest& r) {
     const QString& c = r.command;
     const QString first = r.args.value(0);
+    if (c == "log" || c == "log-export") return CheckLogWords(r);
     if (c == "settings" && first != "get" && first != "put")
         return "usage: korvane-cli settings get|put FILE.rmt";
     if (c == "screen" && int(!r.png.isEmpty()) + int(!r.lcd.isEmpty()) + int(!r.ult.isEmpty()) != 1)
@@ -411,6 +410,14 @@ QString CheckCommandWords(const CliRequest& r) {
 
 int PrepareInstrumentCommand(const CliRequest& r) {
     QString error;
+    if (r.command == "log" && !r.limits.isEmpty()) {
+        if (!readable(r.limits, &error)) return fail(error);
+        QFile f(r.limits);
+        f.open(QIODevice::ReadOnly);
+        g_limits = MeasureRecord();
+        if (!ApplyLimitsText(QString::fromUtf8(f.readAll()), g_limits, &error)) return fail(error);
+    }
+    if (r.command == "log") return PrepareLog(r);
     if (r.command == "settings" && r.args[0] == "put") {
         if (!readable(r.args[1], &error)) return fail(error);
         if (!ReadControlFile(r.args[1]))
@@ -442,6 +449,7 @@ int RunInstrumentCommand(const CliRequest& r, int round) {
     }
     if (c == "settings") return settings(r, round);
     if (c == "screen") return screen(r, round);
+    if (c == "log") return RunLogCommand(r);
     if (c == "table") return table(r, round);
     if (c == "measure") return measure(r, round);
     if (c == "spectrum") return RunSpectrumFetch(r, round);
@@ -457,10 +465,15 @@ int RunFileCommand(const CliRequest& r) {
     if (c == "spectrum") return RunSpectrumFile(r);
     if (c == "sheet-info") return sheetInfo(r);
     if (c == "list") return list();
+    if (c == "log-export") return RunLogExport(r);
     return fail("unknown command " + c);
 }
 
 // ---- the measure texts ---------------------------------------------------------------------
+
+const MeasureRecord& CliLimits() {
+    return g_limits;
+}
 
 void SetCliLastWords(std::function<void()> words) {
     g_lastWords = std::move(words);
@@ -484,9 +497,7 @@ bool ApplyLimitsText(const QString& text, MeasureRecord& record, QString* error)
         bool okUnder = false, okOver = false;
         const double under = limits.value(0).trimmed().toDouble(&okUnder);
         const double over = limits.value(1).trimmed().toDouble(&okOver);
-        const MeasureRow* row = nullptr;
-        for (const MeasureRow& r : MeasureRows())
-            if (line.left(eq).trimmed() == QLatin1String(r.english)) row = &r;
+        const MeasureRow* row = MeasureRowNamed(line.left(eq).trimmed());
         if (eq <= 0 || !row || limits.size() != 2 || !okUnder || !okOver) {
             if (error) *error = QString("limits line %1 does not read: %2").arg(number).arg(line);
             return false;
@@ -500,24 +511,8 @@ bool ApplyLimitsText(const QString& text, MeasureRecord& record, QString* error)
 }
 
 QJsonValue MeasureValue(const MeasureRow& row, const QString& text) {
-    bool ok = false;
-    const double value = ParseByFamily(row.family, text, &ok);
-    if (!ok || text.contains('*')) return QJsonValue::Null; // "*****": nothing measured
-    return value;
-}
-
-QString MeasureUnit(const MeasureRow& row) {
-    switch (row.family) {
-    case MeasureFamily::Volt:
-        return "V";
-    case MeasureFamily::Time:
-        return "s";
-    case MeasureFamily::Frequency:
-        return "Hz";
-    case MeasureFamily::Percent:
-        break;
-    }
-    return "fraction";
+    const std::optional<double> value = MeasureBaseValue(row, text);
+    return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
 }
 
 QString MeasureText(const MeasureRecord& record, bool json, bool oneLine) {

@@ -26,6 +26,11 @@ struct CliRequest {
     double from = std::nan(""), to = std::nan(""); // seconds, spectrum of a file
     double threshold = 1.4;                        // volts, for CH1/CH2 as decoder channels
     double hysteresis = 0.2;
+    // log and log-export
+    QString db, instrument, fromTime, toTime; // times as given (ISO 8601)
+    qint64 count = 0;
+    double duration = 0; // seconds
+    bool keepFailingScreens = false;
 };
 
 // The command's own words (a source, get or put), checked before anything is
@@ -50,6 +55,16 @@ int RunDecodeCommand(const CliRequest& r);
 bool SpectrumOfFile(const CliRequest& r);
 int RunSpectrumFile(const CliRequest& r);
 int RunSpectrumFetch(const CliRequest& r, int round);
+
+struct MeasureRecord;
+// The limits of --limits, read before the instrument is connected.
+const MeasureRecord& CliLimits();
+// log: the words checked, the database opened (before the instrument is
+// connected), the run; log-export: the CSV of a log.
+QString CheckLogWords(const CliRequest& r);
+int PrepareLog(const CliRequest& r);
+int RunLogCommand(const CliRequest& r);
+int RunLogExport(const CliRequest& r);
 
 // One line on standard error for a failure, with what the link said of it
 // (the message a window would show in a box) in brackets; the status.

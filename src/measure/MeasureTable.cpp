@@ -111,6 +111,33 @@ LimitText FormatLimit(MeasureFamily family, double value) {
     return {r.number, r.unitRow < 0 ? 2 : r.unitRow, r.joined};
 }
 
+std::optional<double> MeasureBaseValue(const MeasureRow& row, const QString& text) {
+    bool ok = false;
+    const double value = ParseByFamily(row.family, text, &ok);
+    if (!ok || text.contains('*')) return std::nullopt; // "*****": nothing measured
+    return value;
+}
+
+QString MeasureUnit(const MeasureRow& row) {
+    switch (row.family) {
+    case MeasureFamily::Volt:
+        return QStringLiteral("V");
+    case MeasureFamily::Time:
+        return QStringLiteral("s");
+    case MeasureFamily::Frequency:
+        return QStringLiteral("Hz");
+    case MeasureFamily::Percent:
+        break;
+    }
+    return QStringLiteral("fraction");
+}
+
+const MeasureRow* MeasureRowNamed(const QString& english) {
+    for (const MeasureRow& row : MeasureRows())
+        if (english.compare(QLatin1String(row.english), Qt::CaseInsensitive) == 0) return &row;
+    return nullptr;
+}
+
 QString Verdict(const MeasureItem& item, MeasureFamily family) {
     if (!item.LimitEnabled || item.Text.isEmpty()) return QString();
     const bool zh = chinese();

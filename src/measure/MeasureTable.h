@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <optional>
 
 enum class MeasureFamily { Volt, Frequency, Time, Percent };
 
@@ -28,6 +29,15 @@ QString MeasureRowName(const MeasureRow& row); // in the caption language
 QStringList FamilyUnits(MeasureFamily family);
 // Text to number by the family's parser; *ok false for a text it can't read.
 double ParseByFamily(MeasureFamily family, const QString& text, bool* ok);
+// A measure in base units (V, s, Hz, a fraction for a percentage), as
+// scripts and the data logger take it; nothing for "*****" or a text that
+// does not read. And the unit's word: "V", "s", "Hz", "fraction".
+std::optional<double> MeasureBaseValue(const MeasureRow& row, const QString& text);
+QString MeasureUnit(const MeasureRow& row);
+// The row of an English measure name ("Vpp", "duty+"), in any letter case;
+// null for none.
+const MeasureRow* MeasureRowNamed(const QString& english);
+
 // A limit as the list and the export show it ("0.000uV"), and its parts for
 // the dialog's number box and unit row.
 struct LimitText {

@@ -1,0 +1,368 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "logger/LogStore.h"
+
+#include "platform/Pacing.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QLocale>
+#include <QSqlDatabase>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+#include <atomic>
+
+struct LogStore::Pending {
+    QString instrument;
+    QList<LogRow> rows; // a sample; empty for a gap
+    QByteArray png;     // the failing sample's screen
+    QDateTime gapBegan; // a gap: when it began
+    double gapSeconds = 0;
+    qint64 size() const { return std::max<qint64>(rows.size(), 1); }
+};
+
+namespace {
+
+std::atomic<int> g_connections{0};
+
+// The one schema, in each database's words for a time, a real and a blob.
+QStringList schemaStatements(bool sqlite) {
+    const QString time = sqlite ? "TEXT" : "TIMESTAMPTZ";
+    const QString real = sqlite ? "REAL" : "DOUBLE PRECISION";
+    const QString blob = sqlite ? "BLOB" : "BYTEA";
+    return {
+        "CREATE TABLE IF NOT EXISTS korvane_log_schema (version INTEGER NOT NULL)",
+        QString("CREATE TABLE IF NOT EXISTS samples ("
+                "instrument TEXT NOT NULL, time %1 NOT NULL, channel TEXT NOT NULL, "
+                "measure TEXT NOT NULL, value %2, unit TEXT NOT NULL, verdict TEXT, "
+                "PRIMARY KEY (instrument, time, channel, measure))")
+            .arg(time, real),
+        QString("CREATE TABLE IF NOT EXISTS gaps (instrument TEXT NOT NULL, began %1 NOT NULL, "
+                "seconds %2 NOT NULL, PRIMARY KEY (instrument, began))")
+            .arg(time, real),
+        QString("CREATE TABLE IF NOT EXISTS screens (instrument TEXT NOT NULL, time %1 NOT NULL, "
+                "png %2 NOT NULL, PRIMARY KEY (instrument, time))")
+            .arg(time, blob),
+        "CREATE INDEX IF NOT EXISTS samples_by_time ON samples (time)",
+        "INSERT INTO korvane_log_schema (version) SELECT 1 "
+        "WHERE NOT EXISTS (SELECT 1 FROM korvane_log_schema)",
+    };
+}
+
+// The database's own words for what went wrong, on one line.
+QString oneLine(const QSqlError& e) {
+    const QString text = e.databaseText().isEmpty() ? e.driverText() : e.databaseText();
+    return text.simplified();
+}
+
+QString csvField(const QString& text) {
+    if (!text.contains(',') && !text.contains('"') && !text.contains('\n')) return text;
+    return '"' + QString(text).replace("\"", "\"\"") + '"';
+}
+
+} // namespace
+
+LogStore::LogStore(LogTarget target)
+    : target_(std::move(target)), connection_(QString("korvane-log-%1").arg(++g_connections)) {}
+
+LogStore::~LogStore() {
+    {
+        QSqlDatabase db = QSqlDatabase::database(connection_, false);
+        if (db.isValid()) db.close();
+    }
+    if (QSqlDatabase::contains(connection_)) QSqlDatabase::removeDatabase(connection_);
+}
+
+QString LogStore::timeParameter() const {
+    return sqlite() ? QStringLiteral("?") : QStringLiteral("CAST(? AS TIMESTAMPTZ)");
+}
+
+QString LogStore::timeColumn(const QString& column) const {
+    return sqlite() ? column
+                    : QString("to_char(%1 AT TIME ZONE 'UTC', 'YYYY-MM-DD\"T\"HH24:MI:SS.MS\"Z\"')")
+                          .arg(column);
+}
+
+bool LogStore::connectDatabase() {
+    QSqlDatabase db = QSqlDatabase::database(connection_, false);
+    if (db.isValid() && db.isOpen()) return true;
+    if (!db.isValid()) {
+        const QString driver = sqlite() ? "QSQLITE" : "QPSQL";
+        if (!QSqlDatabase::isDriverAvailable(driver)) {
+            error_ = sqlite() ? "Qt's SQLite driver is not installed (libqt6sql6-sqlite)"
+                              : "Qt's PostgreSQL driver is not installed (libqt6sql6-psql)";
+            return false;
+        }
+        db = QSqlDatabase::addDatabase(driver, connection_);
+        if (sqlite()) {
+            db.setDatabaseName(target_.path);
+            db.setConnectOptions("QSQLITE_BUSY_TIMEOUT=10000");
+        } else {
+            db.setHostName(target_.host);
+            db.setPort(target_.port);
+            db.setUserName(target_.user);
+            db.setDatabaseName(target_.database);
+            db.setConnectOptions("connect_timeout=5");
+        }
+    }
+    if (!db.open()) {
+        error_ = target_.shown() + ": " + oneLine(db.lastError());
+        return false;
+    }
+    return true;
+}
+
+bool LogStore::prepareFile() {
+    if (!sqlite()) return true;
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    // WAL: a killed writer leaves the file whole, readers do not block the
+    // writer; FULL: a commit is on the disk before the next sample. Another
+    // logger starting on the same file may hold it for a moment, past what
+    // the busy timeout covers for a change of journal: asked again for 10 s.
+    QElapsedTimer clock;
+    clock.start();
+    for (;;) {
+        if (q.exec("PRAGMA journal_mode=WAL") && q.next() &&
+            q.value(0).toString().compare("wal", Qt::CaseInsensitive) == 0 &&
+            q.exec("PRAGMA synchronous=FULL"))
+            return true;
+        if (q.lastError().nativeErrorCode() != "5" || clock.elapsed() > 10000) break;
+        platform::Wait(50);
+    }
+    error_ = target_.path + ": " +
+             (q.lastError().isValid() ? oneLine(q.lastError()) : "cannot be logged into");
+    return false;
+}
+
+bool LogStore::createSchema() {
+    QSqlDatabase db = QSqlDatabase::database(connection_, false);
+    QSqlQuery q(db);
+    auto version = [&]() -> std::optional<int> {
+        if (!q.exec("SELECT MAX(version) FROM korvane_log_schema") || !q.next()) return {};
+        return q.value(0).toInt();
+    };
+    // A file that is no database says so here, before anything is written.
+    if (!q.exec("SELECT COUNT(*) FROM " + QString(sqlite() ? "sqlite_master" : "pg_tables"))) {
+        error_ = target_.shown() + ": " + oneLine(q.lastError());
+        return false;
+    }
+    if (std::optional<int> v = version(); v && *v > kLogSchemaVersion) {
+        error_ = QString("%1: written by a newer program (log schema %2; this one knows %3); "
+                         "left as it is")
+                     .arg(target_.shown())
+                     .arg(*v)
+                     .arg(kLogSchemaVersion);
+        return false;
+    } else if (v && *v == kLogSchemaVersion) {
+        return prepareFile();
+    }
+    if (!prepareFile()) return false;
+    // Two loggers may start at once: the schema is made under the write lock
+    // (SQLite), or retried once when the other server session made it first.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        bool ok = q.exec(sqlite() ? "BEGIN IMMEDIATE" : "BEGIN");
+        for (const QString& statement : schemaStatements(sqlite()))
+            ok = ok && q.exec(statement);
+        if (ok && q.exec("COMMIT")) return true;
+        error_ = target_.shown() + ": " + oneLine(q.lastError());
+        q.exec("ROLLBACK");
+    }
+    return false;
+}
+
+bool LogStore::open() {
+    if (sqlite() && QFileInfo(target_.path).isDir()) {
+        error_ = target_.path + ": is a folder";
+        return false;
+    }
+    return connectDatabase() && createSchema();
+}
+
+bool LogStore::writeOne(const Pending& p) {
+    QSqlDatabase db = QSqlDatabase::database(connection_, false);
+    QSqlQuery q(db);
+    bool ok = q.exec(sqlite() ? "BEGIN IMMEDIATE" : "BEGIN");
+    if (!p.rows.isEmpty()) {
+        ok = ok && q.prepare(QString("INSERT INTO samples (instrument, time, channel, measure, "
+                                     "value, unit, verdict) VALUES (?, %1, ?, ?, ?, ?, ?) "
+                                     "ON CONFLICT DO NOTHING")
+                                 .arg(timeParameter()));
+        for (const LogRow& r : p.rows) {
+            if (!ok) break;
+            q.addBindValue(p.instrument);
+            q.addBindValue(LogTimeText(r.time));
+            q.addBindValue(r.channel);
+            q.addBindValue(r.measure);
+            q.addBindValue(r.value ? QVariant(*r.value) : QVariant(QMetaType::fromType<double>()));
+            q.addBindValue(r.unit);
+            q.addBindValue(r.verdict.isEmpty() ? QVariant(QMetaType::fromType<QString>())
+                                               : QVariant(r.verdict));
+            ok = q.exec();
+        }
+        if (ok && !p.png.isEmpty()) {
+            ok = q.prepare(QString("INSERT INTO screens (instrument, time, png) VALUES (?, %1, ?) "
+                                   "ON CONFLICT DO NOTHING")
+                               .arg(timeParameter()));
+            q.addBindValue(p.instrument);
+            q.addBindValue(LogTimeText(p.rows.first().time));
+            q.addBindValue(p.png);
+            ok = ok && q.exec();
+        }
+    } else {
+        ok = ok && q.prepare(QString("INSERT INTO gaps (instrument, began, seconds) VALUES (?, %1, "
+                                     "?) ON CONFLICT DO NOTHING")
+                                 .arg(timeParameter()));
+        q.addBindValue(p.instrument);
+        q.addBindValue(LogTimeText(p.gapBegan));
+        q.addBindValue(p.gapSeconds);
+        ok = ok && q.exec();
+    }
+    if (ok && q.exec("COMMIT")) return true;
+    error_ = target_.shown() + ": " + oneLine(q.lastError());
+    errorCode_ = q.lastError().nativeErrorCode();
+    QSqlQuery(db).exec("ROLLBACK");
+    return false;
+}
+
+LogStore::Write LogStore::drain() {
+    while (!held_.empty()) {
+        if (!connectDatabase()) return Write::Held; // the server is still away
+        if (writeOne(held_.front())) {
+            if (!held_.front().rows.isEmpty()) ++committedSamples_;
+            heldRows_ -= held_.front().size();
+            held_.pop_front();
+            continue;
+        }
+        QSqlDatabase db = QSqlDatabase::database(connection_, false);
+        if (sqlite()) {
+            // Busy past the timeout: try again with the next sample. Anything
+            // else (a full disk, a broken file) cannot be waited out.
+            return errorCode_ == "5" || errorCode_ == "6" ? Write::Held : Write::Fatal;
+        }
+        // A server that went away: the connection is found dead, closed, and
+        // opened again at the next write. A refusal of a live one is final.
+        if (QSqlQuery(db).exec("SELECT 1")) return Write::Fatal;
+        db.close();
+        return Write::Held;
+    }
+    return Write::Committed;
+}
+
+LogStore::Write LogStore::flush() {
+    const Write w = drain();
+    if (w == Write::Held && heldRows_ > kHeldRowLimit) {
+        error_ = QString("%1: has taken nothing for %2 rows (%3); stopped before more is measured "
+                         "than memory can keep")
+                     .arg(target_.shown())
+                     .arg(heldRows_)
+                     .arg(error_);
+        return Write::Fatal;
+    }
+    return w;
+}
+
+LogStore::Write LogStore::addSample(const QString& instrument, const QList<LogRow>& rows,
+                                    const QByteArray& failingScreenPng) {
+    if (rows.isEmpty()) return flush();
+    Pending p;
+    p.instrument = instrument;
+    p.rows = rows;
+    p.png = failingScreenPng;
+    heldRows_ += p.size();
+    held_.push_back(std::move(p));
+    return flush();
+}
+
+LogStore::Write LogStore::addGap(const QString& instrument, const QDateTime& began,
+                                 double seconds) {
+    Pending p;
+    p.instrument = instrument;
+    p.gapBegan = began;
+    p.gapSeconds = seconds;
+    heldRows_ += p.size();
+    held_.push_back(std::move(p));
+    return flush();
+}
+
+bool LogStore::readRows(const LogFilter& filter,
+                        const std::function<void(const LogExportRow&)>& row) {
+    if (!connectDatabase()) return false;
+    QString where = "WHERE 1 = 1";
+    QVariantList values;
+    auto condition = [&](const QString& column) {
+        QString c;
+        if (filter.from) {
+            c += QString(" AND %1 >= %2").arg(column, timeParameter());
+            values << LogTimeText(*filter.from);
+        }
+        if (filter.to) {
+            c += QString(" AND %1 <= %2").arg(column, timeParameter());
+            values << LogTimeText(*filter.to);
+        }
+        if (!filter.instrument.isEmpty()) {
+            c += " AND instrument = ?";
+            values << filter.instrument;
+        }
+        return c;
+    };
+    const QString samples = condition("time"), gaps = condition("began");
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    q.setForwardOnly(true); // millions of rows pass through, none kept
+    const QString sql =
+        QString("SELECT %1, instrument, channel, measure, value, unit, verdict, time AS at "
+                "FROM samples %2%3 UNION ALL "
+                "SELECT %4, instrument, '', 'gap', seconds, 's', NULL, began "
+                "FROM gaps %2%5 ORDER BY 8, 2, 3, 4")
+            .arg(timeColumn("time"), where, samples, timeColumn("began"), gaps);
+    if (!q.prepare(sql)) {
+        error_ = target_.shown() + ": " + oneLine(q.lastError());
+        return false;
+    }
+    for (const QVariant& v : values)
+        q.addBindValue(v);
+    if (!q.exec()) {
+        error_ = target_.shown() + ": " + oneLine(q.lastError());
+        return false;
+    }
+    LogExportRow r;
+    while (q.next()) {
+        r.time = q.value(0).toString();
+        r.instrument = q.value(1).toString();
+        r.channel = q.value(2).toString();
+        r.measure = q.value(3).toString();
+        r.value = q.isNull(4) ? std::nullopt : std::optional<double>(q.value(4).toDouble());
+        r.unit = q.value(5).toString();
+        r.verdict = q.value(6).toString();
+        row(r);
+    }
+    if (q.lastError().isValid()) {
+        error_ = target_.shown() + ": " + oneLine(q.lastError());
+        return false;
+    }
+    return true;
+}
+
+QByteArray LogStore::screen(const QString& instrument, const QDateTime& time) {
+    if (!connectDatabase()) return {};
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    q.prepare(
+        QString("SELECT png FROM screens WHERE instrument = ? AND time = %1").arg(timeParameter()));
+    q.addBindValue(instrument);
+    q.addBindValue(LogTimeText(time));
+    return q.exec() && q.next() ? q.value(0).toByteArray() : QByteArray();
+}
+
+QByteArray LogCsvHeader() {
+    return "time,instrument,channel,measure,value,unit,verdict\n";
+}
+
+QByteArray LogCsvLine(const LogExportRow& r) {
+    const QString value =
+        r.value ? QString::number(*r.value, 'g', QLocale::FloatingPointShortest) : QString();
+    return (QStringList{r.time, csvField(r.instrument), r.channel, r.measure, value, r.unit,
+                        r.verdict}
+                .join(',') +
+            '\n')
+        .toUtf8();
+}

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+// The data log's database, SQLite or PostgreSQL behind Qt SQL, with one
+// schema: samples (instrument, time, channel, measure, value, unit,
+// verdict; unique on instrument + time + channel + measure), gaps
+// (instrument, began, seconds) and screens (instrument, time, png).
+//
+// Every sample is one short transaction, written with "ON CONFLICT DO
+// NOTHING", so a write retried after a lost reply is never stored twice.
+// A server that is away gets what was measured meanwhile later: it is held
+// in memory, in order, up to kHeldRowLimit rows. A SQLite file is in WAL
+// mode with a busy timeout, so a killed logger leaves it whole and two
+// loggers share it.
+#include "logger/LogPlan.h"
+
+#include <QByteArray>
+#include <QString>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+
+constexpr int kLogSchemaVersion = 1;
+constexpr qint64 kHeldRowLimit = 1000000; // about 150 MB of rows held while a server is away
+
+// A row of the log as exported: the time as LogTimeText writes it; a gap is
+// measure "gap", its value the seconds it lasted.
+struct LogExportRow {
+    QString time, instrument, channel, measure;
+    std::optional<double> value;
+    QString unit, verdict;
+};
+struct LogFilter {
+    std::optional<QDateTime> from, to; // inclusive
+    QString instrument;                // empty: every instrument
+};
+
+class LogStore {
+public:
+    explicit LogStore(LogTarget target);
+    ~LogStore();
+    LogStore(const LogStore&) = delete;
+    LogStore& operator=(const LogStore&) = delete;
+
+    // Opens the database and creates the schema on first use. False, with
+    // error(), for a file that is no database, a schema of a newer program
+    // (left as it is), a server that refuses, a missing driver.
+    bool open();
+
+    enum class Write {
+        Committed, // in the database, with everything held before it
+        Held,      // kept in memory: the database cannot take it now
+        Fatal      // cannot be kept (a full disk, too much held): stop
+    };
+    Write addSample(const QString& instrument, const QList<LogRow>& rows,
+                    const QByteArray& failingScreenPng = {});
+    Write addGap(const QString& instrument, const QDateTime& began, double seconds);
+    Write flush(); // the held writes, in order
+    qint64 heldRows() const { return heldRows_; }
+    qint64 committedSamples() const { return committedSamples_; }
+    QString error() const { return error_; }
+    const LogTarget& target() const { return target_; }
+
+    // The log's rows in time order (gaps among them), each handed to `row`;
+    // false with error() when the database cannot be read.
+    bool readRows(const LogFilter& filter, const std::function<void(const LogExportRow&)>& row);
+    // The screen kept with a failing sample, or empty.
+    QByteArray screen(const QString& instrument, const QDateTime& time);
+
+private:
+    struct Pending;
+    bool connectDatabase();
+    bool createSchema();
+    bool prepareFile(); // SQLite: WAL, full sync
+    bool writeOne(const Pending& p);
+    Write drain();
+    bool sqlite() const { return target_.kind == LogTarget::Kind::SQLite; }
+    QString timeParameter() const; // "?" or "CAST(? AS TIMESTAMPTZ)"
+    QString timeColumn(const QString& column) const;
+
+    LogTarget target_;
+    QString connection_;
+    std::deque<Pending> held_;
+    qint64 heldRows_ = 0;
+    qint64 committedSamples_ = 0;
+    QString error_;
+    QString errorCode_; // the database's own code of the last failed write
+};
+
+// The CSV of a log: "time,instrument,channel,measure,value,unit,verdict",
+// then one line a row, in time order; values to full precision, the point always.
+QByteArray LogCsvHeader();
+QByteArray LogCsvLine(const LogExportRow& row);

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The logger's plain parts: the words of a log, its times, its CSV, the
+// reconnect pauses, and a held sample written once the database takes it.
+#include "logger/DataLogger.h"
+#include "logger/LogPlan.h"
+#include "logger/LogStore.h"
+#include "measure/MeasureTable.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class TestLogPlan : public QObject {
+    Q_OBJECT
+private slots:
+    void targets_data();
+    void targets();
+    void measuresAndRows();
+    void timesAndCsv();
+    void reconnectPauses();
+    void aBusyFileHoldsTheSampleUntilItIsFree();
+};
+
+void TestLogPlan::targets_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("reads");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("file") << "bench.db" << true << "bench.db";
+    QTest::newRow("server") << "postgresql://lab@db.local:6543/benches" << true
+                            << "postgresql://lab@db.local:6543/benches";
+    QTest::newRow("default port") << "postgres://lab@db/benches" << true
+                                  << "postgresql://lab@db:5432/benches";
+    QTest::newRow("password") << "postgresql://lab:pw@db/benches" << false << "";
+    QTest::newRow("no user") << "postgresql://db/benches" << false << "";
+    QTest::newRow("no database") << "postgresql://lab@db/" << false << "";
+    QTest::newRow("other scheme") << "mysql://lab@db/x" << false << "";
+    QTest::newRow("empty") << "" << false << "";
+}
+
+void TestLogPlan::targets() {
+    QFETCH(QString, text);
+    QFETCH(bool, reads);
+    QFETCH(QString, shown);
+    QString error;
+    const std::optional<LogTarget> t = ParseLogTarget(text, &error);
+    QCOMPARE(t.has_value(), reads);
+    if (t)
+        QCOMPARE(t->shown(), shown);
+    else
+        QVERIFY(!error.isEmpty() && !error.contains('\n'));
+}
+
+void TestLogPlan::measuresAndRows() {
+    QString error;
+    const QList<LoggedMeasure> m = ParseLogMeasures(" ch1:vpp , CH2:Duty+,CH1:Rise Time", &error);
+    QCOMPARE(m.size(), 3);
+    QCOMPARE(m[0].name(), QString("Vpp"));
+    QCOMPARE(m[1].channelName(), QString("CH2"));
+    QCOMPARE(LoggedChannels(m), 0b110);
+    // Values in base units; a percentage as a fraction; "*****" as nothing;
+    // a verdict by the limits of the measure's name.
+    MeasureRecord ch1, ch2, limits;
+    ch1.Items[static_cast<std::size_t>(MeasureRowNamed("Vpp")->slot)].Text = "2.00V";
+    ch1.Items[static_cast<std::size_t>(MeasureRowNamed("Rise Time")->slot)].Text = "*****";
+    ch2.Items[static_cast<std::size_t>(MeasureRowNamed("Duty+")->slot)].Text = "50.0%";
+    MeasureItem& vpp = limits.Items[static_cast<std::size_t>(MeasureRowNamed("Vpp")->slot)];
+    vpp.LimitEnabled = true;
+    vpp.UnderLimit = 0;
+    vpp.OverLimit = 1;
+    const MeasureRecord* by[3] = {nullptr, &ch1, &ch2};
+    const QDateTime at = QDateTime::fromString("2026-11-25T08:00:00.250Z", Qt::ISODateWithMs);
+    const QList<LogRow> rows = SampleRows(m, by, limits, at);
+    QCOMPARE(rows.size(), 3);
+    QCOMPARE(*rows[0].value, 2.0);
+    QCOMPARE(rows[0].verdict, QString("fail"));
+    QCOMPARE(*rows[1].value, 0.5);
+    QCOMPARE(rows[1].unit, QString("fraction"));
+    QVERIFY(rows[1].verdict.isEmpty());
+    QVERIFY(!rows[2].value.has_value());
+    for (const char* bad : {"", "CH1", "CH1:Volts", "CH3:Vpp", "CH1:Vpp,ch1:VPP"})
+        QVERIFY2(ParseLogMeasures(bad, &error).isEmpty(), qPrintable(bad));
+}
+
+void TestLogPlan::timesAndCsv() {
+    QCOMPARE(LogTimeText(*ParseLogTime("2026-11-25T09:00:00.5+01:00")),
+             QString("2026-11-25T08:00:00.500Z"));
+    QCOMPARE(LogTimeText(*ParseLogTime("2026-11-25")), QString("2026-11-25T00:00:00.000Z"));
+    QCOMPARE(LogTimeText(*ParseLogTime("2026-11-25T08:00")), QString("2026-11-25T08:00:00.000Z"));
+    QVERIFY(!ParseLogTime("yesterday"));
+    LogExportRow r{"2026-11-25T08:00:00.500Z", "SN,1", "CH1", "Vpp", 0.1 + 0.2, "V", "pass"};
+    QCOMPARE(LogCsvLine(r), QByteArray("2026-11-25T08:00:00.500Z,\"SN,1\",CH1,Vpp,"
+                                       "0.30000000000000004,V,pass\n"));
+    r.value.reset();
+    QVERIFY(LogCsvLine(r).contains(",Vpp,,V,"));
+}
+
+void TestLogPlan::reconnectPauses() {
+    QList<int> pauses;
+    for (int n = 0; n < 8; ++n)
+        pauses << ReconnectDelayMs(n);
+    QCOMPARE(pauses, (QList<int>{500, 1000, 2000, 4000, 8000, 10000, 10000, 10000}));
+}
+
+// A second connection holds the write lock past the busy timeout: the sample
+// is held, not lost, and goes in with the next write once the lock is free.
+void TestLogPlan::aBusyFileHoldsTheSampleUntilItIsFree() {
+    QTemporaryDir dir;
+    LogTarget target;
+    target.path = dir.filePath("busy.db");
+    LogStore store(target);
+    QVERIFY2(store.open(), qPrintable(store.error()));
+    LogRow row{QDateTime::currentDateTimeUtc(), "CH1", "Vpp", 2.0, "V", {}};
+    QCOMPARE(store.addSample("SN1", {row}), LogStore::Write::Committed);
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE", "blocker");
+        other.setDatabaseName(target.path);
+        QVERIFY(other.open());
+        QSqlQuery lock(other);
+        QVERIFY(lock.exec("BEGIN IMMEDIATE"));
+        // The store's own timeout is 10 s; this one is shortened for the test.
+        QSqlQuery(QSqlDatabase::database("korvane-log-1", false)).exec("PRAGMA busy_timeout=100");
+        row.time = row.time.addSecs(1);
+        QCOMPARE(store.addSample("SN1", {row}), LogStore::Write::Held);
+        QCOMPARE(store.heldRows(), 1);
+        QVERIFY(lock.exec("COMMIT"));
+        other.close();
+    }
+    QSqlDatabase::removeDatabase("blocker");
+    row.time = row.time.addSecs(1);
+    QCOMPARE(store.addSample("SN1", {row}), LogStore::Write::Committed);
+    QCOMPARE(store.heldRows(), 0);
+    int rows = 0;
+    QVERIFY(store.readRows({}, [&rows](const LogExportRow&) { ++rows; }));
+    QCOMPARE(rows, 3);
+}
+
+QTEST_GUILESS_MAIN(TestLogPlan)
+#include "tst_logplan.moc"
