@@ -32,6 +32,7 @@
 #include "link/RS232Func.h"
 #include "link/ScriptLink.h"
 #include "link/UsbFunc.h"
+#include "logger/LogStore.h"
 #include "measure/MeasureTable.h"
 #include "panel/LcdImage.h"
 #include "panel/VirtualKeys.h"
@@ -659,6 +660,53 @@ long long takePauses() {
     return std::exchange(g_pausedMs, 0);
 }
 
+// A data log's rows as columns: times in milliseconds since 1970 (UTC), the
+// texts, the values (NaN for nothing measured; a gap's seconds).
+py::dict readLog(const std::string& target, const std::string& from, const std::string& to,
+                 const std::string& instrument) {
+    ensureApplication();
+    QString error;
+    const std::optional<LogTarget> where = ParseLogTarget(QString::fromStdString(target), &error);
+    if (!where) raise(g_usageError, error);
+    LogFilter filter;
+    for (const auto& [text, bound] : {std::pair{from, &filter.from}, std::pair{to, &filter.to}}) {
+        if (text.empty()) continue;
+        *bound = ParseLogTime(QString::fromStdString(text));
+        if (!*bound)
+            raise(g_usageError, QString::fromStdString(text) +
+                                    ": a time is ISO 8601 (2026-11-25 or 2026-11-25T08:00:00Z)");
+    }
+    filter.instrument = QString::fromStdString(instrument);
+    std::vector<std::int64_t> times;
+    std::vector<double> values;
+    std::vector<std::string> instruments, channels, measures, units, verdicts;
+    bool opened = false, read = false;
+    LogStore store(*where);
+    {
+        py::gil_scoped_release free; // a long log reads while other threads run
+        opened = store.open();
+        read = opened && store.readRows(filter, [&](const LogExportRow& r) {
+            times.push_back(QDateTime::fromString(r.time, Qt::ISODateWithMs).toMSecsSinceEpoch());
+            values.push_back(r.value.value_or(std::nan("")));
+            instruments.push_back(r.instrument.toStdString());
+            channels.push_back(r.channel.toStdString());
+            measures.push_back(r.measure.toStdString());
+            units.push_back(r.unit.toStdString());
+            verdicts.push_back(r.verdict.toStdString());
+        });
+    }
+    if (!read) raise(g_error, store.error());
+    py::dict d;
+    d["time_ms"] = arrayOf(std::move(times));
+    d["value"] = arrayOf(std::move(values));
+    d["instrument"] = instruments;
+    d["channel"] = channels;
+    d["measure"] = measures;
+    d["unit"] = units;
+    d["verdict"] = verdicts;
+    return d;
+}
+
 py::list instruments() {
     ensureLinkMachinery();
     py::list out;
@@ -708,6 +756,7 @@ PYBIND11_MODULE(_korvane, m) {
     m.def("read_sheet", &readSheet);
     m.def("picture", &picture);
     m.def("take_pauses", &takePauses);
+    m.def("read_log", &readLog);
     m.def("spectrum", &spectrumOf, py::arg("samples"), py::arg("sample_rate"),
           py::arg("window") = "hanning", py::arg("averages") = 1);
 }

@@ -19,6 +19,7 @@ check shared platform shared
 check link platform shared link
 check export platform shared sheet replay export
 check decode platform shared sheet replay export decode
+check logger platform shared link sheet acquire measure logger
 for folder in controller acquire sheet views measure replay memwave panel cli export decode; do
   if grep -nE '#include "app/' src/"$folder"/*.h src/"$folder"/*.cpp; then
     echo "src/$folder includes app/" >&2

@@ -34,6 +34,7 @@ __all__ = [
     "read_wfm",
     "read_rcd",
     "read_ult",
+    "read_log",
     "decode",
     "spectrum",
 ]
@@ -135,6 +136,28 @@ def read_ult(path: str | os.PathLike) -> list:
     are read with :func:`read_rcd`; measures and tables are text and stay in
     the sheet. Raises FileFormatError for a damaged or lying file."""
     return [Capture(fields) for fields in _korvane.read_sheet(os.fspath(path))]
+
+
+def read_log(target: str | os.PathLike, start=None, end=None,
+             instrument: Optional[str] = None) -> dict:
+    """A data log (korvane-cli log, the Data Logger window) as NumPy arrays:
+    a SQLite file, or "postgresql://USER@HOST:PORT/DB" (the password from
+    PGPASSWORD or ~/.pgpass). ``start`` and ``end`` (ISO 8601 texts or
+    datetimes; no zone is UTC) and ``instrument`` (an IDN serial) select.
+
+    Returns a dict of equal-length arrays in time order, the rows of
+    ``korvane-cli log-export``: ``time`` (datetime64[ms], UTC), ``value``
+    (float64 in base units; nan when nothing was measured), ``instrument``,
+    ``channel``, ``measure``, ``unit`` and ``verdict`` (str). A gap in the
+    log is a row whose measure is "gap" and whose value is its seconds."""
+    def text(t):
+        return "" if t is None else t if isinstance(t, str) else t.isoformat()
+    columns = _korvane.read_log(os.fspath(target), text(start), text(end), instrument or "")
+    out = {"time": columns.pop("time_ms").astype("datetime64[ms]"),
+           "value": columns.pop("value")}
+    for name, values in columns.items():
+        out[name] = np.array(values, dtype=str)
+    return out
 
 
 def decode(capture: Capture, *stacks: str, threshold: float = 1.4,

@@ -13,8 +13,10 @@ import subprocess
 import time
 from datetime import datetime
 
+import numpy as np
 import pytest
 
+import korvane
 from conftest import CLI, Simulator, cli, resource
 
 MEASURES = "CH1:Vpp,CH1:Frequency,CH2:Duty+"
@@ -69,6 +71,8 @@ def test_a_log_holds_the_simulators_signal_with_verdicts_and_screens(simulator, 
         assert c.execute("PRAGMA journal_mode").fetchone()[0] == "wal"
         pngs = [p for (p,) in c.execute("SELECT png FROM screens")]
     assert len(pngs) == 5 and all(p.startswith(b"\x89PNG") for p in pngs)
+    # Python reads the same rows, element for element.
+    same_as_csv(korvane.read_log(db), rows)
     # A second session appends; a time window selects.
     assert cli("log", MEASURES, "--interval", "0", "--count", 2, "--db", db).returncode == 0
     assert len(exported(db)) == 21
@@ -216,10 +220,26 @@ def test_a_postgresql_restart_loses_nothing_and_doubles_nothing(simulator, postg
     assert logger.returncode == 0, err
     assert postgres.sql("SELECT COUNT(*) FROM samples") == "48"
     assert postgres.sql("SELECT COUNT(DISTINCT time) FROM samples") == "16"
-    rows = [r for r in exported_pg(postgres) if r["measure"] != "gap"]
+    everything = exported_pg(postgres)
+    rows = [r for r in everything if r["measure"] != "gap"]
     assert len(rows) == 48
+    os.environ["PGPASSWORD"] = postgres.PASSWORD
+    try:
+        same_as_csv(korvane.read_log(postgres.url()), everything)
+    finally:
+        del os.environ["PGPASSWORD"]
     spaced = sorted(set(times(rows)))
     assert all(0.2 <= (b - a).total_seconds() < 1.5 for a, b in zip(spaced, spaced[1:]))
+
+
+def same_as_csv(log, rows):
+    assert len(log["time"]) == len(rows)
+    assert log["time"].dtype == np.dtype("datetime64[ms]")
+    assert [str(t) + "Z" for t in log["time"]] == [r["time"] for r in rows]
+    assert np.array_equal(log["value"], [float(r["value"]) if r["value"] else np.nan
+                                         for r in rows], equal_nan=True)
+    for column in ("instrument", "channel", "measure", "unit", "verdict"):
+        assert list(log[column]) == [r[column] for r in rows]
 
 
 def exported_pg(postgres):
@@ -227,3 +247,19 @@ def exported_pg(postgres):
                env={"PGPASSWORD": postgres.PASSWORD})
     assert done.returncode == 0, done.stderr
     return list(csv.DictReader(io.StringIO(done.stdout)))
+
+
+@pytest.mark.parametrize("sent,status", [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
+def test_a_signal_stops_after_committing_and_says_what_was_logged(simulator, tmp_path, sent,
+                                                                   status):
+    db = tmp_path / "stopped.db"
+    logger = subprocess.Popen([CLI, "log", MEASURES, "--interval", "0.1", "--count", "100000",
+                               "--db", str(db)], stderr=subprocess.PIPE, text=True)
+    deadline = time.time() + 20
+    while time.time() < deadline and committed(db) < 4:
+        time.sleep(0.05)
+    logger.send_signal(sent)
+    _, err = logger.communicate(timeout=10)
+    assert logger.returncode == status
+    said = int(err.split(" samples logged")[0].split()[-1])
+    assert said == committed(db) >= 4
