@@ -9,7 +9,8 @@
 // data, record, memory, options, about, passfail, fftsetting, parameter,
 // adjust, panel, decode (a memory wave decoded), wavedecode (a wave window decoded),
 // decoders (the decoder dialog), spectrum (a memory wave's analyser), wavespectrum,
-// measurestats (the measure window's statistics).
+// measurestats (the measure window's statistics), logger (the Data Logger
+// after a short log).
 #include "Files.h"
 #include "Simulator.h"
 #include "app/frmAbout.h"
@@ -25,9 +26,11 @@
 #include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
+#include "logger/frmDataLogger.h"
 #include "measure/frmMeasure.h"
 #include "measure/frmPassFailed.h"
 #include "memwave/frmOpenWaveform.h"
+#include "platform/Pacing.h"
 #include "platform/Settings.h"
 #include "platform/Visa.h"
 #include "replay/frmRecordPlay.h"
@@ -40,12 +43,17 @@
 #include "views/frmWave.h"
 #include "views/frmWaveSetting.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDoubleSpinBox>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPainter>
+#include <QPushButton>
 #include <QScreen>
+#include <QSpinBox>
 #include <QSplitter>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -79,7 +87,7 @@ void decodeSetup(DecodePane* pane, const QStringList& stacks) {
 }
 
 // The window of the kind, filled; a dialog comes back to be grabbed with the frame.
-QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
+QWidget* openWindow(const QString& name, const QTemporaryDir& dir, sim::Simulator& simulator) {
     if (name == "frame" || name == "wave" || name == "wavedecode" || name == "wavespectrum") {
         auto* wave = docWindow<frmWave>(DocKind::Wave);
         wave->Timer1_Timer(); // the first tick, then the control state's
@@ -166,6 +174,30 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir) {
             sub->showMaximized();
         return nullptr;
     }
+    if (name == "logger") {
+        // Opened from Tools as a user opens it, filled by a short log of the
+        // simulator into a file of the run's folder; Vpp judged against the
+        // measure window's limits.
+        auto* m = docWindow<frmMeasure>(DocKind::Measure);
+        MeasureRecords[0].Items[0].LimitEnabled = true;
+        MeasureRecords[0].Items[0].UnderLimit = 1.5;
+        MeasureRecords[0].Items[0].OverLimit = 2.5;
+        qobject_cast<QMdiSubWindow*>(m->parentWidget())->showMinimized();
+        fMainForm->findChild<QAction*>("mnuToolsDataLogger")->trigger();
+        auto* logger = fMainForm->findChild<frmDataLogger*>();
+        logger->findChild<QLineEdit*>("txtDatabase")->setText(dir.filePath("bench.db"));
+        logger->findChild<QSpinBox*>("spnCount")->setValue(60);
+        logger->findChild<QDoubleSpinBox*>("spnInterval")->setValue(0);
+        // The bench's values wander a little; the link's pauses are skipped
+        // so the picture is taken in seconds, not minutes.
+        sim::Faults faults = simulator.instrument().faults();
+        faults.jitter = 0.02;
+        simulator.instrument().SetFaults(faults);
+        platform::SetPacingScale(0);
+        logger->findChild<QPushButton*>("cmdStart")->click();
+        platform::SetPacingScale(1);
+        return nullptr;
+    }
     QWidget* dialog = nullptr;
     if (name == "options") dialog = new frmOptions(fMainForm);
     if (name == "about") dialog = new frmAbout(fMainForm);
@@ -235,7 +267,7 @@ int main(int argc, char** argv) {
     QTimer::singleShot(300, [&] {
         fMainForm->action("mnuToolsConnect")->trigger();
         DownloadfromDSO(); // the tree says what the instrument shows
-        dialog = openWindow(o.window, dir);
+        dialog = openWindow(o.window, dir, simulator);
         QTimer::singleShot(1500, [&] {
             // The screen as the user sees it: the frame and a dialog over it.
             QImage shot(o.size, QImage::Format_RGB32);

@@ -19,6 +19,7 @@
 #include "link/LinkState.h"
 #include "link/RS232Func.h"
 #include "link/UsbFunc.h"
+#include "logger/frmDataLogger.h"
 #include "measure/frmMeasure.h"
 #include "memwave/frmOpenWaveform.h"
 #include "panel/frmV_Panel.h"
@@ -218,6 +219,7 @@ void frmMain::buildMenus() {
     addAction(tools, "mnuToolsConnect");
     addAction(tools, "mnuToolsDisconnect");
     tools->addSeparator();
+    addAction(tools, "mnuToolsDataLogger");
     addAction(tools, "mnuToolsOptions");
 
     QMenu* window = addMenu(nullptr, "mnuWindow");
@@ -252,6 +254,7 @@ void frmMain::buildMenus() {
     on("mnuToolsConnect", "mnuToolsConnect_Click", [this] { mnuToolsConnect_Click(); });
     on("mnuToolsDisconnect", "mnuToolsDisconnect_Click", [this] { mnuToolsDisconnect_Click(); });
     on("mnuToolsOptions", "mnuToolsOptions_Click", [this] { mnuToolsOptions_Click(); });
+    on("mnuToolsDataLogger", "mnuToolsDataLogger_Click", [this] { mnuToolsDataLogger_Click(); });
     on("mnuWindowCascade", "mnuWindowCascade_Click", [this] { mdi_->cascadeSubWindows(); });
     on("mnuWindowTileHorizontal", "mnuWindowTileHorizontal_Click",
        [this] { tileSubWindows(mdi_, true); });
@@ -572,6 +575,21 @@ void frmMain::mnuToolsConnect_Click() {
 void frmMain::mnuToolsDisconnect_Click() {
     DisconnectFromDevice();
     VisaCloseInstr();
+}
+
+// One Data Logger window: the menu brings it forward when it is open.
+void frmMain::mnuToolsDataLogger_Click() {
+    for (QMdiSubWindow* sub : mdi_->subWindowList())
+        if (qobject_cast<frmDataLogger*>(sub->widget())) {
+            mdi_->setActiveSubWindow(sub);
+            return;
+        }
+    auto* logger = new frmDataLogger;
+    logger->setWindowIcon(OwnIcon("korvane"));
+    QMdiSubWindow* sub = mdi_->addSubWindow(logger);
+    sub->setAttribute(Qt::WA_DeleteOnClose);
+    sub->resize(mdi_->viewport()->size().boundedTo(QSize(720, 520)));
+    sub->show();
 }
 
 void frmMain::mnuToolsOptions_Click() {

@@ -92,6 +92,7 @@ private:
     void mnuHelpContents_Click();
     void mnuHelpAbout_Click();
     void mnuToolsOptions_Click();
+    void mnuToolsDataLogger_Click();
     void mnuToolsConnect_Click();
     void mnuToolsDisconnect_Click();
 

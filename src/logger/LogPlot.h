@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+// The Data Logger's trend plot: one lane a measure, stacked, over the log's
+// time. A long log is drawn by its lowest and highest value in each pixel
+// column (from blocks of 64 samples when a column spans many), so a day at
+// 10 Hz redraws as fast as a minute; a gap is a break in the line; limits
+// are dashed lines; a failing sample is marked.
+#include <QString>
+#include <QWidget>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+struct TrendSeries {
+    QString title, unit;               // "CH1 Vpp", "V"
+    std::vector<double> t, v;          // seconds since the log began; NaN: a gap
+    std::vector<double> failing;       // times of failing samples
+    std::optional<double> under, over; // the limits drawn
+    // Blocks of kTrendBlock samples: their lowest and highest value.
+    std::vector<double> blockLow, blockHigh;
+    std::vector<bool> blockGap; // a gap lies in the block
+    void add(double time, double value, bool fails);
+};
+constexpr int kTrendBlock = 64;
+
+struct ColumnSpan {
+    double low = NAN, high = NAN; // NaN: no value in the column
+    bool gap = false;             // a gap lies in the column: the line breaks there
+    bool empty() const { return std::isnan(low); }
+};
+// The lowest and highest value in each of `columns` equal columns of
+// [from, to], and where the gaps lie. A column without a sample is empty
+// (the line passes over it); one with a gap breaks the line.
+std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns);
+
+class LogPlot : public QWidget {
+    Q_OBJECT
+public:
+    explicit LogPlot(QWidget* parent = nullptr);
+    void setSeries(std::vector<TrendSeries> series);
+    std::vector<TrendSeries>& series() { return series_; }
+    void seriesChanged(); // after adding to series(): redraw
+    // The failing sample nearest a point of the plot (seconds), if one is near.
+    std::optional<double> failingNear(QPoint at) const;
+
+signals:
+    void failingSampleClicked(double seconds);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    QRect laneRect(int lane) const;
+    double span() const;
+    std::vector<TrendSeries> series_;
+};

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+// Tools > Data Logger: measures and an interval chosen, a database named,
+// Start and Stop, and a trend plot a measure as the samples come in. The run
+// is the command line's (RunDataLog) on the connected instrument; the window
+// stays live between and during samples.
+#include "logger/DataLogger.h"
+
+#include <QWidget>
+#include <map>
+#include <memory>
+
+class QCheckBox;
+class QDoubleSpinBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QSpinBox;
+class LogPlot;
+
+class frmDataLogger : public QWidget {
+    Q_OBJECT
+public:
+    explicit frmDataLogger(QWidget* parent = nullptr);
+    ~frmDataLogger() override;
+    bool running() const { return running_; }
+    LogPlot* plot() const { return plot_; }
+    void cmdStart_Click(); // Start, or Stop while a log runs
+    // The limits drawn and judged: the first measure document that has any.
+    static MeasureRecord LimitsOfTheSheet();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void applyCaptions();
+    void run();
+    void showScreen(double seconds);
+    void say(const QString& text);
+
+    QLineEdit* txtMeasures_;
+    QDoubleSpinBox* spnInterval_;
+    QSpinBox* spnCount_;
+    QLineEdit* txtDatabase_;
+    QPushButton* cmdBrowse_;
+    QCheckBox* chkScreens_;
+    QPushButton* cmdStart_;
+    QLabel* lblState_;
+    LogPlot* plot_;
+    std::unique_ptr<LogStore> store_;
+    QString instrument_;
+    QDateTime began_;
+    std::map<double, QDateTime> failingTimes_; // plot seconds -> the stored sample time
+    bool running_ = false, stopAsked_ = false, closeAsked_ = false;
+    int captionRoutine_ = 0;
+};

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The Data Logger window against the simulated instrument, driven through its
+// widgets, and the plot's columns against a plain scan of the samples.
+#include "SimulatedLink.h"
+#include "TestPlatform.h"
+
+#include "acquire/MeasureJob.h"
+#include "logger/LogPlot.h"
+#include "logger/frmDataLogger.h"
+#include "measure/MeasureTable.h"
+#include "shared/AppIdentity.h"
+#include "sheet/DataSheet.h"
+#include "sheet/SheetRecords.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTimer>
+#include <QtTest>
+
+class TestDataLogger : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void columnsHoldEveryPeakAndGap_data();
+    void columnsHoldEveryPeakAndGap();
+    void aLogFromTheWindow();
+    void stopEndsAnEndlessLog();
+
+private:
+    frmDataLogger* open(const QString& measures, int count, double interval);
+    std::unique_ptr<TestPlatform> tp_;
+    std::unique_ptr<frmDataLogger> window_;
+};
+
+void TestDataLogger::initTestCase() {
+    RegisterMeasureJobs();
+}
+
+void TestDataLogger::init() {
+    tp_ = std::make_unique<TestPlatform>();
+    ResetControllerState();
+    ResetDataSheet();
+    MakerName = "Vexor Technologies,Inc.";
+}
+
+void TestDataLogger::cleanup() {
+    window_.reset();
+    ResetDataSheet();
+    tp_.reset();
+}
+
+// A day of samples at a few hundred columns: each column's low and high are
+// those a plain scan finds, whether they come from blocks or from samples.
+void TestDataLogger::columnsHoldEveryPeakAndGap_data() {
+    QTest::addColumn<int>("samples");
+    QTest::addColumn<int>("columns");
+    QTest::newRow("fewer samples than columns") << 50 << 300;
+    QTest::newRow("a few a column") << 2000 << 300;
+    QTest::newRow("blocks a column") << 200000 << 300;
+    QTest::newRow("blocks, odd width") << 200000 << 997;
+}
+
+void TestDataLogger::columnsHoldEveryPeakAndGap() {
+    QFETCH(int, samples);
+    QFETCH(int, columns);
+    TrendSeries s;
+    for (int i = 0; i < samples; ++i) {
+        double v = std::sin(i * 0.001) + (i % 7) * 0.01;
+        if (i == samples / 3) v = 50;  // one spike
+        if (i == samples / 2) v = NAN; // one gap
+        s.add(i * 0.1, v, false);
+    }
+    const double to = (samples - 1) * 0.1;
+    const std::vector<ColumnSpan> got = TrendColumns(s, 0, to, columns);
+    std::vector<ColumnSpan> want(static_cast<std::size_t>(columns));
+    for (int i = 0; i < samples; ++i) {
+        const int c = std::clamp(static_cast<int>(i * 0.1 / (to / columns)), 0, columns - 1);
+        ColumnSpan& w = want[static_cast<std::size_t>(c)];
+        if (std::isnan(s.v[static_cast<std::size_t>(i)])) {
+            w.gap = true;
+            continue;
+        }
+        w.low = w.empty() ? s.v[static_cast<std::size_t>(i)]
+                          : std::min(w.low, s.v[static_cast<std::size_t>(i)]);
+        w.high = std::isnan(w.high) ? s.v[static_cast<std::size_t>(i)]
+                                    : std::max(w.high, s.v[static_cast<std::size_t>(i)]);
+    }
+    int peaks = 0, gaps = 0;
+    for (int c = 0; c < columns; ++c) {
+        const ColumnSpan& g = got[static_cast<std::size_t>(c)];
+        const ColumnSpan& w = want[static_cast<std::size_t>(c)];
+        QVERIFY2(g.empty() == w.empty() && g.gap == w.gap, qPrintable(QString::number(c)));
+        if (!w.empty()) {
+            QCOMPARE(g.low, w.low);
+            QCOMPARE(g.high, w.high);
+        }
+        peaks += !g.empty() && g.high == 50;
+        gaps += g.gap;
+    }
+    QCOMPARE(peaks, 1);
+    QCOMPARE(gaps, 1);
+}
+
+frmDataLogger* TestDataLogger::open(const QString& measures, int count, double interval) {
+    window_ = std::make_unique<frmDataLogger>();
+    window_->resize(720, 520);
+    window_->show();
+    auto* text = window_->findChild<QLineEdit*>("txtMeasures");
+    text->clear();
+    QTest::keyClicks(text, measures);
+    auto* db = window_->findChild<QLineEdit*>("txtDatabase");
+    db->clear();
+    QTest::keyClicks(db, tp_->tempPath("window.db"));
+    window_->findChild<QSpinBox*>("spnCount")->setValue(count);
+    window_->findChild<QDoubleSpinBox*>("spnInterval")->setValue(interval);
+    return window_.get();
+}
+
+void TestDataLogger::aLogFromTheWindow() {
+    SimulatedLink link;
+    QVERIFY(link.connected());
+    // The sheet's measure window holds Vpp limits of 0 to 1 V: the 2 V sine fails them.
+    QVERIFY(NewDataSheet());
+    AddDocument(DocKind::Measure);
+    MeasureItem& vpp =
+        MeasureRecords[0].Items[static_cast<std::size_t>(MeasureRowNamed("Vpp")->slot)];
+    vpp.LimitEnabled = true;
+    vpp.UnderLimit = 0;
+    vpp.OverLimit = 1;
+    frmDataLogger* w = open("CH1:Vpp,CH1:Frequency", 3, 0);
+    auto* state = w->findChild<QLabel*>("lblState");
+    auto* start = w->findChild<QPushButton*>("cmdStart");
+    QCOMPARE(start->text(), QString("Start"));
+    QTest::mouseClick(start, Qt::LeftButton);
+    QVERIFY(!w->running());
+    QCOMPARE(state->text(), "3 samples logged into " + tp_->tempPath("window.db"));
+    const std::vector<TrendSeries>& lanes = w->plot()->series();
+    QCOMPARE(lanes.size(), std::size_t(2));
+    QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
+    QCOMPARE(lanes[0].v.size(), std::size_t(3));
+    QCOMPARE(lanes[0].failing.size(), std::size_t(3));
+    QCOMPARE(*lanes[0].over, 1.0);
+    QVERIFY(std::abs(lanes[1].v.back() - 1000) < 10); // the simulator's 1 kHz
+    // The same samples are in the database, read back by the export's path.
+    LogTarget target;
+    target.path = tp_->tempPath("window.db");
+    LogStore store(target);
+    QVERIFY(store.open());
+    int rows = 0;
+    QVERIFY(
+        store.readRows({}, [&](const LogExportRow& r) { rows += r.instrument == "SIM0000001"; }));
+    QCOMPARE(rows, 6);
+    // What the user sees: the trace (yellow) and the limit (orange) are drawn.
+    const QImage picture = w->plot()->grab().toImage();
+    int yellow = 0, orange = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+            const QRgb p = picture.pixel(x, y);
+            yellow += p == qRgb(255, 255, 0);
+            orange += p == qRgb(255, 128, 0);
+        }
+    QVERIFY(yellow > 10);
+    QVERIFY(orange > 10);
+    // A wrong measure is said in the window; nothing runs.
+    auto* text = w->findChild<QLineEdit*>("txtMeasures");
+    text->clear();
+    QTest::keyClicks(text, "CH1:Volts");
+    QTest::mouseClick(start, Qt::LeftButton);
+    QVERIFY(state->text().contains("no such measure"));
+}
+
+void TestDataLogger::stopEndsAnEndlessLog() {
+    SimulatedLink link;
+    QVERIFY(link.connected());
+    frmDataLogger* w = open("CH2:Duty+", 0, 0.1);
+    auto* start = w->findChild<QPushButton*>("cmdStart");
+    QTimer::singleShot(600, start, [start] {
+        QCOMPARE(start->text(), QString("Stop")); // the button says what it does now
+        QTest::mouseClick(start, Qt::LeftButton);
+    });
+    QTest::mouseClick(start, Qt::LeftButton); // returns when the log has stopped
+    QVERIFY(!w->running());
+    QCOMPARE(start->text(), QString("Start"));
+    const std::size_t taken = w->plot()->series()[0].v.size();
+    QVERIFY2(taken >= 2 && taken <= 10, qPrintable(QString::number(taken)));
+    QVERIFY(w->findChild<QLabel*>("lblState")
+                ->text()
+                .startsWith(QString::number(taken) + " samples logged"));
+}
+
+QTEST_MAIN(TestDataLogger)
+#include "tst_datalogger.moc"
