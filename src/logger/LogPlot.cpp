@@ -6,53 +6,65 @@
 #include <QPainterPath>
 #include <algorithm>
 
+void TrendBlocks::add(std::size_t index, std::size_t size, double value) {
+    const std::size_t block = index / size;
+    if (block >= low.size()) {
+        low.push_back(NAN);
+        high.push_back(NAN);
+        gap.push_back(0);
+    }
+    if (std::isnan(value)) {
+        gap[block] = 1;
+        return;
+    }
+    low[block] = std::isnan(low[block]) ? value : std::min(low[block], value);
+    high[block] = std::isnan(high[block]) ? value : std::max(high[block], value);
+}
+
 void TrendSeries::add(double time, double value, bool fails) {
     t.push_back(time);
     v.push_back(value);
     if (fails) failing.push_back(time);
-    const std::size_t block = (v.size() - 1) / kTrendBlock;
-    if (block >= blockLow.size()) {
-        blockLow.push_back(NAN);
-        blockHigh.push_back(NAN);
-        blockGap.push_back(false);
-    }
-    if (std::isnan(value)) blockGap[block] = true;
-    if (!std::isnan(value)) {
-        blockLow[block] = std::isnan(blockLow[block]) ? value : std::min(blockLow[block], value);
-        blockHigh[block] = std::isnan(blockHigh[block]) ? value : std::max(blockHigh[block], value);
-    }
+    by8.add(v.size() - 1, 8, value);
+    by64.add(v.size() - 1, 64, value);
 }
 
 std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns) {
     std::vector<ColumnSpan> out(static_cast<std::size_t>(std::max(columns, 0)));
     if (columns <= 0 || !(to > from)) return out;
     const double perColumn = (to - from) / columns;
-    auto take = [&](double time, double low, double high, bool gap) {
-        const int c = std::clamp(static_cast<int>((time - from) / perColumn), 0, columns - 1);
-        ColumnSpan& span = out[static_cast<std::size_t>(c)];
+    auto take = [](ColumnSpan& span, double low, double high, bool gap) {
         span.gap = span.gap || gap;
         if (std::isnan(low)) return;
         span.low = span.empty() ? low : std::min(span.low, low);
         span.high = std::isnan(span.high) ? high : std::max(span.high, high);
     };
+    // Column c holds the samples of [from + c w, from + (c + 1) w); the last
+    // one its right edge too. The walk goes forward once: whole blocks while
+    // a block's last sample is still in the column, samples one by one at
+    // the column's ends (a search per column would miss the cache each time).
     std::size_t i =
         static_cast<std::size_t>(std::lower_bound(s.t.begin(), s.t.end(), from) - s.t.begin());
-    const std::size_t end =
-        static_cast<std::size_t>(std::upper_bound(s.t.begin(), s.t.end(), to) - s.t.begin());
-    const double samplesPerColumn = static_cast<double>(end - i) / columns;
-    while (i < end) {
-        // A whole block inside one column: its lowest and highest at once.
-        const std::size_t block = i / kTrendBlock;
-        const std::size_t blockEnd = (block + 1) * kTrendBlock;
-        if (samplesPerColumn > 2 * kTrendBlock && i % kTrendBlock == 0 && blockEnd <= end &&
-            static_cast<int>((s.t[i] - from) / perColumn) ==
-                static_cast<int>((s.t[blockEnd - 1] - from) / perColumn)) {
-            take(s.t[i], s.blockLow[block], s.blockHigh[block], s.blockGap[block]);
-            i = blockEnd;
-            continue;
+    const std::size_t n = s.t.size();
+    for (int c = 0; c < columns && i < n; ++c) {
+        const bool lastColumn = c + 1 == columns;
+        const double edge = lastColumn ? to : from + (c + 1) * perColumn;
+        auto inside = [&](std::size_t k) { return lastColumn ? s.t[k] <= edge : s.t[k] < edge; };
+        ColumnSpan& span = out[static_cast<std::size_t>(c)];
+        while (i < n) {
+            if (i % 64 == 0 && i + 64 <= n && inside(i + 63)) {
+                take(span, s.by64.low[i / 64], s.by64.high[i / 64], s.by64.gap[i / 64]);
+                i += 64;
+            } else if (i % 8 == 0 && i + 8 <= n && inside(i + 7)) {
+                take(span, s.by8.low[i / 8], s.by8.high[i / 8], s.by8.gap[i / 8]);
+                i += 8;
+            } else if (inside(i)) {
+                take(span, s.v[i], s.v[i], std::isnan(s.v[i]));
+                ++i;
+            } else {
+                break;
+            }
         }
-        take(s.t[i], s.v[i], s.v[i], std::isnan(s.v[i]));
-        ++i;
     }
     return out;
 }
@@ -148,23 +160,32 @@ void LogPlot::paintEvent(QPaintEvent*) {
         p.setPen(QPen(QColor(255, 128, 0), 1, Qt::DashLine)); // the limits
         for (const std::optional<double>& limit : {s.under, s.over})
             if (limit) p.drawLine(QPointF(r.left(), y(*limit)), QPointF(r.right(), y(*limit)));
-        p.setPen(QColor(255, 255, 0));
-        bool joined = false; // to the column before
-        QPointF last;
+        // The columns as one batch of lines: each its low-to-high stroke, joined
+        // to the column before unless a gap lies between.
+        std::vector<QLine> lines; // whole pixels: the raster engine's fast path
+        lines.reserve(columns.size() * 2);
+        bool joined = false;
+        QPoint last;
         for (int x = 0; x < static_cast<int>(columns.size()); ++x) {
             const ColumnSpan& c = columns[static_cast<std::size_t>(x)];
             if (c.gap) joined = false; // the line breaks at a gap
             if (c.empty()) continue;   // no sample here: the line passes over
-            const double px = r.left() + x;
-            if (joined) p.drawLine(last, QPointF(px, y(c.low)));
-            p.drawLine(QPointF(px, y(c.low)), QPointF(px, y(c.high)));
-            last = QPointF(px, y(c.high));
+            const int px = r.left() + x;
+            const QPoint low(px, static_cast<int>(std::lround(y(c.low))));
+            const QPoint high(px, static_cast<int>(std::lround(y(c.high))));
+            if (joined) lines.emplace_back(last, low);
+            lines.emplace_back(low, high);
+            last = high;
             joined = true;
         }
-        p.setPen(QColor(255, 0, 0));
+        p.setPen(QColor(255, 255, 0));
+        p.drawLines(lines.data(), static_cast<int>(lines.size()));
+        lines.clear();
         for (double f : s.failing) {
-            const double px = r.left() + f / total * r.width();
-            p.drawLine(QPointF(px, r.bottom() - 4), QPointF(px, r.bottom()));
+            const int px = r.left() + static_cast<int>(f / total * r.width());
+            lines.emplace_back(QPoint(px, r.bottom() - 4), QPoint(px, r.bottom()));
         }
+        p.setPen(QColor(255, 0, 0));
+        p.drawLines(lines.data(), static_cast<int>(lines.size()));
     }
 }

@@ -2,8 +2,8 @@
 #pragma once
 // The Data Logger's trend plot: one lane a measure, stacked, over the log's
 // time. A long log is drawn by its lowest and highest value in each pixel
-// column (from blocks of 64 samples when a column spans many), so a day at
-// 10 Hz redraws as fast as a minute; a gap is a break in the line; limits
+// column (from blocks of 64 and 8 samples when a column spans many), so a
+// day at 10 Hz redraws about as fast as a minute; a gap is a break in the line; limits
 // are dashed lines; a failing sample is marked.
 #include <QString>
 #include <QWidget>
@@ -11,17 +11,22 @@
 #include <optional>
 #include <vector>
 
+// The lowest and highest value of each block of a fixed size, and whether a
+// gap lies in it: a column spanning many samples reads whole blocks.
+struct TrendBlocks {
+    std::vector<double> low, high;
+    std::vector<char> gap;
+    void add(std::size_t index, std::size_t size, double value);
+};
+
 struct TrendSeries {
     QString title, unit;               // "CH1 Vpp", "V"
     std::vector<double> t, v;          // seconds since the log began; NaN: a gap
     std::vector<double> failing;       // times of failing samples
     std::optional<double> under, over; // the limits drawn
-    // Blocks of kTrendBlock samples: their lowest and highest value.
-    std::vector<double> blockLow, blockHigh;
-    std::vector<bool> blockGap; // a gap lies in the block
+    TrendBlocks by8, by64;             // blocks of 8 and of 64 samples
     void add(double time, double value, bool fails);
 };
-constexpr int kTrendBlock = 64;
 
 struct ColumnSpan {
     double low = NAN, high = NAN; // NaN: no value in the column
