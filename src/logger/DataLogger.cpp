@@ -97,6 +97,21 @@ LogResult RunDataLog(const LogRun& run, LogStore& store, const QString& instrume
                 ? QString("%1 rows held: the database is away").arg(store.heldRows())
                 : QString());
     }
-    if (store.flush() == LogStore::Write::Fatal) result.error = store.error();
+    // What a server that is away still holds: asked for a minute more, the
+    // pauses growing as for the link, before the run says it is lost.
+    QElapsedTimer waiting;
+    waiting.start();
+    for (int attempt = 0;; ++attempt) {
+        const LogStore::Write w = store.flush();
+        if (w == LogStore::Write::Committed) break;
+        if (w == LogStore::Write::Fatal || waiting.elapsed() > 60000 || stop()) {
+            result.error = QString("%1 rows could not be written: %2")
+                               .arg(store.heldRows())
+                               .arg(store.error());
+            break;
+        }
+        say(QString("%1 rows held: the database is away").arg(store.heldRows()));
+        platform::Wait(ReconnectDelayMs(attempt));
+    }
     return result;
 }

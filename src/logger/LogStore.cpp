@@ -262,6 +262,12 @@ LogStore::Write LogStore::flush() {
     return w;
 }
 
+LogStore::Write LogStore::hold(Pending p) {
+    heldRows_ += p.size();
+    held_.push_back(std::move(p));
+    return flush();
+}
+
 LogStore::Write LogStore::addSample(const QString& instrument, const QList<LogRow>& rows,
                                     const QByteArray& failingScreenPng) {
     if (rows.isEmpty()) return flush();
@@ -269,9 +275,7 @@ LogStore::Write LogStore::addSample(const QString& instrument, const QList<LogRo
     p.instrument = instrument;
     p.rows = rows;
     p.png = failingScreenPng;
-    heldRows_ += p.size();
-    held_.push_back(std::move(p));
-    return flush();
+    return hold(std::move(p));
 }
 
 LogStore::Write LogStore::addGap(const QString& instrument, const QDateTime& began,
@@ -280,9 +284,7 @@ LogStore::Write LogStore::addGap(const QString& instrument, const QDateTime& beg
     p.instrument = instrument;
     p.gapBegan = began;
     p.gapSeconds = seconds;
-    heldRows_ += p.size();
-    held_.push_back(std::move(p));
-    return flush();
+    return hold(std::move(p));
 }
 
 bool LogStore::readRows(const LogFilter& filter,

@@ -74,6 +74,7 @@ private:
     bool prepareFile(); // SQLite: WAL, full sync
     bool writeOne(const Pending& p);
     Write drain();
+    Write hold(Pending p); // queued behind what is held, then everything tried
     bool sqlite() const { return target_.kind == LogTarget::Kind::SQLite; }
     QString timeParameter() const; // "?" or "CAST(? AS TIMESTAMPTZ)"
     QString timeColumn(const QString& column) const;
