@@ -712,6 +712,10 @@ void frmMain::unload() {
     if (unloaded_) return;
     unloaded_ = true;
     platform::RunHandler("Form_Unload", [this] {
+        // A running data log stops (its run returns once this handler has):
+        // it does not reconnect to a link that is being closed.
+        for (frmDataLogger* logger : findChildren<frmDataLogger*>())
+            logger->RequestStop();
         // The panel's refresh stops and its window goes before the link
         // closes: nothing may ask the instrument, or draw, for a frame that
         // is going.

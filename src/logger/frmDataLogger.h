@@ -25,7 +25,8 @@ public:
     ~frmDataLogger() override;
     bool running() const { return running_; }
     LogPlot* plot() const { return plot_; }
-    void cmdStart_Click(); // Start, or Stop while a log runs
+    void cmdStart_Click();                    // Start, or Stop while a log runs
+    void RequestStop() { stopAsked_ = true; } // the program ends: the log stops at once
     // The limits drawn and judged: the first measure document that has any.
     static MeasureRecord LimitsOfTheSheet();
 
