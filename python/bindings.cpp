@@ -38,10 +38,12 @@
 #include "panel/VirtualKeys.h"
 #include "platform/MsgBox.h"
 #include "platform/Pacing.h"
+#include "platform/Visa.h"
 #include "shared/AppIdentity.h"
 #include "shared/LoadLanguage.h"
 #include "shared/Picture.h"
 #include "shared/ReplyText.h"
+#include "shared/SoftwareSetting.h"
 #include "shared/ValueText.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetFile.h"
@@ -372,8 +374,10 @@ template <typename Fn> auto onInstrument(Fn&& work) {
     return std::move(*result);
 }
 
-std::string openLink(const std::string& resource, const std::string& serial) {
+std::string openLink(const std::string& resource, const std::string& serial, double timeout) {
     ensureLinkMachinery();
+    if (!(timeout > 0) || timeout > 3600)
+        raise(g_usageError, "timeout is seconds above 0 (at most 3600)");
     // KORVANE_PACING scales the link's pauses, for a simulated instrument
     // only (a real one needs them), as for the command line.
     bool scaled = false;
@@ -393,6 +397,9 @@ std::string openLink(const std::string& resource, const std::string& serial) {
               resource.empty() && serial.empty()
                   ? QStringLiteral("no instrument answers")
                   : QString::fromStdString(resource + serial) + ": no instrument answers");
+    // How long one reply may take over USB: the program's 10 s unless asked.
+    if (SoftwareSetting.ScopeIOType == kIoTypeUsb)
+        viSetAttribute(VisaInstr, VI_ATTR_TMO_VALUE, static_cast<ViAttrState>(timeout * 1000));
     return CutAtLineFeed(CmdQuery(cmd::Idn)).toStdString();
 }
 
@@ -740,7 +747,8 @@ PYBIND11_MODULE(_korvane, m) {
     m.def("write_capture", &writeCapture);
     m.def("decode", &decodeCapture);
     m.def("instruments", &instruments);
-    m.def("open", &openLink, py::arg("resource") = "", py::arg("serial") = "");
+    m.def("open", &openLink, py::arg("resource") = "", py::arg("serial") = "",
+          py::arg("timeout") = 10.0);
     m.def("close", &closeLink);
     m.def("query", &query);
     m.def("send", &send);

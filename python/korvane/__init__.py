@@ -299,10 +299,12 @@ class Scope:
         return f"<korvane.Scope {self.idn}>"
 
 
-def connect(resource: Optional[str] = None, serial: Optional[str] = None) -> Scope:
+def connect(resource: Optional[str] = None, serial: Optional[str] = None,
+            timeout: float = 10.0) -> Scope:
     """Connects to the instrument named (a VISA name from :func:`instruments`),
     or the first found on USB, or one on a serial device (``serial=
     "/dev/ttyUSB0"``). The instrument's front keys are locked until
-    ``close()`` or the end of the ``with`` block. Raises NoInstrument when
-    none answers."""
-    return Scope(_korvane.open(resource or "", serial or ""))
+    ``close()`` or the end of the ``with`` block. ``timeout`` is the seconds
+    one reply may take over USB (10, as in the program). Raises
+    NoInstrument when none answers."""
+    return Scope(_korvane.open(resource or "", serial or "", float(timeout)))

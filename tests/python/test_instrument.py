@@ -196,3 +196,24 @@ def test_math_and_the_picture_are_the_screens(simulator, monkeypatch, tmp_path):
     assert np.array_equal(again.ch1, capture.ch1)
     assert np.array_equal(again.math, capture.math)
     assert again._repr_png_() == capture._repr_png_()
+
+
+def test_a_reply_waits_at_most_the_timeout(tmp_path, monkeypatch):
+    monkeypatch.setenv("KORVANE_PACING", "0")
+    slow = subprocess.Popen([os.environ["KORVANE_SIM"], "--latency", "1500"],
+                            stdout=subprocess.DEVNULL)
+    try:
+        sockets = os.path.join(os.environ["XDG_RUNTIME_DIR"], "nq4000l-sim")
+        deadline = time.time() + 10
+        while not (os.path.isdir(sockets) and os.listdir(sockets)) and time.time() < deadline:
+            time.sleep(0.05)
+        with pytest.raises(korvane.UsageError):
+            korvane.connect(timeout=0)
+        with korvane.connect(timeout=1.0) as scope:  # identified within the program's 10 s
+            started = time.monotonic()
+            with pytest.raises(korvane.LinkLost):
+                scope.query("*IDN?")  # 1.5 s to answer: longer than the timeout
+            assert time.monotonic() - started < 1.4
+    finally:
+        slow.terminate()
+        slow.wait(10)
