@@ -465,17 +465,8 @@ py::dict measure(int channel) {
 }
 
 py::bytes screenshot() {
-    std::vector<std::uint8_t> raw(kLcdReply);
-    const bool color = onInstrument([&raw] {
-        GetLcdData(raw);
-        return IsColorDevice();
-    });
-    std::vector<std::uint32_t> pixels(kLcdReply);
-    (color ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    LcdPicture(pixels, false).save(&buffer, "PNG");
+    const QByteArray png = onInstrument([] { return ReadLcdPng(); });
+    if (png.isEmpty()) raise(g_linkLost, "the screen image could not be read");
     return py::bytes(png.constData(), static_cast<std::size_t>(png.size()));
 }
 

@@ -116,12 +116,9 @@ int screen(const CliRequest& r, int round) {
     if (!r.lcd.isEmpty()) {
         if (SoftwareSetting.ScopeIOType != kIoTypeUsb)
             return fail("the screen image is read over USB only");
-        std::vector<std::uint8_t> raw(kLcdReply);
-        GetLcdData(raw);
-        if (!Connected) return fail("the screen image could not be read", 3);
-        std::vector<std::uint32_t> pixels(kLcdReply);
-        (IsColorDevice() ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
-        return writeFile(RoundPath(r.lcd, round, r.repeat), pngOf(LcdPicture(pixels, false)));
+        const QByteArray png = ReadLcdPng();
+        if (png.isEmpty()) return fail("the screen image could not be read", 3);
+        return writeFile(RoundPath(r.lcd, round, r.repeat), png);
     }
     WaveRecord& w = WaveRecords[0];
     w = WaveRecord();

@@ -13,9 +13,7 @@
 #include "shared/ReplyText.h"
 #include "shared/SoftwareSetting.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
-#include <QImage>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -34,17 +32,7 @@ QString instrumentIdentity() {
 }
 
 QByteArray screenPng() {
-    if (SoftwareSetting.ScopeIOType != kIoTypeUsb) return {};
-    std::vector<std::uint8_t> raw(kLcdReply);
-    GetLcdData(raw);
-    if (!Connected) return {};
-    std::vector<std::uint32_t> pixels(kLcdReply);
-    (IsColorDevice() ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    LcdPicture(pixels, false).save(&buffer, "PNG");
-    return png;
+    return SoftwareSetting.ScopeIOType == kIoTypeUsb ? ReadLcdPng() : QByteArray();
 }
 
 void say(const QString& line) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "panel/LcdImage.h"
 
+#include "link/Connection.h"
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "link/UsbFunc.h"
@@ -9,6 +10,7 @@
 #include "shared/SoftwareSetting.h"
 #include "shared/StringRES.h"
 
+#include <QBuffer>
 #include <algorithm>
 #include <cstring>
 
@@ -78,4 +80,17 @@ QImage LcdPicture(const std::vector<std::uint32_t>& pixels, bool doubled) {
         }
     }
     return image;
+}
+
+QByteArray ReadLcdPng() {
+    std::vector<std::uint8_t> raw(kLcdReply);
+    GetLcdData(raw);
+    if (!Connected) return {};
+    std::vector<std::uint32_t> pixels(kLcdReply);
+    (IsColorDevice() ? TransClr : TransMono)(raw.data(), kLcdPixels, pixels.data());
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    LcdPicture(pixels, false).save(&buffer, "PNG");
+    return png;
 }

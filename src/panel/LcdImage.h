@@ -3,6 +3,7 @@
 // The instrument's own screen: the raw image fetched over USB (320 x 234
 // pixels, one palette code each, after a 10-byte header), its colours, and
 // the picture at normal or double size.
+#include <QByteArray>
 #include <QImage>
 #include <cstdint>
 #include <vector>
@@ -28,3 +29,7 @@ void TransClr(const std::uint8_t* raw, int count, std::uint32_t* pixels);
 void TransMono(const std::uint8_t* raw, int count, std::uint32_t* pixels);
 // The picture of the pixels, 320 x 234 or doubled by pixel replication.
 QImage LcdPicture(const std::vector<std::uint32_t>& pixels, bool doubled);
+// The screen read now and its picture as PNG bytes (the command line's
+// --lcd, the Python package, the data logger's failing screens); empty
+// when the link went during the read.
+QByteArray ReadLcdPng();
