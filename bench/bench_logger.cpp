@@ -68,14 +68,21 @@ void dayRedraw() {
     plot.resize(1200, 700);
     plot.setSeries(std::move(lanes));
     QImage picture(plot.size(), QImage::Format_RGB32);
+    // Drawn after new samples (the columns worked out from the log), and
+    // repainted as it stands (an expose: the columns kept).
+    const double drawnMs = MedianMs(15, [&](int) {
+        plot.seriesChanged();
+        QPainter painter(&picture);
+        plot.render(&painter);
+    });
     const double ms = MedianMs(15, [&](int) {
         QPainter painter(&picture);
         plot.render(&painter);
     });
-    std::printf("logger plot: a day of 4 measures at 10 Hz (3,456,000 values) redrawn in %.2f ms "
-                "(target at most 5 ms)\n",
-                ms);
-    ReportFigure("logger plot redraw, a day at 10 Hz", "ms", 5.0, ms);
+    std::printf("logger plot: a day of 4 measures at 10 Hz (3,456,000 values) drawn anew in "
+                "%.2f ms, repainted in %.2f ms (target at most 5 ms)\n",
+                drawnMs, ms);
+    ReportFigure("logger plot repaint, a day at 10 Hz", "ms", 5.0, ms);
 }
 
 } // namespace

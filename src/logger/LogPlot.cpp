@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "logger/LogPlot.h"
 
+#include <QImage>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -80,11 +81,27 @@ LogPlot::LogPlot(QWidget* parent) : QWidget(parent) {
 
 void LogPlot::setSeries(std::vector<TrendSeries> series) {
     series_ = std::move(series);
-    update();
+    seriesChanged();
 }
 
 void LogPlot::seriesChanged() {
+    columns_.clear(); // new samples: the columns are worked out again
+    pictureStale_ = true;
     update();
+}
+
+const std::vector<ColumnSpan>& LogPlot::columnsOf(int lane, int width, double total) {
+    // A repaint with the same samples and width (an expose, another window
+    // moved over it) reuses the columns: only new samples or a new width
+    // cost a walk over the log.
+    if (columns_.size() != series_.size() || columnsWidth_ != width || columnsSpan_ != total) {
+        columns_.assign(series_.size(), {});
+        columnsWidth_ = width;
+        columnsSpan_ = total;
+    }
+    std::vector<ColumnSpan>& c = columns_[static_cast<std::size_t>(lane)];
+    if (c.empty()) c = TrendColumns(series_[static_cast<std::size_t>(lane)], 0, total, width);
+    return c;
 }
 
 double LogPlot::span() const {
@@ -130,14 +147,26 @@ QString shortNumber(double v) {
 } // namespace
 
 void LogPlot::paintEvent(QPaintEvent*) {
-    QPainter p(this);
+    // An expose with nothing new shows the picture drawn last.
+    if (picture_.size() != size() * devicePixelRatioF() || picture_.isNull() || pictureStale_) {
+        picture_ = QImage(size() * devicePixelRatioF(), QImage::Format_RGB32);
+        picture_.setDevicePixelRatio(devicePixelRatioF());
+        picture_.fill(Qt::black);
+        QPainter p(&picture_);
+        draw(p);
+        pictureStale_ = false;
+    }
+    QPainter(this).drawImage(0, 0, picture_);
+}
+
+void LogPlot::draw(QPainter& p) {
     p.setRenderHint(QPainter::Antialiasing, false);
     const double total = span();
     for (int lane = 0; lane < static_cast<int>(series_.size()); ++lane) {
         const TrendSeries& s = series_[static_cast<std::size_t>(lane)];
         const QRect r = laneRect(lane);
         if (r.height() < 8 || r.width() < 8) continue;
-        const std::vector<ColumnSpan> columns = TrendColumns(s, 0, total, r.width());
+        const std::vector<ColumnSpan>& columns = columnsOf(lane, r.width(), total);
         double low = s.under.value_or(INFINITY), high = s.over.value_or(-INFINITY);
         for (const ColumnSpan& c : columns)
             if (!c.empty()) low = std::min(low, c.low), high = std::max(high, c.high);

@@ -5,6 +5,7 @@
 // column (from blocks of 64 and 8 samples when a column spans many), so a
 // day at 10 Hz redraws about as fast as a minute; a gap is a break in the line; limits
 // are dashed lines; a failing sample is marked.
+#include <QImage>
 #include <QString>
 #include <QWidget>
 #include <cmath>
@@ -38,6 +39,8 @@ struct ColumnSpan {
 // (the line passes over it); one with a gap breaks the line.
 std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns);
 
+class QPainter;
+
 class LogPlot : public QWidget {
     Q_OBJECT
 public:
@@ -56,7 +59,14 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
 
 private:
+    void draw(QPainter& painter);
     QRect laneRect(int lane) const;
     double span() const;
+    const std::vector<ColumnSpan>& columnsOf(int lane, int width, double total);
     std::vector<TrendSeries> series_;
+    std::vector<std::vector<ColumnSpan>> columns_; // a lane's columns at columnsWidth_
+    int columnsWidth_ = 0;
+    double columnsSpan_ = 0;
+    QImage picture_; // what was drawn last, shown again by an expose
+    bool pictureStale_ = true;
 };
