@@ -407,7 +407,13 @@ QString CheckCommandWords(const CliRequest& r) {
 
 int PrepareInstrumentCommand(const CliRequest& r) {
     QString error;
-    if (r.command == "log" && !r.limits.isEmpty()) {
+    if (r.command == "settings" && r.args[0] == "put") {
+        if (!readable(r.args[1], &error)) return fail(error);
+        if (!ReadControlFile(r.args[1]))
+            return fail(r.args[1] + ": not a control file of this instrument");
+    }
+    // The limits of measure and log, read once before anything is connected.
+    if ((r.command == "measure" || r.command == "log") && !r.limits.isEmpty()) {
         if (!readable(r.limits, &error)) return fail(error);
         QFile f(r.limits);
         f.open(QIODevice::ReadOnly);
@@ -415,18 +421,6 @@ int PrepareInstrumentCommand(const CliRequest& r) {
         if (!ApplyLimitsText(QString::fromUtf8(f.readAll()), g_limits, &error)) return fail(error);
     }
     if (r.command == "log") return PrepareLog(r);
-    if (r.command == "settings" && r.args[0] == "put") {
-        if (!readable(r.args[1], &error)) return fail(error);
-        if (!ReadControlFile(r.args[1]))
-            return fail(r.args[1] + ": not a control file of this instrument");
-    }
-    if (r.command == "measure" && !r.limits.isEmpty()) {
-        if (!readable(r.limits, &error)) return fail(error);
-        QFile f(r.limits);
-        f.open(QIODevice::ReadOnly);
-        g_limits = MeasureRecord();
-        if (!ApplyLimitsText(QString::fromUtf8(f.readAll()), g_limits, &error)) return fail(error);
-    }
     return 0;
 }
 
