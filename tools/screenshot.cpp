@@ -55,7 +55,9 @@
 #include <QScreen>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QTabBar>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeWidgetItem>
@@ -167,11 +169,16 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir, sim::Simulato
         }
         return nullptr;
     }
-    if (name == "panel") {
+    if (name == "panel" || name == "panelvertical") {
         if (QTreeWidgetItem* item = treeRow(TreeLabel("Virtual Panel")))
             PraseCtrlList(frmCtrlList::FullPath(item));
         for (QMdiSubWindow* sub : fMainForm->findChild<QMdiArea*>()->subWindowList())
             sub->showMaximized();
+        QCoreApplication::processEvents();
+        if (name == "panelvertical") // the vertical keys' page, as its tab shows it
+            for (QTabBar* tabs : fMainForm->findChildren<QTabBar*>("PanelPages"))
+                if (tabs->isVisible())
+                    QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
         return nullptr;
     }
     if (name == "logger") {

@@ -118,13 +118,20 @@ frmMain::frmMain() {
         window->setWindowIcon(OwnIcon("korvane"));
         QMdiSubWindow* sub = mdi_->addSubWindow(window);
         sub->setAttribute(Qt::WA_DeleteOnClose);
-        if (auto* panel = qobject_cast<frmV_Panel*>(window)) {
-            // The frame around the widget, then the widget at the screen's
-            // largest whole zoom that the area holds.
-            const QSize frame = sub->sizeHint() - window->sizeHint();
-            sub->resize(panel->OpeningSize(mdi_->viewport()->size() - frame) + frame);
-        }
         sub->show();
+        // The frame around the widget (known once shown), then the widget at
+        // the screen's largest whole zoom that the area holds, or the keys
+        // alone no larger than the area (they turn to pages).
+        const QSize frame = sub->size() - window->size();
+        const QSize room = mdi_->viewport()->size() - frame;
+        if (auto* panel = qobject_cast<frmV_Panel*>(window))
+            sub->resize(panel->OpeningSize(room) + frame);
+        else
+            sub->resize(window->sizeHint().boundedTo(room) + frame);
+        // Wholly in view: shown at its first size, it may have scrolled the area.
+        const QSize free = mdi_->viewport()->size() - sub->size();
+        sub->move(std::clamp(sub->x(), 0, std::max(0, free.width())),
+                  std::clamp(sub->y(), 0, std::max(0, free.height())));
     });
     connect(mdi_, &QMdiArea::subWindowActivated, this, [](QMdiSubWindow* sub) {
         if (sub) DocWindowActivated(qobject_cast<DocWindow*>(sub->widget()));

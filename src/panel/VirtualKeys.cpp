@@ -15,6 +15,8 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QShortcut>
+#include <QStackedWidget>
+#include <QTabBar>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -274,9 +276,14 @@ const char* const kPanelStyle = R"(
 #FrontPanel QGroupBox::title { subcontrol-origin: margin; left: 10px; padding: 0 4px; }
 #FrontPanel QToolButton { background: #424852; color: #f2f4f8; border: 1px solid #1c1f24;
   border-radius: 4px; padding: 3px 6px; min-height: 22px; }
+#FrontPanel QToolButton[knobSide="true"] { padding: 3px 3px; }
 #FrontPanel QToolButton:hover { background: #535b68; }
 #FrontPanel QToolButton:pressed { background: #2a2e35; }
 #FrontPanel QLabel { color: #c8cdd6; font-size: 11px; }
+#FrontPanel QTabBar::tab { background: #353a42; color: #c8cdd6; border: 1px solid #1c1f24;
+  border-bottom: none; border-top-left-radius: 4px; border-top-right-radius: 4px;
+  padding: 4px 10px; margin-right: 2px; }
+#FrontPanel QTabBar::tab:selected { background: #4c535e; color: #ffffff; }
 )";
 
 } // namespace
@@ -293,16 +300,42 @@ FrontPanel::FrontPanel(bool keyboardOnly, QWidget* parent)
     });
     for (const VirtualKey& k : kKeys)
         makeKey(k);
-    // The sections as on the instrument: run control and menus above, the
-    // vertical, horizontal and trigger columns, the function keys below.
-    auto* layout = new QGridLayout(this);
-    layout->setSpacing(6);
-    layout->setContentsMargins(6, 6, 6, 6);
-    auto section = [](const char* group) {
-        auto* box = new QGroupBox;
-        box->setObjectName(QString("grp") + group);
-        return box;
-    };
+    buildSections();
+    key("VK_La")->setVisible(true); // the digital channels are presented
+    SetLamps(true, 0);
+    captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
+    applyCaptions(CaptionLanguage());
+}
+
+namespace {
+
+// Where each section goes in either form, in kGroups' order: its cell in
+// the columns (row, column, column span), the page holding it, and the
+// direction of its keys in the columns and on a page.
+struct SectionPlace {
+    int row, column, span;
+    int page;
+    QBoxLayout::Direction inColumns, onPage;
+};
+const SectionPlace kPlaces[] = {
+    {0, 0, 1, 0, QBoxLayout::LeftToRight, QBoxLayout::TopToBottom}, // Run
+    {1, 0, 1, 1, QBoxLayout::TopToBottom, QBoxLayout::LeftToRight}, // Vertical
+    {1, 1, 1, 2, QBoxLayout::TopToBottom, QBoxLayout::LeftToRight}, // Horizontal
+    {1, 2, 1, 3, QBoxLayout::TopToBottom, QBoxLayout::LeftToRight}, // Trigger
+    {0, 1, 2, 0, QBoxLayout::TopToBottom, QBoxLayout::TopToBottom}, // Menu
+    {2, 0, 3, 4, QBoxLayout::LeftToRight, QBoxLayout::LeftToRight}, // Function
+};
+constexpr int kPages = 5;
+const char* pageTitle(int page, bool chinese) {
+    static const char* const english[kPages] = {"Run, Menu", "Vertical", "Horizontal", "Trigger",
+                                                "Function"};
+    static const char* const chineseTitles[kPages] = {"运行、菜单", "垂直", "水平", "触发", "功能"};
+    return chinese ? chineseTitles[page] : english[page];
+}
+
+} // namespace
+
+void FrontPanel::buildSections() {
     auto keysRow = [this](std::initializer_list<const char*> controls) {
         auto* row = new QHBoxLayout;
         row->setSpacing(3);
@@ -310,54 +343,132 @@ FrontPanel::FrontPanel(bool keyboardOnly, QWidget* parent)
             row->addWidget(key(c));
         return row;
     };
+    // Each section's keys in one box layout, whose direction the form turns.
+    for (const char* group : kGroups) {
+        auto* box = new QGroupBox;
+        box->setObjectName(QString("grp") + group);
+        auto* keys = new QBoxLayout(QBoxLayout::TopToBottom, box);
+        keys->setContentsMargins(4, 2, 4, 2); // the box's padding is margin enough
+        sections_.push_back(box);
+        sectionRows_.push_back(keys);
+        const QString g = group;
+        if (g == "Run") {
+            keys->addWidget(key("VK_Run"));
+            keys->addWidget(key("VK_Auto"));
+        } else if (g == "Vertical") {
+            auto* channels = new QVBoxLayout;
+            channels->addLayout(keysRow({"VK_CH1", "VK_CH2", "VK_Math"}));
+            channels->addLayout(keysRow({"VK_La", "VK_Ref", "VK_CH_Off"}));
+            keys->addLayout(channels);
+            keys->addLayout(knobUnit(0));
+            keys->addLayout(knobUnit(1));
+        } else if (g == "Horizontal") {
+            keys->addLayout(knobUnit(2));
+            keys->addLayout(knobUnit(3));
+            keys->addLayout(keysRow({"VK_TimeMenu"}));
+            keys->addStretch(1);
+        } else if (g == "Trigger") {
+            keys->addLayout(knobUnit(4));
+            auto* menuKeys = new QVBoxLayout;
+            menuKeys->addLayout(keysRow({"VK_Trig_Menu"}));
+            menuKeys->addLayout(keysRow({"VK_Trig_Force", "VK_Trig_50"}));
+            keys->addLayout(menuKeys);
+            keys->addStretch(1);
+        } else if (g == "Menu") {
+            keys->addLayout(keysRow({"VK_Acquire", "VK_Display", "VK_Cursor", "VK_Measure"}));
+            keys->addLayout(keysRow({"VK_Storage", "VK_Utility", "VK_Menu_Off"}));
+        } else {
+            keys->addLayout(keysRow({"VK_F1", "VK_F2", "VK_F3", "VK_F4", "VK_F5"}));
+            keys->addSpacing(12);
+            keys->addLayout(knobUnit(5));
+        }
+    }
+    columns_ = new QWidget;
+    auto* grid = new QGridLayout(columns_);
+    grid->setSpacing(6);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setRowStretch(3, 1);
+    tabs_ = new QTabBar;
+    tabs_->setObjectName("PanelPages");
+    tabs_->setExpanding(false);
+    tabs_->setDrawBase(false);
+    tabs_->setFocusPolicy(Qt::NoFocus);
+    pages_ = new QStackedWidget;
+    for (int page = 0; page < kPages; ++page) {
+        tabs_->addTab(QString());
+        auto* holder = new QWidget;
+        auto* row = new QHBoxLayout(holder);
+        row->setContentsMargins(0, 0, 0, 0);
+        row->setSpacing(6);
+        row->addStretch(1); // a page's sections packed to its left
+        pages_->addWidget(holder);
+    }
+    connect(tabs_, &QTabBar::currentChanged, pages_, &QStackedWidget::setCurrentIndex);
+    auto* layout = new QVBoxLayout(this);
+    layout->setSpacing(0);
+    layout->setContentsMargins(6, 6, 6, 6);
+    layout->addWidget(columns_);
+    layout->addWidget(tabs_);
+    layout->addWidget(pages_);
+    layout->addStretch(1);
+    form_ = PanelForm::Pages; // so that the first SetForm places the sections
+    SetForm(PanelForm::Columns);
+}
 
-    QGroupBox* run = section("Run");
-    auto* runLayout = new QVBoxLayout(run);
-    runLayout->addLayout(keysRow({"VK_Run", "VK_Auto"}));
-    QGroupBox* menu = section("Menu");
-    auto* menuLayout = new QVBoxLayout(menu);
-    menuLayout->addLayout(keysRow({"VK_Acquire", "VK_Display", "VK_Cursor", "VK_Measure"}));
-    menuLayout->addLayout(keysRow({"VK_Storage", "VK_Utility", "VK_Menu_Off"}));
+void FrontPanel::SetForm(PanelForm form) {
+    if (form == form_) return;
+    form_ = form;
+    const bool columns = form == PanelForm::Columns;
+    auto* grid = static_cast<QGridLayout*>(columns_->layout());
+    for (size_t i = 0; i < sections_.size(); ++i) {
+        const SectionPlace& place = kPlaces[i];
+        sectionRows_[i]->setDirection(columns ? place.inColumns : place.onPage);
+        if (columns)
+            grid->addWidget(sections_[i], place.row, place.column, 1, place.span);
+        else {
+            auto* row = static_cast<QBoxLayout*>(pages_->widget(place.page)->layout());
+            row->insertWidget(row->count() - 1, sections_[i], 0, Qt::AlignTop);
+        }
+    }
+    columns_->setVisible(columns);
+    tabs_->setVisible(!columns);
+    pages_->setVisible(!columns);
+    for (QLayout* l : findChildren<QLayout*>()) // the nested rows cache the old size
+        l->invalidate();
+    updateGeometry();
+}
 
-    QGroupBox* vertical = section("Vertical");
-    auto* vLayout = new QVBoxLayout(vertical);
-    vLayout->addLayout(keysRow({"VK_CH1", "VK_CH2", "VK_Math"}));
-    vLayout->addLayout(keysRow({"VK_La", "VK_Ref", "VK_CH_Off"}));
-    vLayout->addLayout(knobUnit(0));
-    vLayout->addLayout(knobUnit(1));
+QSize FrontPanel::FormSize(PanelForm form) {
+    QSize& size = formSize_[form == PanelForm::Columns ? 0 : 1];
+    if (!size.isValid()) {
+        const PanelForm was = form_;
+        SetForm(form);
+        size = layout()->sizeHint();
+        SetForm(was);
+    }
+    return size;
+}
 
-    QGroupBox* horizontal = section("Horizontal");
-    auto* hLayout = new QVBoxLayout(horizontal);
-    hLayout->addLayout(knobUnit(2));
-    hLayout->addLayout(knobUnit(3));
-    hLayout->addLayout(keysRow({"VK_TimeMenu"}));
-    hLayout->addStretch(1);
+QSize FrontPanel::minimumSizeHint() const {
+    // The smallest form: a window too small for the columns turns to pages.
+    const QSize pages = formSize_[1];
+    return pages.isValid() ? pages : QWidget::minimumSizeHint();
+}
 
-    QGroupBox* trigger = section("Trigger");
-    auto* tLayout = new QVBoxLayout(trigger);
-    tLayout->addLayout(knobUnit(4));
-    tLayout->addLayout(keysRow({"VK_Trig_Menu"}));
-    tLayout->addLayout(keysRow({"VK_Trig_Force", "VK_Trig_50"}));
-    tLayout->addStretch(1);
+void FrontPanel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (!autoForm_) return;
+    const QSize columns = FormSize(PanelForm::Columns);
+    SetForm(width() >= columns.width() && height() >= columns.height() ? PanelForm::Columns
+                                                                       : PanelForm::Pages);
+}
 
-    QGroupBox* function = section("Function");
-    auto* fLayout = new QHBoxLayout(function);
-    fLayout->addLayout(keysRow({"VK_F1", "VK_F2", "VK_F3", "VK_F4", "VK_F5"}));
-    fLayout->addSpacing(12);
-    fLayout->addLayout(knobUnit(5));
-
-    layout->addWidget(run, 0, 0);
-    layout->addWidget(menu, 0, 1, 1, 2);
-    layout->addWidget(vertical, 1, 0);
-    layout->addWidget(horizontal, 1, 1);
-    layout->addWidget(trigger, 1, 2);
-    layout->addWidget(function, 2, 0, 1, 3);
-    layout->setRowStretch(3, 1);
-
-    key("VK_La")->setVisible(true); // the digital channels are presented
-    SetLamps(true, 0);
-    captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
-    applyCaptions(CaptionLanguage());
+void FrontPanel::ShowPageOf(const QString& control) {
+    const VirtualKey* k = FindVirtualKey(control);
+    if (!k) return;
+    for (size_t i = 0; i < sections_.size(); ++i)
+        if (QLatin1String(kGroups[i]) == QLatin1String(k->group))
+            tabs_->setCurrentIndex(kPlaces[i].page);
 }
 
 QToolButton* FrontPanel::makeKey(const VirtualKey& k) {
@@ -427,8 +538,10 @@ QLayout* FrontPanel::knobUnit(int index) {
     caption->setAlignment(Qt::AlignCenter);
     unit->addWidget(caption);
     auto* row = new QHBoxLayout;
-    row->setSpacing(4);
+    row->setSpacing(2);
     row->addStretch(1);
+    for (const char* side : {keys.down, keys.up})
+        key(side)->setProperty("knobSide", true); // narrow: an arrow or a sign
     row->addWidget(key(keys.down), 0, Qt::AlignVCenter);
     row->addWidget(key(keys.push));
     row->addWidget(key(keys.up), 0, Qt::AlignVCenter);
@@ -499,6 +612,9 @@ void FrontPanel::applyCaptions(int index) {
     for (const char* group : kGroups)
         if (auto* box = findChild<QGroupBox*>(QString("grp") + group))
             box->setTitle(QString::fromUtf8(groupTitle(group, zh)));
+    for (int page = 0; page < kPages; ++page)
+        tabs_->setTabText(page, QString::fromUtf8(pageTitle(page, zh)));
+    formSize_[0] = formSize_[1] = QSize(); // the texts' widths changed
     for (const VirtualKey& k : kKeys) {
         QWidget* w = key(k.control);
         if (!w) continue;

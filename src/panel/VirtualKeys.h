@@ -9,7 +9,11 @@
 #include <functional>
 #include <vector>
 
+class QBoxLayout;
+class QGroupBox;
 class QLayout;
+class QStackedWidget;
+class QTabBar;
 class QTimer;
 
 enum class KeyKind { Release, Click, Hold };
@@ -74,6 +78,11 @@ private:
     bool dragged_ = false;
 };
 
+// How the front panel lays out its sections: all of them in the instrument's
+// columns, or one page at a time (chosen by tabs), each section in a row, for
+// a window too small for the columns.
+enum class PanelForm { Columns, Pages };
+
 // The drawn front panel: the keys and knobs in the instrument's sections,
 // with hover feedback, lamps, keyboard shortcuts and tool tips in the
 // caption language.
@@ -98,7 +107,23 @@ public:
     bool runLamp() const { return running_; }
     int channelLamp() const { return activeChannel_; }
 
+    PanelForm form() const { return form_; }
+    void SetForm(PanelForm form);
+    // The size the panel asks for in a form (measured once per language).
+    QSize FormSize(PanelForm form);
+    // Whether the panel picks its form from its own size (the keys window);
+    // the screen window picks it for the panel instead.
+    void SetAutoForm(bool on) { autoForm_ = on; }
+    QTabBar* pageTabs() const { return tabs_; }
+    // Shows the page holding a key's section (in the pages form).
+    void ShowPageOf(const QString& control);
+    QSize minimumSizeHint() const override;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void buildSections();
     void applyCaptions(int index);
     QToolButton* makeKey(const VirtualKey& k);
     QLayout* knobUnit(int index); // caption, down key, knob, up key
@@ -108,4 +133,12 @@ private:
     int captionRoutine_ = 0;
     bool running_ = true;
     int activeChannel_ = 0;
+    PanelForm form_ = PanelForm::Columns;
+    bool autoForm_ = false;
+    QSize formSize_[2]; // Columns, Pages; empty until measured
+    QWidget* columns_ = nullptr;
+    QTabBar* tabs_ = nullptr;
+    QStackedWidget* pages_ = nullptr;
+    std::vector<QGroupBox*> sections_;     // in kGroups' order
+    std::vector<QBoxLayout*> sectionRows_; // each section's keys, turned by the form
 };

@@ -47,7 +47,9 @@ frmV_Panel::frmV_Panel(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_DeleteOnClose);
     RawImage.assign(kLcdReply, 0);
     PixelColor.assign(kLcdReply + 1, 0);
-    auto* tools = new QHBoxLayout;
+    tools_ = new QWidget;
+    auto* tools = new QHBoxLayout(tools_);
+    tools->setContentsMargins(0, 0, 0, 0);
     auto tool = [tools](QToolButton*& b, const char* icon) {
         b = new QToolButton;
         b->setIcon(ThemeIcon(icon));
@@ -79,11 +81,12 @@ frmV_Panel::frmV_Panel(QWidget* parent) : QWidget(parent) {
     PanelWavePic_->setStyleSheet("background: black;");
     panel_ = new FrontPanel(false);
     auto* layout = new QVBoxLayout(this);
-    layout->addLayout(tools);
-    auto* row = new QHBoxLayout;
-    row->addWidget(PanelWavePic_, 0, Qt::AlignTop);
-    row->addWidget(panel_, 1);
-    layout->addLayout(row);
+    layout->setContentsMargins(4, 4, 4, 4); // room for the screen at twice its size
+    layout->addWidget(tools_);
+    row_ = new QBoxLayout(QBoxLayout::LeftToRight);
+    row_->addWidget(PanelWavePic_, 0, Qt::AlignTop | Qt::AlignLeft);
+    row_->addWidget(panel_, 1);
+    layout->addLayout(row_, 1);
     captionRoutine_ = AddCaptionRoutine([this](int index) { applyCaptions(index); });
     applyCaptions(CaptionLanguage());
     // Load: the picture runs, the loop starts once the window is up.
@@ -173,35 +176,63 @@ void frmV_Panel::cmdZoom_Click() {
     ZoomState = ZoomState == 0 ? 1 : 0;
     zoomChosen_ = true;
     PanelWavePic_->clear();
+    arrange(size()); // the keys make room for the screen, or take it back
 }
 
 void frmV_Panel::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    // The screen at twice its size when the window has room for it beside
-    // the panel, until the user chooses with Zoom.
-    if (zoomChosen_) return;
-    const bool room = need2x_.isValid()
-                          ? width() >= need2x_.width() && height() >= need2x_.height()
-                          : width() >= 2 * kLcdWidth + panel_->minimumSizeHint().width() + 40 &&
-                                height() >= 2 * kLcdHeight + 60;
-    ZoomState = room ? 1 : 0;
+    arrange(size());
 }
 
-QSize frmV_Panel::sizeAtZoom(int zoom) {
-    const int scale = zoom + 1;
-    PanelWavePic_->setFixedSize(kLcdWidth * scale, kLcdHeight * scale);
+PanelArrangement ChoosePanelArrangement(QSize room, QSize screen, QSize columns, QSize pages,
+                                        int spacing, int chosenZoom) {
+    const std::vector<int> zooms =
+        chosenZoom >= 0 ? std::vector<int>{chosenZoom} : std::vector<int>{1, 0};
+    for (int zoom : zooms) {
+        const QSize shown = screen * (zoom + 1);
+        if (shown.width() + spacing + columns.width() <= room.width() &&
+            std::max(shown.height(), columns.height()) <= room.height())
+            return {zoom, false};
+        if (std::max(shown.width(), pages.width()) <= room.width() &&
+            shown.height() + spacing + pages.height() <= room.height())
+            return {zoom, true};
+    }
+    return {std::max(chosenZoom, 0), true}; // nothing fits: the smallest
+}
+
+void frmV_Panel::arrange(QSize size) {
+    const QMargins m = layout()->contentsMargins();
+    const int spacing = layout()->spacing();
+    const QSize room(size.width() - m.left() - m.right(),
+                     size.height() - m.top() - m.bottom() - tools_->sizeHint().height() - spacing);
+    const PanelArrangement a = ChoosePanelArrangement(
+        room, QSize(kLcdWidth, kLcdHeight), panel_->FormSize(PanelForm::Columns),
+        panel_->FormSize(PanelForm::Pages), row_->spacing(), zoomChosen_ ? ZoomState : -1);
+    ZoomState = a.zoom;
+    if (a == arrangement_ && PanelWavePic_->width() == kLcdWidth * (a.zoom + 1)) return;
+    arrangement_ = a;
+    PanelWavePic_->setFixedSize(kLcdWidth * (a.zoom + 1), kLcdHeight * (a.zoom + 1));
+    row_->setDirection(a.below ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    panel_->SetForm(a.below ? PanelForm::Pages : PanelForm::Columns);
     for (QLayout* l : findChildren<QLayout*>()) // the nested rows cache the old size
         l->invalidate();
-    layout()->invalidate();
-    return sizeHint();
+}
+
+QSize frmV_Panel::minimumSizeHint() const {
+    // The screen at its own pixels with the keys in pages below it.
+    const QMargins m = layout()->contentsMargins();
+    const int spacing = layout()->spacing();
+    const QSize pages = panel_->minimumSizeHint();
+    const QSize tools = tools_->minimumSizeHint();
+    return {m.left() + m.right() + std::max({tools.width(), kLcdWidth, pages.width()}),
+            m.top() + m.bottom() + tools.height() + spacing + kLcdHeight + row_->spacing() +
+                pages.height()};
 }
 
 QSize frmV_Panel::OpeningSize(const QSize& room) {
-    need2x_ = sizeAtZoom(1);
-    const QSize single = sizeAtZoom(0);
-    ZoomState = need2x_.width() <= room.width() && need2x_.height() <= room.height() ? 1 : 0;
-    if (ZoomState == 1) sizeAtZoom(1);
-    return (ZoomState == 1 ? need2x_ : single).boundedTo(room);
+    arrange(room);
+    layout()->activate();
+    return sizeHint().boundedTo(room);
 }
 
 void frmV_Panel::cmdExport_Click() {
@@ -238,6 +269,7 @@ frmV_Key::frmV_Key(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(FormText("frmV_Key", "Caption"));
     panel_ = new FrontPanel(true);
+    panel_->SetAutoForm(true); // pages when the window is too small for the columns
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(panel_);

@@ -9,8 +9,21 @@
 #include <vector>
 
 class FrontPanel;
+class QBoxLayout;
 class QLabel;
 class QToolButton;
+
+// Where the screen and the keys go in the room a window gives them: the
+// screen's zoom (0 its own pixels, 1 twice), and the keys beside it in
+// columns or below it in pages. The larger screen when it fits with either,
+// columns before pages; chosenZoom (-1 none) is the user's own choice.
+struct PanelArrangement {
+    int zoom = 0;
+    bool below = false;
+    bool operator==(const PanelArrangement&) const = default;
+};
+PanelArrangement ChoosePanelArrangement(QSize room, QSize screen, QSize columns, QSize pages,
+                                        int spacing, int chosenZoom);
 
 extern bool PanelRunning; // the picture is being refreshed
 extern bool PanelOpen;    // the panel window exists
@@ -36,6 +49,8 @@ public:
     // area the window opens in) holds it, else at its own; the zoom is set
     // to match. Whole steps only: the picture is never smoothed.
     QSize OpeningSize(const QSize& room);
+    PanelArrangement arrangement() const { return arrangement_; }
+    QSize minimumSizeHint() const override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -43,10 +58,12 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QSize sizeAtZoom(int zoom); // the window's size hint with the screen at that zoom
-    QSize need2x_;              // the size that holds the doubled screen, once measured
-    void refreshLoop();         // one round of tDrawBmp's loop, then the next
-    void closeWindow();         // the window, or the child window holding it
+    void arrange(QSize size); // the screen and keys laid out for the window at that size
+    QBoxLayout* row_;
+    QWidget* tools_;
+    PanelArrangement arrangement_;
+    void refreshLoop(); // one round of tDrawBmp's loop, then the next
+    void closeWindow(); // the window, or the child window holding it
     void applyCaptions(int index);
     std::vector<std::uint8_t> RawImage;
     std::vector<std::uint32_t> PixelColor;

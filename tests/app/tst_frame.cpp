@@ -13,6 +13,7 @@
 #include "controller/PraseCtrlList.h"
 #include "controller/frmCtrlList.h"
 #include "link/LinkState.h"
+#include "panel/VirtualKeys.h"
 #include "panel/frmV_Panel.h"
 #include "platform/Pacing.h"
 #include "platform/Settings.h"
@@ -27,14 +28,17 @@
 
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QPointer>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QtTest>
 #include <memory>
@@ -128,21 +132,27 @@ void TestFrame::firstStartTakesThreeQuartersOfTheScreen() {
 
 // The virtual panel opened from its tree leaf on a frame of a user's screen
 // size: the screen at the largest whole zoom the area holds (twice its
-// pixels on a full-HD screen, its own at 800x600), the program's icon on its
-// window. Then the frame is left while the panel refreshes with the link's
+// pixels from 1280x800 up, its own at 800x600), every key shown within the
+// area's view, in columns beside the screen or in pages below it; a click on
+// a page's tab and on a key there works the instrument; the program's icon on
+// its window. Then the frame is left while the panel refreshes with the link's
 // real pauses (File > Exit, or the window's close button): no message, the
 // keys unlocked once as the last word to the instrument.
 void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst_data() {
     QTest::addColumn<QSize>("screen");
     QTest::addColumn<QSize>("lcd");
+    QTest::addColumn<bool>("pages");
     QTest::addColumn<bool>("closeButton");
-    QTest::newRow("800x600, File > Exit") << QSize(800, 600) << QSize(320, 234) << false;
-    QTest::newRow("1920x1080, close button") << QSize(1920, 1080) << QSize(640, 468) << true;
+    QTest::newRow("800x600, File > Exit") << QSize(800, 600) << QSize(320, 234) << true << false;
+    QTest::newRow("1280x800, close button") << QSize(1280, 800) << QSize(640, 468) << true << true;
+    QTest::newRow("1920x1080, close button")
+        << QSize(1920, 1080) << QSize(640, 468) << false << true;
 }
 
 void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
     QFETCH(QSize, screen);
     QFETCH(QSize, lcd);
+    QFETCH(bool, pages);
     QFETCH(bool, closeButton);
     startFrame();
     frame_->setGeometry(QRect(QPoint(0, 0), screen));
@@ -169,6 +179,41 @@ void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
     QVERIFY(picture);
     QCOMPARE(picture->size(), lcd);
 
+    FrontPanel* keys = panel->panel();
+    QCOMPARE(keys->form() == PanelForm::Pages, pages);
+    if (pages) {
+        QTabBar* tabs = keys->pageTabs();
+        QVERIFY(!keys->key("VK_CH2")->isVisible());
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
+    }
+    auto* mdi = frame_->findChild<QMdiArea*>();
+    const QRect view(mdi->viewport()->mapTo(frame_.get(), QPoint(0, 0)), mdi->viewport()->size());
+    QTRY_VERIFY(keys->key("VK_CH2")->isVisible());
+    QList<QWidget*> shown = {picture};
+    for (QToolButton* key : keys->findChildren<QToolButton*>())
+        if (key->isVisible()) shown << key;
+    QVERIFY(shown.size() >= 9); // the vertical section's keys and knobs at least
+    for (QWidget* w : shown) {
+        const QRect at(w->mapTo(frame_.get(), QPoint(0, 0)), w->size());
+        QVERIFY2(view.contains(at), qPrintable(QString("%1 at %2,%3 %4x%5, the view %6x%7")
+                                                   .arg(w->objectName())
+                                                   .arg(at.x() - view.x())
+                                                   .arg(at.y() - view.y())
+                                                   .arg(at.width())
+                                                   .arg(at.height())
+                                                   .arg(view.width())
+                                                   .arg(view.height())));
+    }
+    simulator.instrument().ClearLog();
+    QTest::mouseClick(keys->key("VK_CH2"), Qt::LeftButton);
+    auto said = [&] {
+        QStringList out;
+        for (const sim::LogEntry& e : simulator.instrument().Log())
+            out << QString::fromStdString(e.command);
+        return out;
+    };
+    QTRY_VERIFY(said().contains(":KEY:CHANNEL2"));
+
     platform::SetPacingScale(1); // each round now takes the link's real pauses
     simulator.instrument().ClearLog();
     QTest::qWait(700);
@@ -182,11 +227,8 @@ void TestFrame::exitWithThePanelOpenEndsItsRefreshFirst() {
     QVERIFY(!panel);
     QVERIFY(!PanelOpen && !PanelRunning);
     QVERIFY2(tp_->boxes.isEmpty(), qPrintable(tp_->prompts().join("; ")));
-    QStringList said;
-    for (const sim::LogEntry& e : simulator.instrument().Log())
-        said << QString::fromStdString(e.command);
-    QCOMPARE(said.filter(":KEY:LOCK DISABLE").size(), 1);
-    QCOMPARE(said.last(), QString(":KEY:LOCK DISABLE"));
+    QCOMPARE(said().filter(":KEY:LOCK DISABLE").size(), 1);
+    QCOMPARE(said().last(), QString(":KEY:LOCK DISABLE"));
     platform::SetSimulatedUsbDirectory(QString());
 }
 

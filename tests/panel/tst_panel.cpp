@@ -29,6 +29,8 @@ private slots:
     void replyFraming();
     void palettes();
     void doubledByReplication();
+    void screenAndKeysShareTheRoom_data();
+    void screenAndKeysShareTheRoom();
     void fetchMatchesTheInstrumentsScreen();
     void readFailureSaysSoAndResetsTheLink();
     void panelNeedsUsb();
@@ -104,6 +106,33 @@ void TestPanel::doubledByReplication() {
     for (QPoint p : {QPoint(2, 2), QPoint(3, 2), QPoint(2, 3), QPoint(3, 3)})
         QCOMPARE(doubled.pixelColor(p), QColor(255, 0, 0));
     QCOMPARE(doubled.pixelColor(4, 2), QColor(0, 0, 0));
+}
+
+// The screen 320x234, the keys 550x450 in columns, 470x140 in pages, 6 px
+// between: the larger screen when it fits with either form, columns first.
+void TestPanel::screenAndKeysShareTheRoom_data() {
+    QTest::addColumn<QSize>("room");
+    QTest::addColumn<int>("chosenZoom");
+    QTest::addColumn<int>("zoom");
+    QTest::addColumn<bool>("below");
+    QTest::newRow("full HD: twice, columns beside") << QSize(1600, 900) << -1 << 1 << false;
+    QTest::newRow("1280x800: twice, pages below") << QSize(960, 660) << -1 << 1 << true;
+    QTest::newRow("one pixel short of pages below twice") << QSize(960, 613) << -1 << 0 << false;
+    QTest::newRow("800x600: own size, pages below") << QSize(480, 450) << -1 << 0 << true;
+    QTest::newRow("user's own size: columns beside") << QSize(960, 660) << 0 << 0 << false;
+    QTest::newRow("user's twice in a small room") << QSize(480, 450) << 1 << 1 << true;
+    QTest::newRow("nothing fits: the smallest") << QSize(200, 200) << -1 << 0 << true;
+}
+
+void TestPanel::screenAndKeysShareTheRoom() {
+    QFETCH(QSize, room);
+    QFETCH(int, chosenZoom);
+    QFETCH(int, zoom);
+    QFETCH(bool, below);
+    const PanelArrangement a = ChoosePanelArrangement(room, QSize(320, 234), QSize(550, 450),
+                                                      QSize(470, 140), 6, chosenZoom);
+    QCOMPARE(a.zoom, zoom);
+    QCOMPARE(a.below, below);
 }
 
 void TestPanel::fetchMatchesTheInstrumentsScreen() {

@@ -20,6 +20,7 @@
 #include "measure/frmPassFailed.h"
 #include "panel/frmV_Panel.h"
 #include "shared/LoadLanguage.h"
+#include "shared/SoftwareSetting.h"
 #include "sheet/DataSheet.h"
 #include "sheet/DocWindow.h"
 #include "sheet/SheetRecords.h"
@@ -132,6 +133,19 @@ const QList<WindowMaker>& makers() {
              if (auto* sub = panel ? qobject_cast<QMdiSubWindow*>(panel->parentWidget()) : nullptr)
                  sub->showMaximized();
              return panel;
+         }},
+        {"virtual panel, keys alone",
+         [](frmMain& f) -> QWidget* {
+             // Over RS232 the node opens the keys without the screen.
+             const int io = SoftwareSetting.ScopeIOType;
+             SoftwareSetting.ScopeIOType = kIoTypeRs232;
+             const QTreeWidgetItem* item = treeRow(f, TreeLabel("Virtual Panel"));
+             if (item) PraseCtrlList(frmCtrlList::FullPath(item));
+             SoftwareSetting.ScopeIOType = io;
+             QWidget* keys = f.findChild<frmV_Key*>();
+             if (auto* sub = keys ? qobject_cast<QMdiSubWindow*>(keys->parentWidget()) : nullptr)
+                 sub->showMaximized();
+             return keys;
          }},
     };
     return list;
@@ -280,10 +294,7 @@ QStringList TestWindows::faultsIn(int window, int language, QMap<QString, QStrin
             if (auto* area = qobject_cast<QMdiArea*>(p); area && !inScroller) mdi = area;
             if (qobject_cast<QAbstractScrollArea*>(p)) inScroller = true;
         }
-        // The front panel's keys are wider than 800x600 leaves beside the
-        // docks; until they reflow, the area's scroll bars show them.
-        const bool panel = qobject_cast<frmV_Panel*>(w) || qobject_cast<frmV_Key*>(w);
-        if (mdi && !panel && !qobject_cast<QMdiSubWindow*>(c) && c->parentWidget() != mdi) {
+        if (mdi && !qobject_cast<QMdiSubWindow*>(c) && c->parentWidget() != mdi) {
             const QRect view(mdi->viewport()->mapTo(c->window(), QPoint(0, 0)),
                              mdi->viewport()->size());
             const QRect at(c->mapTo(c->window(), QPoint(0, 0)), c->size());
