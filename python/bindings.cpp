@@ -117,9 +117,9 @@ void startDecoders() {
 }
 
 // A vector handed to NumPy without a copy: the array owns it.
-template <typename T> py::array_t<T> arrayOf(std::vector<T>&& values) {
-    auto* owned = new std::vector<T>(std::move(values));
-    py::capsule free(owned, [](void* p) { delete static_cast<std::vector<T>*>(p); });
+template <typename T, typename A> py::array_t<T> arrayOf(std::vector<T, A>&& values) {
+    auto* owned = new std::vector<T, A>(std::move(values));
+    py::capsule free(owned, [](void* p) { delete static_cast<std::vector<T, A>*>(p); });
     return py::array_t<T>(static_cast<py::ssize_t>(owned->size()), owned->data(), free);
 }
 

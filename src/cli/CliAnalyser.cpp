@@ -101,7 +101,7 @@ int RunSpectrumFile(const CliRequest& r) {
     const std::int64_t from = std::isnan(r.from) ? 0 : std::max<std::int64_t>(0, sampleAt(r.from));
     const std::int64_t to =
         std::isnan(r.to) ? t.points : std::min<std::int64_t>(t.points, sampleAt(r.to));
-    const std::vector<float> v = MemoryVolts(rec, channel, from, to - from);
+    const auto v = MemoryVolts(rec, channel, from, to - from);
     const std::vector<double> volts(v.begin(), v.end());
     return printSpectrum(r, QString("CH%1").arg(channel),
                          ComputeRmsSpectrum(volts.data(), volts.size(), t.sampleRate,

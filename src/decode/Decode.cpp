@@ -11,7 +11,7 @@
 
 namespace decode {
 
-std::vector<bool> ThresholdLane(const std::vector<float>& volts, double threshold,
+std::vector<bool> ThresholdLane(std::span<const float> volts, double threshold,
                                 double hysteresis) {
     std::vector<bool> out(volts.size());
     const double high = threshold + std::abs(hysteresis) / 2,

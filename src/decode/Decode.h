@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <vector>
 
 struct Capture;
@@ -31,7 +32,7 @@ struct DecodeInput {
 DecodeInput InputOfCapture(const Capture& capture, const DecodeSetup& setup);
 // One analogue channel to logic with hysteresis, starting from the side the
 // first sample lies on.
-std::vector<bool> ThresholdLane(const std::vector<float>& volts, double threshold,
+std::vector<bool> ThresholdLane(std::span<const float> volts, double threshold,
                                 double hysteresis);
 
 struct Annotation {

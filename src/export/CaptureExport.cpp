@@ -62,8 +62,8 @@ float MemoryCaptureScale(const MemoryRecord& r, int channel) {
                : (r.CaptureScale2 != 0 ? r.CaptureScale2 : r.VoltDiv2);
 }
 
-std::vector<float> MemoryVolts(const MemoryRecord& r, int channel, std::int64_t from,
-                               std::int64_t count) {
+platform::LargeVector<float> MemoryVolts(const MemoryRecord& r, int channel,
+                                         std::int64_t from, std::int64_t count) {
     const bool one = channel == 1;
     const auto& data = one ? r.Ch1Data : r.Ch2Data;
     const float scale = MemoryCaptureScale(r, channel);
@@ -72,22 +72,17 @@ std::vector<float> MemoryVolts(const MemoryRecord& r, int channel, std::int64_t 
     const double ground = 100 - (scale != 0 ? ValueToPoints(offset, scale) : 0);
     from = std::clamp<std::int64_t>(from, 0, static_cast<std::int64_t>(data.size()));
     count = std::clamp<std::int64_t>(count, 0, static_cast<std::int64_t>(data.size()) - from);
-    // The samples are file bytes plus a small correction: a few hundred
-    // distinct values, each turned to volts once.
+    // volts(sample - 25) as one multiply-add a sample, in float so that the
+    // loop converts and scales several samples an instruction.
     const std::int16_t* in = data.data() + from;
-    int first = count > 0 ? in[0] : 0, last = count > 0 ? in[0] : -1;
-    for (std::int64_t i = 0; i < count; ++i) { // min and max in one vectorised pass
-        first = std::min<int>(first, in[i]);
-        last = std::max<int>(last, in[i]);
-    }
-    std::vector<float> voltsOf(static_cast<std::size_t>(std::max(last - first + 1, 0)));
-    for (int row = first; row <= last; ++row)
-        voltsOf[static_cast<std::size_t>(row - first)] = volts(row - 25, ground, scale);
-    std::vector<float> v;
+    const auto k = static_cast<float>(scale / 25.0);
+    const auto g = static_cast<float>((ground + 25) * scale / 25.0);
+    platform::LargeVector<float> v;
     platform::ReserveLarge(v, static_cast<std::size_t>(count));
     v.resize(static_cast<std::size_t>(count));
-    for (std::size_t i = 0; i < v.size(); ++i)
-        v[i] = voltsOf[static_cast<std::size_t>(in[i] - first)];
+    float* out = v.data();
+    for (std::int64_t i = 0; i < count; ++i)
+        out[i] = g - k * static_cast<float>(in[i]);
     return v;
 }
 
@@ -143,7 +138,7 @@ Capture CaptureOfScreen(const WaveRecord& r, QString* error) {
         const double scale = ParseVoltTextWide(PointForm(n == 1 ? r.Ch1Scale : r.Ch2Scale));
         const double offset = ParseVoltTextWide(PointForm(n == 1 ? r.Ch1Offset : r.Ch2Offset));
         const double ground = 100 - (scale != 0 ? offset * 25 / scale : 0);
-        std::vector<float> v(600);
+        platform::LargeVector<float> v(600);
         for (int i = 0; i < 600; ++i)
             v[static_cast<std::size_t>(i)] = volts(data[i + 1], ground, scale);
         c.analogNames << QString("CH%1").arg(n);
@@ -175,7 +170,7 @@ Capture CaptureOfFrame(const RecordRecord& r, int frame, QString* error) {
     const double scale = ParseVoltTextWide(PointForm(r.VoltDiv));
     const double offset = ParseVoltTextWide(PointForm(r.Offset));
     const double ground = 100 - (scale != 0 ? offset * 25 / scale : 0);
-    std::vector<float> v;
+    platform::LargeVector<float> v;
     for (int k = 0; k < 300; ++k) {
         const int row = FrameSample(r, frame, k);
         if (row < 0) break;
@@ -222,7 +217,7 @@ WaveRecord ScreenOfCapture(const Capture& c) {
     for (std::size_t a = 0; a < c.analog.size() && a < 2; ++a) {
         const bool one = c.analogNames.value(static_cast<int>(a)) != QLatin1String("CH2");
         const double scale = a < c.voltsPerDiv.size() ? c.voltsPerDiv[a] : 1.0;
-        const std::vector<float>& v = c.analog[a];
+        const auto& v = c.analog[a];
         SampleArray& out = one ? s.Ch1Samples : s.Ch2Samples;
         for (int column = 0; column < 300; ++column) {
             float first = v[static_cast<std::size_t>(sampleAt(2 * column))];
@@ -434,7 +429,8 @@ QByteArray npyHeader(const char* descr, const QByteArray& shape) {
     return h + dict;
 }
 
-template <typename T> QByteArray npyArray(const char* descr, const std::vector<T>& v) {
+template <typename Vector> QByteArray npyArray(const char* descr, const Vector& v) {
+    using T = typename Vector::value_type;
     QByteArray a = npyHeader(descr, "(" + QByteArray::number(static_cast<qint64>(v.size())) + ",)");
     a.append(reinterpret_cast<const char*>(v.data()), static_cast<qsizetype>(v.size() * sizeof(T)));
     return a;

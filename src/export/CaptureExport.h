@@ -18,10 +18,10 @@ struct Capture {
     double sampleRate = 0;                  // samples a second
     double firstTime = 0;                   // seconds of sample 0; the trigger is at time 0
     QStringList analogNames;                // "CH1", "CH2"
-    std::vector<std::vector<float>> analog; // volts, one vector a channel
+    std::vector<platform::LargeVector<float>> analog; // volts, one vector a channel
     std::vector<double> voltsPerDiv;        // the capture's scale a channel
     bool hasLogic = false;
-    std::vector<std::uint16_t> logic; // D0 in bit 0 ... D15 in bit 15
+    platform::LargeVector<std::uint16_t> logic; // D0 in bit 0 ... D15 in bit 15
     std::int64_t samples() const;
     // The sample at time 0, or -1 when the trigger lies outside the capture.
     std::int64_t triggerSample() const;
@@ -34,8 +34,8 @@ struct Capture {
 // (no samples) with *error when there is nothing to export.
 // A memory wave channel's samples [from, from + count) in volts, at the
 // capture's own scale and offset (what the exports write); and that scale.
-std::vector<float> MemoryVolts(const MemoryRecord& rec, int channel, std::int64_t from,
-                               std::int64_t count);
+platform::LargeVector<float> MemoryVolts(const MemoryRecord& rec, int channel,
+                                         std::int64_t from, std::int64_t count);
 float MemoryCaptureScale(const MemoryRecord& rec, int channel);
 // withAnalog false leaves the analogue channels out (a logic decode needs none).
 Capture CaptureOfMemory(const MemoryRecord& rec, QString* error, bool withAnalog = true);

@@ -68,7 +68,7 @@ char* writeExpPicture(char* out, float value) {
 }
 
 struct ChannelRows {
-    const std::vector<std::int16_t>* data = nullptr;
+    const platform::LargeVector<std::int16_t>* data = nullptr;
     std::int64_t n = 0;
     double dt = 0, mid = 0, t0 = 0;
     int a = 100;

@@ -52,9 +52,11 @@ std::int64_t StepTimeLadder(std::int64_t picoseconds, bool up) {
 }
 
 void MemoryView::attach(const MemoryRecord& rec) {
-    ch1_.build(rec.Ch1Valid ? rec.Ch1Data : std::vector<std::int16_t>());
-    ch2_.build(rec.Ch2Valid ? rec.Ch2Data : std::vector<std::int16_t>());
-    la_.build(rec.LAValid ? rec.LAData : std::vector<std::uint8_t>(),
+    using Samples = std::span<const std::int16_t>;
+    ch1_.build(rec.Ch1Valid ? Samples(rec.Ch1Data) : Samples());
+    ch2_.build(rec.Ch2Valid ? Samples(rec.Ch2Data) : Samples());
+    la_.build(rec.LAValid ? std::span<const std::uint8_t>(rec.LAData)
+                          : std::span<const std::uint8_t>(),
               rec.Alternate ? rec.Points1 : rec.PointsMain);
 }
 

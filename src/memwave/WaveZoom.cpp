@@ -70,7 +70,7 @@ void walkRange(std::int64_t first, std::int64_t last, int block, std::size_t lev
 
 } // namespace
 
-void MinMaxPyramid::build(const std::vector<std::int16_t>& samples) {
+void MinMaxPyramid::build(std::span<const std::int16_t> samples) {
     min_.clear();
     max_.clear();
     size_ = static_cast<std::int64_t>(samples.size());
@@ -91,7 +91,7 @@ void MinMaxPyramid::build(const std::vector<std::int16_t>& samples) {
     buildLevels(max_, [](std::int16_t x, std::int16_t y) { return std::max(x, y); });
 }
 
-bool MinMaxPyramid::range(const std::vector<std::int16_t>& samples, std::int64_t first,
+bool MinMaxPyramid::range(std::span<const std::int16_t> samples, std::int64_t first,
                           std::int64_t last, int* low, int* high) const {
     const std::int64_t n = std::min<std::int64_t>(size_, static_cast<std::int64_t>(samples.size()));
     first = std::max<std::int64_t>(first, 0);
@@ -113,14 +113,14 @@ bool MinMaxPyramid::range(const std::vector<std::int16_t>& samples, std::int64_t
     return true;
 }
 
-std::uint16_t DigitalPyramid::word(const std::vector<std::uint8_t>& section, std::int64_t i) const {
+std::uint16_t DigitalPyramid::word(std::span<const std::uint8_t> section, std::int64_t i) const {
     const std::size_t at = static_cast<std::size_t>(i) * static_cast<std::size_t>(bytes_);
     if (i < 0 || at + static_cast<std::size_t>(bytes_) > section.size()) return 0;
     return bytes_ == 2 ? static_cast<std::uint16_t>(section[at] | (section[at + 1] << 8))
                        : section[at];
 }
 
-void DigitalPyramid::build(const std::vector<std::uint8_t>& section, std::int32_t points) {
+void DigitalPyramid::build(std::span<const std::uint8_t> section, std::int32_t points) {
     and_.clear();
     or_.clear();
     bytes_ = points > 524288 ? 1 : 2;
@@ -144,7 +144,7 @@ void DigitalPyramid::build(const std::vector<std::uint8_t>& section, std::int32_
                 [](std::uint16_t x, std::uint16_t y) { return static_cast<std::uint16_t>(x | y); });
 }
 
-bool DigitalPyramid::range(const std::vector<std::uint8_t>& section, std::int64_t first,
+bool DigitalPyramid::range(std::span<const std::uint8_t> section, std::int64_t first,
                            std::int64_t last, std::uint16_t* everLow, std::uint16_t* everHigh,
                            std::uint16_t* lastWord) const {
     first = std::max<std::int64_t>(first, 0);
@@ -189,7 +189,7 @@ int rowOf(int raw) {
 }
 } // namespace
 
-void WaveZoom(ScreenColumns& dest, const std::vector<std::int16_t>& source,
+void WaveZoom(ScreenColumns& dest, std::span<const std::int16_t> source,
               const MinMaxPyramid& pyramid, const CaptureTiming& t, const VisibleRange& r) {
     dest.fill(0);
     if (r.empty() || source.empty()) return;
@@ -240,7 +240,7 @@ void WaveZoomV(ScreenColumns& columns, const VisibleRange& r, const VerticalZoom
         columns[static_cast<std::size_t>(i)] = ZoomRow(columns[static_cast<std::size_t>(i)], v);
 }
 
-void LAZoom(ScreenColumns& dest, const std::vector<std::uint8_t>& section,
+void LAZoom(ScreenColumns& dest, std::span<const std::uint8_t> section,
             const DigitalPyramid& pyramid, const CaptureTiming& t, const VisibleRange& r) {
     dest.fill(0);
     if (r.empty() || pyramid.size() == 0) return;

@@ -8,6 +8,7 @@
 // screen's width, however long the capture.
 #include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 // Where the screen lies: the first and last sample shown, and the columns they
@@ -35,10 +36,10 @@ VisibleRange VisibleRangeFor(const CaptureTiming& timing);
 class MinMaxPyramid {
 public:
     static constexpr int kBlock = 16;
-    void build(const std::vector<std::int16_t>& samples);
+    void build(std::span<const std::int16_t> samples);
     bool empty() const { return size_ == 0; }
     // [first, last] inclusive, clipped to the samples; false when nothing is left.
-    bool range(const std::vector<std::int16_t>& samples, std::int64_t first, std::int64_t last,
+    bool range(std::span<const std::int16_t> samples, std::int64_t first, std::int64_t last,
                int* low, int* high) const;
 
 private:
@@ -50,10 +51,10 @@ private:
 class DigitalPyramid {
 public:
     static constexpr int kBlock = 16;
-    void build(const std::vector<std::uint8_t>& section, std::int32_t points);
-    bool range(const std::vector<std::uint8_t>& section, std::int64_t first, std::int64_t last,
+    void build(std::span<const std::uint8_t> section, std::int32_t points);
+    bool range(std::span<const std::uint8_t> section, std::int64_t first, std::int64_t last,
                std::uint16_t* everLow, std::uint16_t* everHigh, std::uint16_t* lastWord) const;
-    std::uint16_t word(const std::vector<std::uint8_t>& section, std::int64_t i) const;
+    std::uint16_t word(std::span<const std::uint8_t> section, std::int64_t i) const;
     std::int64_t size() const { return size_; }
 
 private:
@@ -67,7 +68,7 @@ private:
 using ScreenColumns = std::array<int, 603>;
 
 // Horizontal zoom of one channel: rows (raw - 25) into the columns of the range.
-void WaveZoom(ScreenColumns& dest, const std::vector<std::int16_t>& source,
+void WaveZoom(ScreenColumns& dest, std::span<const std::int16_t> source,
               const MinMaxPyramid& pyramid, const CaptureTiming& timing, const VisibleRange& range);
 // Vertical zoom about the centre: rows drawn at the capture's scale and offset
 // moved to the shown scale and offset; held to the screen.
@@ -78,5 +79,5 @@ struct VerticalZoom {
 int ZoomRow(int row, const VerticalZoom& v);
 void WaveZoomV(ScreenColumns& columns, const VisibleRange& range, const VerticalZoom& v);
 // Digital data: the words of each column, a changing bit shown as an edge in it.
-void LAZoom(ScreenColumns& dest, const std::vector<std::uint8_t>& section,
+void LAZoom(ScreenColumns& dest, std::span<const std::uint8_t> section,
             const DigitalPyramid& pyramid, const CaptureTiming& timing, const VisibleRange& range);

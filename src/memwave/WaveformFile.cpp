@@ -66,9 +66,9 @@ struct HeadView {
 };
 
 // n + 1 samples from the source at p, corrected; what lies past its end is 0.
-std::vector<std::int16_t> section(ByteSource& source, qint64 p, std::int32_t n, int c) {
+platform::LargeVector<std::int16_t> section(ByteSource& source, qint64 p, std::int32_t n, int c) {
     const auto count = static_cast<std::size_t>(n) + 1;
-    std::vector<std::int16_t> out;
+    platform::LargeVector<std::int16_t> out;
     platform::ReserveLarge(out, count);
     std::vector<unsigned char> chunk(65536);
     while (out.size() < count) {

@@ -278,7 +278,7 @@ void frmOpenWaveform::buildControls() {
             from += (count - kMost) / 2;
             count = kMost;
         }
-        const std::vector<float> v = MemoryVolts(r, channel, from, count);
+        const auto v = MemoryVolts(r, channel, from, count);
         volts.assign(v.begin(), v.end());
         rate = t.sampleRate;
         return !volts.empty();

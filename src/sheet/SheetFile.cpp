@@ -24,6 +24,7 @@
 #include <charconv>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <thread>
 #include <type_traits>
@@ -481,7 +482,7 @@ void memoryFields(IO& io, Rec& r, bool& reserved, QString& reservedText, float& 
     io.integer(reservedByte);
 }
 
-template <typename T> void writeArray(SheetWriter& w, const std::vector<T>& a) {
+template <typename T, typename A> void writeArray(SheetWriter& w, const std::vector<T, A>& a) {
     w.integer(static_cast<std::int32_t>(a.size()));
     w.integers(a.data(), a.size());
 }
@@ -489,7 +490,8 @@ template <typename T> void writeArray(SheetWriter& w, const std::vector<T>& a) {
 // Runs this long and longer are read over the cores; shorter ones one by one.
 constexpr std::size_t kParallelRun = 1 << 18;
 
-template <typename T> void readArray(SheetReader& r, std::vector<T>& a, std::int64_t bound) {
+template <typename T, typename A>
+void readArray(SheetReader& r, std::vector<T, A>& a, std::int64_t bound) {
     const auto n = r.integer<std::int32_t>();
     if (n < 0 || n > bound) throw SheetFault("Overflow");
     if (n > r.remaining()) throw SheetFault("Input past end of file");
@@ -505,7 +507,7 @@ constexpr std::int64_t kRecordSamplesBound = 2100001;
 // The point counts of a memory wave must be what its arrays hold: a count
 // read from the file drives the viewer and the CSV's row count.
 void checkMemoryCounts(const MemoryRecord& m) {
-    auto within = [](std::int32_t points, const std::vector<std::int16_t>& data, bool valid) {
+    auto within = [](std::int32_t points, std::span<const std::int16_t> data, bool valid) {
         return points >= 0 && (!valid || points <= static_cast<std::int64_t>(data.size()));
     };
     auto withinLa = [&](std::int32_t points) {

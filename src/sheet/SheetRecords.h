@@ -4,6 +4,7 @@
 // packed from slot 0. A window finds its record through its slot (its Tag);
 // the records outlive their windows until the document is removed.
 #include "platform/Faults.h"
+#include "platform/LargeArray.h"
 
 #include <QString>
 #include <array>
@@ -121,8 +122,8 @@ struct MemoryRecord {
     QString Name, FilePath;
     bool Loaded = false, Used = false, AutoRunning = false;
     QString TriggerMode;                        // "ALTERNATION" or "EDGE"
-    std::vector<std::int16_t> Ch1Data, Ch2Data; // screen rows + 25, indexes 0..n
-    std::vector<std::uint8_t> LAData;           // the digital section as it came
+    platform::LargeVector<std::int16_t> Ch1Data, Ch2Data; // screen rows + 25, indexes 0..n
+    platform::LargeVector<std::uint8_t> LAData;           // the digital section as it came
     bool Ch1Valid = false, Ch2Valid = false, LAValid = false;
     std::uint8_t Ch1On = 0, Ch2On = 0, LAOn = 0;
     std::int32_t PointsMain = 0, Points1 = 0, Points2 = 0;

@@ -209,7 +209,7 @@ void TestDecode::analogueChannelThroughTheThreshold() {
         volts[i] = static_cast<float>(level + 0.3 * std::sin(i * 2.7)); // noise
     }
     capture.analogNames = QStringList{"CH1"};
-    capture.analog = {volts};
+    capture.analog = {platform::LargeVector<float>(volts.begin(), volts.end())};
     decode::DecodeSetup setup = setupOf({"uart:rx=CH1:baudrate=115200"});
     setup.threshold = 1.65;
     setup.hysteresis = 0.8;

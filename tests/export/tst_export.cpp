@@ -242,7 +242,7 @@ void TestExport::capturesGoOnTheScreenAndBack() {
     deep.sampleRate = 1e8;
     deep.analogNames = {"CH1"};
     deep.voltsPerDiv = {1.0};
-    deep.analog = {std::vector<float>(600000, 0.0f)};
+    deep.analog = {platform::LargeVector<float>(600000, 0.0f)};
     deep.analog[0][123457] = 3.0f; // three divisions up: row 25
     const WaveRecord shown = ScreenOfCapture(deep);
     const int column = 123457 * 300 / 600000;

@@ -500,7 +500,7 @@ void TestMemWave::alternateChannelsKeepTheirOwnRates() {
     MemoryView view;
     for (int channel : {1, 2}) {
         const CaptureTiming t = view.timing(rec, channel);
-        const std::vector<float> v = MemoryVolts(rec, channel, 0, t.points);
+        const auto v = MemoryVolts(rec, channel, 0, t.points);
         const std::vector<double> volts(v.begin(), v.end());
         const Spectrum s =
             ComputeRmsSpectrum(volts.data(), volts.size(), t.sampleRate, FftWindow::Hanning);

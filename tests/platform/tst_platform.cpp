@@ -5,6 +5,7 @@
 
 #include "platform/EndSignals.h"
 #include "platform/Faults.h"
+#include "platform/LargeArray.h"
 #include "platform/Pacing.h"
 #include "platform/SafeFile.h"
 #include "platform/Settings.h"
@@ -18,6 +19,7 @@
 #include <unistd.h>
 
 #include <QFile>
+
 #include <QtTest>
 #include <csignal>
 
@@ -40,7 +42,36 @@ private slots:
     void safeWriterTargets_data();
     void safeWriterTargets();
     void safeWriterRemovesOnlyStaleTemporaries();
+    void largeArraysGrowAndShrinkAcrossTheMappingSize();
 };
+
+// A deep capture's arrays: from 2 MB up in their own huge-page-aligned
+// mapping (outside the sanitizer), below it on the heap; growing across the
+// line keeps every value, and each free returns what was taken (a wrong
+// length would unmap a neighbour and crash the next touch).
+void TestPlatformSeams::largeArraysGrowAndShrinkAcrossTheMappingSize() {
+    platform::LargeVector<float> small(1000, 1.5f);
+    platform::LargeVector<float> neighbour(700000, 2.0f);
+    platform::LargeVector<std::uint16_t> v;
+    for (std::size_t n : {std::size_t(10), std::size_t(1) << 20, std::size_t(3) << 20,
+                          std::size_t(1) << 22}) {
+        const std::size_t was = v.size();
+        v.resize(n);
+        for (std::size_t i = was; i < n; ++i)
+            v[i] = static_cast<std::uint16_t>(i * 7);
+        for (std::size_t i = 0; i < n; i += 4093)
+            QCOMPARE(v[i], static_cast<std::uint16_t>(i * 7));
+        QCOMPARE(v[n - 1], static_cast<std::uint16_t>((n - 1) * 7));
+    }
+#if !defined(__SANITIZE_ADDRESS__)
+    QCOMPARE(reinterpret_cast<std::uintptr_t>(v.data()) % (2u << 20), std::uintptr_t(0));
+#endif
+    v = platform::LargeVector<std::uint16_t>(5, 9); // the large mapping given back
+    v.shrink_to_fit();
+    QCOMPARE(v.size(), std::size_t(5));
+    QCOMPARE(neighbour[699999], 2.0f);
+    QCOMPARE(small[999], 1.5f);
+}
 
 void TestPlatformSeams::settingsRoundTripThroughTheRealFile() {
     TestPlatform tp;
