@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "logger/LogPlot.h"
 
+#include "logger/LogStore.h"
+
 #include <QImage>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
+#include <numeric>
+#include <set>
 
 void TrendBlocks::add(std::size_t index, std::size_t size, double value) {
     const std::size_t block = index / size;
@@ -28,6 +32,76 @@ void TrendSeries::add(double time, double value, bool fails) {
     if (fails) failing.push_back(time);
     by8.add(v.size() - 1, 8, value);
     by64.add(v.size() - 1, 64, value);
+}
+
+bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
+                  const std::function<bool(double share)>& progress, QString* error) {
+    error->clear();
+    const std::optional<std::pair<double, double>> span = store.timeSpan(filter);
+    if (!span) {
+        *error = store.error().isEmpty() ? store.target().shown() + ": no samples logged"
+                                         : store.error();
+        return false;
+    }
+    out->began = span->first;
+    out->lanes.clear();
+    out->samples = 0;
+    const double length = std::max(span->second - span->first, 1e-9);
+    std::vector<std::pair<double, double>> gaps;
+    std::size_t nextGap = 0;
+    std::vector<TrendLane> lanes;
+    std::size_t rows = 0;
+    std::set<int> late; // lanes with a row written after a later one
+    std::vector<std::size_t> rowsOf;
+    bool cancelled = !progress(0);
+    const bool read =
+        !cancelled &&
+        store.readTrend(
+            filter, &lanes,
+            [&](double seconds, int lane, double value, bool fails) {
+                while (out->lanes.size() < lanes.size()) {
+                    const TrendLane& named = lanes[out->lanes.size()];
+                    TrendSeries s;
+                    s.title = named.channel + " " + named.measure;
+                    s.unit = named.unit;
+                    out->lanes.push_back(std::move(s));
+                }
+                const double at = seconds - out->began;
+                for (; nextGap < gaps.size() && gaps[nextGap].first <= seconds; ++nextGap)
+                    for (TrendSeries& s : out->lanes) // the line breaks where the gap began
+                        s.add(gaps[nextGap].first - out->began, NAN, false);
+                rowsOf.resize(out->lanes.size());
+                out->samples = std::max(out->samples, ++rowsOf[static_cast<std::size_t>(lane)]);
+                TrendSeries& into = out->lanes[static_cast<std::size_t>(lane)];
+                if (!into.t.empty() && at < into.t.back()) late.insert(lane);
+                into.add(at, value, fails);
+                if (++rows % 65536 == 0 && !progress((seconds - span->first) / length)) {
+                    cancelled = true;
+                    return false;
+                }
+                return true;
+            },
+            [&](double began, double seconds) { gaps.emplace_back(began, seconds); });
+    if (cancelled) return false;
+    if (!read) {
+        *error = store.error();
+        return false;
+    }
+    for (int lane : late) { // put in time order, blocks built anew
+        TrendSeries& s = out->lanes[static_cast<std::size_t>(lane)];
+        std::vector<std::size_t> order(s.t.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::stable_sort(order.begin(), order.end(),
+                         [&](std::size_t a, std::size_t b) { return s.t[a] < s.t[b]; });
+        TrendSeries sorted;
+        sorted.title = s.title;
+        sorted.unit = s.unit;
+        const std::set<double> failing(s.failing.begin(), s.failing.end());
+        for (std::size_t i : order)
+            sorted.add(s.t[i], s.v[i], failing.count(s.t[i]) > 0);
+        s = std::move(sorted);
+    }
+    return true;
 }
 
 std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns) {

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QWidget>
 #include <cmath>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -38,6 +39,23 @@ struct ColumnSpan {
 // [from, to], and where the gaps lie. A column without a sample is empty
 // (the line passes over it); one with a gap breaks the line.
 std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns);
+
+class LogStore;
+struct LogFilter;
+
+// A stored log as the plot's lanes ("CH1 Vpp", in the order met), times in
+// seconds from its first sample, each gap a break in every lane.
+struct StoredTrend {
+    double began = 0; // the first sample, seconds since 1970 (UTC)
+    std::vector<TrendSeries> lanes;
+    std::size_t samples = 0; // the most rows of one lane (a gap's break not counted)
+};
+// Reads the log for the plot. `progress` is told the share read (0 to 1)
+// now and then and returns false to cancel. False with *error when the
+// database cannot be read or holds no sample; false with *error empty when
+// cancelled.
+bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
+                  const std::function<bool(double share)>& progress, QString* error);
 
 class QPainter;
 

@@ -78,6 +78,29 @@ QString LogStore::timeParameter() const {
     return sqlite() ? QStringLiteral("?") : QStringLiteral("CAST(? AS TIMESTAMPTZ)");
 }
 
+QString LogStore::secondsColumn(const QString& column) const {
+    return sqlite() ? QString("(julianday(%1) - 2440587.5) * 86400.0").arg(column)
+                    : QString("EXTRACT(EPOCH FROM %1)::DOUBLE PRECISION").arg(column);
+}
+
+QString LogStore::conditions(const LogFilter& filter, const QString& column,
+                             QVariantList* values) const {
+    QString c;
+    if (filter.from) {
+        c += QString(" AND %1 >= %2").arg(column, timeParameter());
+        *values << LogTimeText(*filter.from);
+    }
+    if (filter.to) {
+        c += QString(" AND %1 <= %2").arg(column, timeParameter());
+        *values << LogTimeText(*filter.to);
+    }
+    if (!filter.instrument.isEmpty()) {
+        c += " AND instrument = ?";
+        *values << filter.instrument;
+    }
+    return c;
+}
+
 QString LogStore::timeColumn(const QString& column) const {
     return sqlite() ? column
                     : QString("to_char(%1 AT TIME ZONE 'UTC', 'YYYY-MM-DD\"T\"HH24:MI:SS.MS\"Z\"')")
@@ -292,23 +315,8 @@ bool LogStore::readRows(const LogFilter& filter,
     if (!connectDatabase()) return false;
     QString where = "WHERE 1 = 1";
     QVariantList values;
-    auto condition = [&](const QString& column) {
-        QString c;
-        if (filter.from) {
-            c += QString(" AND %1 >= %2").arg(column, timeParameter());
-            values << LogTimeText(*filter.from);
-        }
-        if (filter.to) {
-            c += QString(" AND %1 <= %2").arg(column, timeParameter());
-            values << LogTimeText(*filter.to);
-        }
-        if (!filter.instrument.isEmpty()) {
-            c += " AND instrument = ?";
-            values << filter.instrument;
-        }
-        return c;
-    };
-    const QString samples = condition("time"), gaps = condition("began");
+    const QString samples = conditions(filter, "time", &values);
+    const QString gaps = conditions(filter, "began", &values);
     QSqlQuery q(QSqlDatabase::database(connection_, false));
     q.setForwardOnly(true); // millions of rows pass through, none kept
     const QString sql =
@@ -345,13 +353,94 @@ bool LogStore::readRows(const LogFilter& filter,
     return true;
 }
 
+namespace {
+// A prepared, executed query, or false with its error said.
+bool run(QSqlQuery& q, const QString& sql, const QVariantList& values, QString* error,
+         const QString& who) {
+    if (q.prepare(sql)) {
+        for (const QVariant& v : values)
+            q.addBindValue(v);
+        if (q.exec()) return true;
+    }
+    *error = who + ": " + oneLine(q.lastError());
+    return false;
+}
+} // namespace
+
+std::optional<std::pair<double, double>> LogStore::timeSpan(const LogFilter& filter) {
+    if (!connectDatabase()) return std::nullopt;
+    QVariantList values;
+    const QString where = conditions(filter, "time", &values);
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    const QString sql = QString("SELECT %1, %2 FROM (SELECT MIN(time) AS first, MAX(time) AS "
+                                "last FROM samples WHERE 1 = 1%3) AS span")
+                            .arg(secondsColumn("first"), secondsColumn("last"), where);
+    if (!run(q, sql, values, &error_, target_.shown()) || !q.next() || q.isNull(0))
+        return std::nullopt;
+    return std::make_pair(q.value(0).toDouble(), q.value(1).toDouble());
+}
+
+bool LogStore::readTrend(
+    const LogFilter& filter, std::vector<TrendLane>* lanes,
+    const std::function<bool(double seconds, int lane, double value, bool fails)>& sample,
+    const std::function<void(double seconds, double length)>& gap) {
+    if (!connectDatabase()) return false;
+    QSqlDatabase db = QSqlDatabase::database(connection_, false);
+    QVariantList gapValues;
+    const QString gapWhere = conditions(filter, "began", &gapValues);
+    QSqlQuery g(db);
+    if (!run(g,
+             QString("SELECT %1, seconds FROM gaps WHERE 1 = 1%2 ORDER BY began")
+                 .arg(secondsColumn("began"), gapWhere),
+             gapValues, &error_, target_.shown()))
+        return false;
+    while (g.next())
+        gap(g.value(0).toDouble(), g.value(1).toDouble());
+    QVariantList values;
+    const QString where = conditions(filter, "time", &values);
+    QSqlQuery q(db);
+    q.setForwardOnly(true); // millions of rows pass through, none kept
+    // SQLite: the table's own order, the order rows were written in (time
+    // order but for a late flush), read without a sort or an index lookup a
+    // row.
+    const QString sql = QString("SELECT %1, channel, measure, unit, value, verdict = 'fail' "
+                                "FROM samples WHERE 1 = 1%2 ORDER BY %3")
+                            .arg(secondsColumn("time"), where, sqlite() ? "rowid" : "time");
+    if (!run(q, sql, values, &error_, target_.shown())) return false;
+    std::size_t last = 0;
+    while (q.next()) {
+        const TrendLane named{q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
+        // The measures of a sample follow one another: the lane after the
+        // last one is tried first.
+        std::size_t lane = lanes->size();
+        for (std::size_t k = 0; k < lanes->size(); ++k) {
+            const std::size_t at = (last + 1 + k) % lanes->size();
+            if ((*lanes)[at] == named) {
+                lane = at;
+                break;
+            }
+        }
+        if (lane == lanes->size()) lanes->push_back(named);
+        last = lane;
+        const QVariant value = q.value(4);
+        if (!sample(q.value(0).toDouble(), static_cast<int>(lane),
+                    value.isNull() ? NAN : value.toDouble(), q.value(5).toInt() == 1))
+            return true;
+    }
+    if (q.lastError().isValid()) {
+        error_ = target_.shown() + ": " + oneLine(q.lastError());
+        return false;
+    }
+    return true;
+}
+
 QByteArray LogStore::screen(const QString& instrument, const QDateTime& time) {
     if (!connectDatabase()) return {};
     QSqlQuery q(QSqlDatabase::database(connection_, false));
-    q.prepare(
-        QString("SELECT png FROM screens WHERE instrument = ? AND time = %1").arg(timeParameter()));
-    q.addBindValue(instrument);
+    q.prepare(QString("SELECT png FROM screens WHERE time = %1%2")
+                  .arg(timeParameter(), instrument.isEmpty() ? "" : " AND instrument = ?"));
     q.addBindValue(LogTimeText(time));
+    if (!instrument.isEmpty()) q.addBindValue(instrument);
     return q.exec() && q.next() ? q.value(0).toByteArray() : QByteArray();
 }
 

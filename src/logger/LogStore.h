@@ -15,10 +15,12 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QVariantList>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 constexpr int kLogSchemaVersion = 1;
 constexpr qint64 kHeldRowLimit = 1000000; // about 150 MB of rows held while a server is away
@@ -33,6 +35,12 @@ struct LogExportRow {
 struct LogFilter {
     std::optional<QDateTime> from, to; // inclusive
     QString instrument;                // empty: every instrument
+};
+
+// A measure's lane of a stored log: what the trend plot names it by.
+struct TrendLane {
+    QString channel, measure, unit;
+    bool operator==(const TrendLane&) const = default;
 };
 
 class LogStore {
@@ -64,7 +72,20 @@ public:
     // The log's rows in time order (gaps among them), each handed to `row`;
     // false with error() when the database cannot be read.
     bool readRows(const LogFilter& filter, const std::function<void(const LogExportRow&)>& row);
-    // The screen kept with a failing sample, or empty.
+    // The log for the trend plot, in numbers only, in the order written
+    // (time order but for rows held while the database was away): first
+    // each gap's start and length, then each sample's time (seconds since
+    // 1970, UTC), its lane (an index into *lanes, which grows as lanes are
+    // met), its value (NaN: none) and whether it failed. `sample` returns false to
+    // stop (a cancel); false with error() when the database cannot be read.
+    bool
+    readTrend(const LogFilter& filter, std::vector<TrendLane>* lanes,
+              const std::function<bool(double seconds, int lane, double value, bool fails)>& sample,
+              const std::function<void(double seconds, double length)>& gap);
+    // The first and last sample's time (seconds since 1970), if there are any.
+    std::optional<std::pair<double, double>> timeSpan(const LogFilter& filter);
+    // The screen kept with a failing sample (of any instrument when
+    // `instrument` is empty), or empty.
     QByteArray screen(const QString& instrument, const QDateTime& time);
 
 private:
@@ -78,6 +99,9 @@ private:
     bool sqlite() const { return target_.kind == LogTarget::Kind::SQLite; }
     QString timeParameter() const; // "?" or "CAST(? AS TIMESTAMPTZ)"
     QString timeColumn(const QString& column) const;
+    QString secondsColumn(const QString& column) const; // seconds since 1970, a double
+    // The filter's conditions on a time column, and the values they bind.
+    QString conditions(const LogFilter& filter, const QString& column, QVariantList* values) const;
 
     LogTarget target_;
     QString connection_;

@@ -4,8 +4,10 @@
 #include "link/LinkState.h"
 #include "link/NQ4000Cmd.h"
 #include "logger/LogPlot.h"
+#include "logger/LogStore.h"
 #include "measure/MeasureTable.h"
 #include "platform/Clock.h"
+#include "platform/Faults.h"
 #include "platform/FileDialog.h"
 #include "platform/Pacing.h"
 #include "shared/LoadLanguage.h"
@@ -17,12 +19,15 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QDoubleSpinBox>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QThread>
+#include <QTimeZone>
 #include <QVBoxLayout>
 
 namespace {
@@ -69,6 +74,8 @@ frmDataLogger::frmDataLogger(QWidget* parent) : QWidget(parent) {
     chkScreens_->setObjectName("chkScreens");
     cmdStart_ = new QPushButton;
     cmdStart_->setObjectName("cmdStart");
+    cmdOpen_ = new QPushButton;
+    cmdOpen_->setObjectName("cmdOpen");
     lblState_ = new QLabel;
     lblState_->setObjectName("lblState");
     lblState_->setWordWrap(true);
@@ -98,6 +105,7 @@ frmDataLogger::frmDataLogger(QWidget* parent) : QWidget(parent) {
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(chkScreens_);
     buttons->addStretch();
+    buttons->addWidget(cmdOpen_);
     buttons->addWidget(cmdStart_);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);
@@ -106,6 +114,8 @@ frmDataLogger::frmDataLogger(QWidget* parent) : QWidget(parent) {
     layout->addWidget(plot_, 1);
 
     connect(cmdStart_, &QPushButton::clicked, this, [this] { cmdStart_Click(); });
+    connect(cmdOpen_, &QPushButton::clicked, this,
+            platform::Guarded("cmdOpen_Click", [this] { cmdOpen_Click(); }));
     connect(cmdBrowse_, &QPushButton::clicked, this, [this] {
         platform::FileDialogRequest request;
         request.save = true;
@@ -124,6 +134,10 @@ frmDataLogger::frmDataLogger(QWidget* parent) : QWidget(parent) {
 
 frmDataLogger::~frmDataLogger() {
     RemoveCaptionRoutine(captionRoutine_);
+    if (reader_) { // a read under way ends at its next rows
+        *readCancelled_ = true;
+        reader_->wait();
+    }
 }
 
 void frmDataLogger::applyCaptions() {
@@ -133,6 +147,7 @@ void frmDataLogger::applyCaptions() {
             label->setText(text(label->objectName().toUtf8().constData()));
     chkScreens_->setText(text("chkScreens"));
     cmdStart_->setText(text(running_ ? "cmdStop" : "cmdStart"));
+    cmdOpen_->setText(text(reader_ ? "cmdCancel" : "cmdOpen"));
     spnCount_->setSpecialValueText(text("Endless"));
 }
 
@@ -156,6 +171,7 @@ void frmDataLogger::run() {
     const std::optional<LogTarget> target = ParseLogTarget(txtDatabase_->text(), &error);
     if (plan.measures.isEmpty() || !target) return say(error);
     if (!Connected) return say(text("NotConnected"));
+    if (reader_) return;
     plan.interval = spnInterval_->value();
     plan.count = spnCount_->value();
     plan.keepFailingScreens = chkScreens_->isChecked();
@@ -198,20 +214,90 @@ void frmDataLogger::run() {
     running_ = true;
     stopAsked_ = false;
     applyCaptions();
-    for (QWidget* w : std::initializer_list<QWidget*>{txtMeasures_, spnInterval_, spnCount_,
-                                                      txtDatabase_, cmdBrowse_, chkScreens_})
-        w->setEnabled(false);
+    enableFields(false);
     platform::SetPauseHook(serveEvents);
     const LogResult result = RunDataLog(plan, *store_, instrument_, events);
     platform::SetPauseHook(nullptr);
     running_ = false;
-    for (QWidget* w : std::initializer_list<QWidget*>{txtMeasures_, spnInterval_, spnCount_,
-                                                      txtDatabase_, cmdBrowse_, chkScreens_})
-        w->setEnabled(true);
+    enableFields(true);
     applyCaptions();
     say(result.error.isEmpty() ? text("Done").arg(result.samples).arg(store_->target().shown())
                                : result.error);
     if (closeAsked_) close();
+}
+
+void frmDataLogger::enableFields(bool on) {
+    for (QWidget* w : std::initializer_list<QWidget*>{txtMeasures_, spnInterval_, spnCount_,
+                                                      txtDatabase_, cmdBrowse_, chkScreens_})
+        w->setEnabled(on);
+    cmdOpen_->setEnabled(on || reader_); // Cancel stays while reading
+    cmdStart_->setEnabled(on || running_);
+}
+
+void frmDataLogger::cmdOpen_Click() {
+    if (reader_) {
+        *readCancelled_ = true;
+        return;
+    }
+    if (running_) return;
+    QString error;
+    const std::optional<LogTarget> target = ParseLogTarget(txtDatabase_->text(), &error);
+    if (!target) return say(error);
+    if (target->kind == LogTarget::Kind::SQLite && !QFileInfo(target->path).isFile())
+        return say(text("NoFile").arg(target->path)); // never a new empty database
+    readCancelled_ = std::make_shared<std::atomic<bool>>(false);
+    const std::shared_ptr<std::atomic<bool>> cancelled = readCancelled_;
+    const LogTarget from = *target;
+    // Its own store and connection, made, used and closed on the worker.
+    reader_ = QThread::create([this, from, cancelled] {
+        StoredTrend trend;
+        QString why;
+        LogStore store(from);
+        int shown = -1;
+        const bool read = ReadLogTrend(
+            store, LogFilter(), &trend,
+            [&](double share) {
+                const int percent = static_cast<int>(share * 100);
+                if (percent != shown) {
+                    shown = percent;
+                    QMetaObject::invokeMethod(
+                        this, [this, percent] { say(text("Reading").arg(percent)); });
+                }
+                return !*cancelled;
+            },
+            &why);
+        if (*cancelled) return;
+        if (!read && why.isEmpty()) return;
+        QMetaObject::invokeMethod(this, [this, trend = std::move(trend), why, from]() mutable {
+            opened(std::move(trend), why, from);
+        });
+    });
+    connect(reader_, &QThread::finished, this, [this] {
+        reader_->deleteLater();
+        reader_ = nullptr;
+        enableFields(true);
+        applyCaptions();
+        if (*readCancelled_) say(QString());
+    });
+    enableFields(false);
+    applyCaptions();
+    say(text("Reading").arg(0));
+    reader_->start();
+}
+
+void frmDataLogger::opened(StoredTrend trend, const QString& error, const LogTarget& target) {
+    if (!error.isEmpty()) return say(error);
+    failingTimes_.clear();
+    const QDateTime began =
+        QDateTime::fromMSecsSinceEpoch(std::llround(trend.began * 1000), QTimeZone::utc());
+    for (const TrendSeries& s : trend.lanes) {
+        for (double at : s.failing)
+            failingTimes_[at] = began.addMSecs(std::llround(at * 1000));
+    }
+    plot_->setSeries(std::move(trend.lanes));
+    store_ = std::make_unique<LogStore>(target); // the screens of failing samples
+    instrument_.clear();                         // any instrument's
+    say(text("Opened").arg(trend.samples).arg(target.shown(), LogTimeText(began)));
 }
 
 void frmDataLogger::showScreen(double seconds) {

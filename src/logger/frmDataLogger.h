@@ -5,8 +5,10 @@
 // is the command line's (RunDataLog) on the connected instrument; the window
 // stays live between and during samples.
 #include "logger/DataLogger.h"
+#include "logger/LogPlot.h"
 
 #include <QWidget>
+#include <atomic>
 #include <map>
 #include <memory>
 
@@ -16,7 +18,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QSpinBox;
-class LogPlot;
+class QThread;
 
 class frmDataLogger : public QWidget {
     Q_OBJECT
@@ -25,7 +27,11 @@ public:
     ~frmDataLogger() override;
     bool running() const { return running_; }
     LogPlot* plot() const { return plot_; }
-    void cmdStart_Click();                    // Start, or Stop while a log runs
+    void cmdStart_Click(); // Start, or Stop while a log runs
+    // Opens the log named in the database box in the plot, read on a worker
+    // (the window stays live, the share read is shown); Cancel while reading.
+    void cmdOpen_Click();
+    bool reading() const { return reader_ != nullptr; }
     void RequestStop() { stopAsked_ = true; } // the program ends: the log stops at once
     // The limits drawn and judged: the first measure document that has any.
     static MeasureRecord LimitsOfTheSheet();
@@ -37,6 +43,8 @@ private:
     void applyCaptions();
     void run();
     void showScreen(double seconds);
+    void opened(StoredTrend trend, const QString& error, const LogTarget& target);
+    void enableFields(bool on);
     void say(const QString& text);
 
     QLineEdit* txtMeasures_;
@@ -46,6 +54,7 @@ private:
     QPushButton* cmdBrowse_;
     QCheckBox* chkScreens_;
     QPushButton* cmdStart_;
+    QPushButton* cmdOpen_;
     QLabel* lblState_;
     LogPlot* plot_;
     std::unique_ptr<LogStore> store_;
@@ -53,5 +62,7 @@ private:
     QDateTime began_;
     std::map<double, QDateTime> failingTimes_; // plot seconds -> the stored sample time
     bool running_ = false, stopAsked_ = false, closeAsked_ = false;
+    QThread* reader_ = nullptr; // reads a stored log
+    std::shared_ptr<std::atomic<bool>> readCancelled_;
     int captionRoutine_ = 0;
 };

@@ -6,16 +6,20 @@
 
 #include "acquire/MeasureJob.h"
 #include "logger/LogPlot.h"
+#include "logger/LogStore.h"
 #include "logger/frmDataLogger.h"
 #include "measure/MeasureTable.h"
 #include "shared/AppIdentity.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 
+#include <QApplication>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTimeZone>
 #include <QTimer>
 #include <QtTest>
 
@@ -29,6 +33,7 @@ private slots:
     void columnsHoldEveryPeakAndGap();
     void aLogFromTheWindow();
     void stopEndsAnEndlessLog();
+    void aStoredLogOpensInThePlot();
 
 private:
     frmDataLogger* open(const QString& measures, int count, double interval);
@@ -190,6 +195,68 @@ void TestDataLogger::stopEndsAnEndlessLog() {
     QVERIFY(w->findChild<QLabel*>("lblState")
                 ->text()
                 .startsWith(QString::number(taken) + " samples logged"));
+}
+
+// A log written as the logger writes it (a gap, a failing sample with its
+// screen, a sample held while the database was away and written late),
+// opened with a click on Open log: each lane's times and values are those
+// written, in time order, broken at the gap; the failing sample's screen
+// opens from the plot. A name that is no file is said, and no file made.
+void TestDataLogger::aStoredLogOpensInThePlot() {
+    LogTarget target;
+    target.path = tp_->tempPath("stored.db");
+    const QDateTime t0(QDate(2026, 11, 24), QTime(8, 0), QTimeZone::utc());
+    {
+        LogStore store(target);
+        QVERIFY(store.open());
+        auto sample = [&](int tenth, double vpp, const char* verdict, const QByteArray& png = {}) {
+            const QDateTime at = t0.addMSecs(tenth * 100LL);
+            QList<LogRow> rows{{at, "CH1", "Vpp", vpp, "V", verdict},
+                               {at, "CH2", "Frequency", 1000.0 + tenth, "Hz", ""}};
+            QCOMPARE(store.addSample("SIM0000001", rows, png), LogStore::Write::Committed);
+        };
+        sample(0, 1.0, "pass");
+        sample(1, 1.5, "fail", "PNGBYTES");
+        sample(3, 1.2, "pass"); // tenth 2 comes late
+        sample(2, 1.1, "pass");
+        QCOMPARE(store.addGap("SIM0000001", t0.addMSecs(350), 2.0), LogStore::Write::Committed);
+        sample(24, 0.9, "pass");
+    }
+    frmDataLogger* w = open("CH1:Vpp", 0, 0);
+    auto* db = w->findChild<QLineEdit*>("txtDatabase");
+    auto* openButton = w->findChild<QPushButton*>("cmdOpen");
+    auto* state = w->findChild<QLabel*>("lblState");
+    db->clear();
+    QTest::keyClicks(db, tp_->tempPath("none.db"));
+    QTest::mouseClick(openButton, Qt::LeftButton);
+    QCOMPARE(state->text(), tp_->tempPath("none.db") + ": no such log");
+    QVERIFY(!QFile::exists(tp_->tempPath("none.db")));
+
+    db->clear();
+    QTest::keyClicks(db, target.path);
+    QCOMPARE(openButton->text(), QString("Open log"));
+    QTest::mouseClick(openButton, Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 10000);
+    QCOMPARE(state->text(), "5 samples of " + target.path + " from 2026-11-24T08:00:00.000Z");
+    const std::vector<TrendSeries>& lanes = w->plot()->series();
+    QCOMPARE(lanes.size(), std::size_t(2));
+    QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
+    QCOMPARE(lanes[1].title, QString("CH2 Frequency"));
+    QCOMPARE(lanes[1].unit, QString("Hz"));
+    // Vpp: the five values in time order, the gap's break at 0.35 s.
+    const std::vector<double> times{0, 0.1, 0.2, 0.3, 0.35, 2.4};
+    const std::vector<double> vpp{1.0, 1.5, 1.1, 1.2, NAN, 0.9};
+    QCOMPARE(lanes[0].t.size(), times.size());
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        QVERIFY2(std::abs(lanes[0].t[i] - times[i]) < 1e-3, qPrintable(QString::number(i)));
+        QVERIFY(std::isnan(vpp[i]) ? std::isnan(lanes[0].v[i]) : lanes[0].v[i] == vpp[i]);
+    }
+    QCOMPARE(lanes[1].v.back(), 1024.0);
+    QCOMPARE(lanes[0].failing.size(), std::size_t(1));
+    // The failing sample's screen, from the plot: the window shows it.
+    const std::size_t before = QApplication::topLevelWidgets().size();
+    emit w->plot()->failingSampleClicked(lanes[0].failing[0]);
+    QCOMPARE(QApplication::topLevelWidgets().size(), before + 1);
 }
 
 QTEST_MAIN(TestDataLogger)
