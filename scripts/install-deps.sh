@@ -19,6 +19,7 @@ packages=(
   xvfb xauth           # a window on a headless box
   lintian              # the package check (test only)
   libqt6sql6-sqlite libqt6sql6-psql      # the data logger's two databases
+  libsqlite3-dev                         # its day-long reads through the SQLite driver's handle
   postgresql                             # a private server for the logger's tests (test only)
   pybind11-dev python3-dev               # the Python module
   python3-pytest                         # its tests (test only)

@@ -109,6 +109,35 @@ QString LogTimeText(const QDateTime& time) {
     return time.toUTC().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzzZ"));
 }
 
+std::optional<double> LogTimeSeconds(const char* t, int length) {
+    if (length != 24 || t[4] != '-' || t[7] != '-' || t[10] != 'T' || t[13] != ':' ||
+        t[16] != ':' || t[19] != '.' || t[23] != 'Z')
+        return std::nullopt;
+    auto number = [t](int at, int digits, int* out) {
+        int n = 0;
+        for (int i = at; i < at + digits; ++i) {
+            if (t[i] < '0' || t[i] > '9') return false;
+            n = n * 10 + (t[i] - '0');
+        }
+        *out = n;
+        return true;
+    };
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, milli = 0;
+    if (!number(0, 4, &year) || !number(5, 2, &month) || !number(8, 2, &day) ||
+        !number(11, 2, &hour) || !number(14, 2, &minute) || !number(17, 2, &second) ||
+        !number(20, 3, &milli) || month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 ||
+        minute > 59 || second > 60)
+        return std::nullopt;
+    // Days from 1970-01-01 of a proleptic Gregorian date (years from March).
+    const int y = year - (month <= 2);
+    const int era = y / 400;
+    const int yearOfEra = y - era * 400;
+    const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    const long long days = era * 146097LL + dayOfEra - 719468;
+    return static_cast<double>(days * 86400 + hour * 3600 + minute * 60 + second) + milli / 1000.0;
+}
+
 std::optional<QDateTime> ParseLogTime(const QString& text) {
     QDateTime t = QDateTime::fromString(text.trimmed(), Qt::ISODateWithMs);
     if (!t.isValid()) {

@@ -11,7 +11,9 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
+#include <array>
 #include <atomic>
+#include <sqlite3.h>
 
 struct LogStore::Pending {
     QString instrument;
@@ -365,6 +367,79 @@ bool run(QSqlQuery& q, const QString& sql, const QVariantList& values, QString* 
     *error = who + ": " + oneLine(q.lastError());
     return false;
 }
+
+// The lane a row names: the measures of a sample follow one another, so the
+// lane after the last one is tried first; a lane not met before is added.
+template <typename Same, typename Make>
+std::size_t laneOf(std::vector<TrendLane>* lanes, std::size_t* last, Same same, Make make) {
+    const std::size_t n = lanes->size();
+    for (std::size_t k = 0; k < n; ++k) {
+        const std::size_t at = (*last + 1 + k) % n;
+        if (same((*lanes)[at])) return *last = at;
+    }
+    lanes->push_back(make());
+    return *last = n;
+}
+
+// The trend's rows through SQLite's own interface on the connection Qt SQL
+// opened: no value becomes a QVariant, a time is read from its bytes.
+bool sqliteTrend(
+    sqlite3* raw, const QString& sql, const QVariantList& values, std::vector<TrendLane>* lanes,
+    const std::function<bool(double seconds, int lane, double value, bool fails)>& sample,
+    QString* error, const QString& who) {
+    sqlite3_stmt* st = nullptr;
+    const QByteArray text = sql.toUtf8();
+    if (sqlite3_prepare_v2(raw, text.constData(), static_cast<int>(text.size()), &st, nullptr) !=
+        SQLITE_OK) {
+        *error = who + ": " + QString::fromUtf8(sqlite3_errmsg(raw));
+        return false;
+    }
+    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(st, sqlite3_finalize);
+    for (int i = 0; i < values.size(); ++i) {
+        const QByteArray v = values[i].toString().toUtf8();
+        sqlite3_bind_text(st, i + 1, v.constData(), static_cast<int>(v.size()), SQLITE_TRANSIENT);
+    }
+    std::vector<std::array<QByteArray, 3>> bytes; // each lane's names as stored
+    for (const TrendLane& l : *lanes)
+        bytes.push_back({l.channel.toUtf8(), l.measure.toUtf8(), l.unit.toUtf8()});
+    auto column = [st](int i) {
+        return QByteArrayView(reinterpret_cast<const char*>(sqlite3_column_text(st, i)),
+                              sqlite3_column_bytes(st, i));
+    };
+    std::size_t last = 0;
+    int step;
+    while ((step = sqlite3_step(st)) == SQLITE_ROW) {
+        const QByteArrayView channel = column(1), measure = column(2), unit = column(3);
+        const std::size_t lane = laneOf(
+            lanes, &last,
+            [&](const TrendLane& l) {
+                const auto& b = bytes[static_cast<std::size_t>(&l - lanes->data())];
+                return b[0] == channel && b[1] == measure && b[2] == unit;
+            },
+            [&] {
+                bytes.push_back({channel.toByteArray(), measure.toByteArray(), unit.toByteArray()});
+                return TrendLane{QString::fromUtf8(channel), QString::fromUtf8(measure),
+                                 QString::fromUtf8(unit)};
+            });
+        const QByteArrayView time = column(0);
+        std::optional<double> seconds = LogTimeSeconds(time.data(), static_cast<int>(time.size()));
+        if (!seconds) { // written by another hand: any ISO 8601 time
+            const std::optional<QDateTime> t = ParseLogTime(QString::fromUtf8(time));
+            if (!t) continue;
+            seconds = t->toMSecsSinceEpoch() / 1000.0;
+        }
+        const double value =
+            sqlite3_column_type(st, 4) == SQLITE_NULL ? NAN : sqlite3_column_double(st, 4);
+        if (!sample(*seconds, static_cast<int>(lane), value, sqlite3_column_int(st, 5) == 1))
+            return true;
+    }
+    if (step != SQLITE_DONE) {
+        *error = who + ": " + QString::fromUtf8(sqlite3_errmsg(raw));
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 std::optional<std::pair<double, double>> LogStore::timeSpan(const LogFilter& filter) {
@@ -372,10 +447,12 @@ std::optional<std::pair<double, double>> LogStore::timeSpan(const LogFilter& fil
     QVariantList values;
     const QString where = conditions(filter, "time", &values);
     QSqlQuery q(QSqlDatabase::database(connection_, false));
-    const QString sql = QString("SELECT %1, %2 FROM (SELECT MIN(time) AS first, MAX(time) AS "
-                                "last FROM samples WHERE 1 = 1%3) AS span")
-                            .arg(secondsColumn("first"), secondsColumn("last"), where);
-    if (!run(q, sql, values, &error_, target_.shown()) || !q.next() || q.isNull(0))
+    // Each end on its own: the time index answers it in a step, where one
+    // query asking both would scan the table.
+    const QString end = "(SELECT %1(time) FROM samples WHERE 1 = 1" + where + ")";
+    const QString sql =
+        QString("SELECT %1, %2").arg(secondsColumn(end.arg("MIN")), secondsColumn(end.arg("MAX")));
+    if (!run(q, sql, values + values, &error_, target_.shown()) || !q.next() || q.isNull(0))
         return std::nullopt;
     return std::make_pair(q.value(0).toDouble(), q.value(1).toDouble());
 }
@@ -398,30 +475,36 @@ bool LogStore::readTrend(
         gap(g.value(0).toDouble(), g.value(1).toDouble());
     QVariantList values;
     const QString where = conditions(filter, "time", &values);
-    QSqlQuery q(db);
-    q.setForwardOnly(true); // millions of rows pass through, none kept
     // SQLite: the table's own order, the order rows were written in (time
     // order but for a late flush), read without a sort or an index lookup a
-    // row.
+    // row, straight from the driver's connection.
+    if (sqlite()) {
+        const QVariant handle = db.driver()->handle();
+        if (handle.isValid() && qstrcmp(handle.typeName(), "sqlite3*") == 0)
+            return sqliteTrend(*static_cast<sqlite3* const*>(handle.constData()),
+                               "SELECT time, channel, measure, unit, value, verdict = 'fail' "
+                               "FROM samples WHERE 1 = 1" +
+                                   where + " ORDER BY rowid",
+                               values, lanes, sample, &error_, target_.shown());
+    }
+    QSqlQuery q(db);
+    q.setForwardOnly(true); // millions of rows pass through, none kept
     const QString sql = QString("SELECT %1, channel, measure, unit, value, verdict = 'fail' "
-                                "FROM samples WHERE 1 = 1%2 ORDER BY %3")
-                            .arg(secondsColumn("time"), where, sqlite() ? "rowid" : "time");
+                                "FROM samples WHERE 1 = 1%2 ORDER BY time")
+                            .arg(secondsColumn("time"), where);
     if (!run(q, sql, values, &error_, target_.shown())) return false;
     std::size_t last = 0;
     while (q.next()) {
-        const TrendLane named{q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
-        // The measures of a sample follow one another: the lane after the
-        // last one is tried first.
-        std::size_t lane = lanes->size();
-        for (std::size_t k = 0; k < lanes->size(); ++k) {
-            const std::size_t at = (last + 1 + k) % lanes->size();
-            if ((*lanes)[at] == named) {
-                lane = at;
-                break;
-            }
-        }
-        if (lane == lanes->size()) lanes->push_back(named);
-        last = lane;
+        const std::size_t lane = laneOf(
+            lanes, &last,
+            [&](const TrendLane& l) {
+                return l.channel == q.value(1).toString() && l.measure == q.value(2).toString() &&
+                       l.unit == q.value(3).toString();
+            },
+            [&] {
+                return TrendLane{q.value(1).toString(), q.value(2).toString(),
+                                 q.value(3).toString()};
+            });
         const QVariant value = q.value(4);
         if (!sample(q.value(0).toDouble(), static_cast<int>(lane),
                     value.isNull() ? NAN : value.toDouble(), q.value(5).toInt() == 1))

@@ -9,6 +9,7 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
+#include <QTimeZone>
 #include <QtTest>
 
 class TestLogPlan : public QObject {
@@ -19,6 +20,7 @@ private slots:
     void measuresAndRows();
     void timesAndCsv();
     void reconnectPauses();
+    void storedTimesReadAsQtReadsThem();
     void aBusyFileHoldsTheSampleUntilItIsFree();
 };
 
@@ -133,6 +135,26 @@ void TestLogPlan::aBusyFileHoldsTheSampleUntilItIsFree() {
     int rows = 0;
     QVERIFY(store.readRows({}, [&rows](const LogExportRow&) { ++rows; }));
     QCOMPARE(rows, 3);
+}
+
+// The trend reader's own parse of a stored time against Qt's: leap days,
+// centuries, the epoch and before it; anything not as written is refused.
+void TestLogPlan::storedTimesReadAsQtReadsThem() {
+    for (const char* text : {"1970-01-01T00:00:00.000Z", "1969-12-31T23:59:59.999Z",
+                             "2000-02-29T12:34:56.789Z", "2024-02-29T00:00:00.001Z",
+                             "2026-11-25T08:00:00.250Z", "2100-03-01T23:59:59.000Z"}) {
+        const QByteArray bytes(text);
+        const std::optional<double> s = LogTimeSeconds(bytes.constData(), bytes.size());
+        QVERIFY2(s, text);
+        const qint64 ms = ParseLogTime(text)->toMSecsSinceEpoch();
+        QVERIFY2(std::llround(*s * 1000) == ms, text);
+        QCOMPARE(LogTimeText(QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc())), QString(text));
+    }
+    for (const char* text : {"2026-11-25T08:00:00Z", "2026-11-25 08:00:00.250Z",
+                             "2026-13-25T08:00:00.250Z", "2026-11-25T08:00:0x.250Z", ""}) {
+        const QByteArray bytes(text);
+        QVERIFY2(!LogTimeSeconds(bytes.constData(), bytes.size()), text);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestLogPlan)
