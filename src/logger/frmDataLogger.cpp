@@ -137,6 +137,7 @@ frmDataLogger::~frmDataLogger() {
     if (reader_) { // a read under way ends at its next rows
         *readCancelled_ = true;
         reader_->wait();
+        delete reader_;
     }
 }
 
