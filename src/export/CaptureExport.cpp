@@ -62,8 +62,8 @@ float MemoryCaptureScale(const MemoryRecord& r, int channel) {
                : (r.CaptureScale2 != 0 ? r.CaptureScale2 : r.VoltDiv2);
 }
 
-platform::LargeVector<float> MemoryVolts(const MemoryRecord& r, int channel,
-                                         std::int64_t from, std::int64_t count) {
+platform::LargeVector<float> MemoryVolts(const MemoryRecord& r, int channel, std::int64_t from,
+                                         std::int64_t count) {
     const bool one = channel == 1;
     const auto& data = one ? r.Ch1Data : r.Ch2Data;
     const float scale = MemoryCaptureScale(r, channel);
@@ -78,7 +78,6 @@ platform::LargeVector<float> MemoryVolts(const MemoryRecord& r, int channel,
     const auto k = static_cast<float>(scale / 25.0);
     const auto g = static_cast<float>((ground + 25) * scale / 25.0);
     platform::LargeVector<float> v;
-    platform::ReserveLarge(v, static_cast<std::size_t>(count));
     v.resize(static_cast<std::size_t>(count));
     float* out = v.data();
     for (std::int64_t i = 0; i < count; ++i)
@@ -111,7 +110,6 @@ Capture CaptureOfMemory(const MemoryRecord& r, QString* error, bool withAnalog) 
         const std::int64_t n =
             std::min<std::int64_t>(points, static_cast<std::int64_t>(r.LAData.size()) / bytes);
         c.hasLogic = true;
-        platform::ReserveLarge(c.logic, static_cast<std::size_t>(n));
         c.logic.resize(static_cast<std::size_t>(n));
         for (std::int64_t i = 0; i < n; ++i) {
             const std::size_t at = static_cast<std::size_t>(i * bytes);

@@ -494,17 +494,11 @@ bool LogStore::readTrend(
                             .arg(secondsColumn("time"), where);
     if (!run(q, sql, values, &error_, target_.shown())) return false;
     std::size_t last = 0;
+    TrendLane named;
     while (q.next()) {
+        named = {q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
         const std::size_t lane = laneOf(
-            lanes, &last,
-            [&](const TrendLane& l) {
-                return l.channel == q.value(1).toString() && l.measure == q.value(2).toString() &&
-                       l.unit == q.value(3).toString();
-            },
-            [&] {
-                return TrendLane{q.value(1).toString(), q.value(2).toString(),
-                                 q.value(3).toString()};
-            });
+            lanes, &last, [&](const TrendLane& l) { return l == named; }, [&] { return named; });
         const QVariant value = q.value(4);
         if (!sample(q.value(0).toDouble(), static_cast<int>(lane),
                     value.isNull() ? NAN : value.toDouble(), q.value(5).toInt() == 1))

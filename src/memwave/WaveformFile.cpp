@@ -69,7 +69,7 @@ struct HeadView {
 platform::LargeVector<std::int16_t> section(ByteSource& source, qint64 p, std::int32_t n, int c) {
     const auto count = static_cast<std::size_t>(n) + 1;
     platform::LargeVector<std::int16_t> out;
-    platform::ReserveLarge(out, count);
+    out.reserve(count);
     std::vector<unsigned char> chunk(65536);
     while (out.size() < count) {
         const qint64 want = static_cast<qint64>(std::min(chunk.size(), count - out.size()));
@@ -208,7 +208,6 @@ WaveformLoad load(ByteSource& source, MemoryRecord& rec) {
     if (rec.LAValid) {
         const qint64 length = static_cast<qint64>(points) * DigitalBytesPerPoint(points);
         rec.LAData.clear();
-        platform::ReserveLarge(rec.LAData, static_cast<std::size_t>(length));
         rec.LAData.resize(static_cast<std::size_t>(length), 0);
         source.read(p, length, reinterpret_cast<char*>(rec.LAData.data()));
         rec.LASetting1 = head.at<std::uint8_t>(121);

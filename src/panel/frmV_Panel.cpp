@@ -213,9 +213,8 @@ void frmV_Panel::arrange(QSize size) {
     arrangement_ = a;
     PanelWavePic_->setFixedSize(kLcdWidth * (a.zoom + 1), kLcdHeight * (a.zoom + 1));
     row_->setDirection(a.below ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
-    panel_->SetForm(a.below ? PanelForm::Pages : PanelForm::Columns);
-    for (QLayout* l : findChildren<QLayout*>()) // the nested rows cache the old size
-        l->invalidate();
+    panel_->SetForm(a.below ? PanelForm::Pages : PanelForm::Columns); // its rows invalidated there
+    layout()->invalidate();
 }
 
 QSize frmV_Panel::minimumSizeHint() const {

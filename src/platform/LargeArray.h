@@ -25,9 +25,4 @@ template <typename T> struct LargeAllocator {
 
 template <typename T> using LargeVector = std::vector<T, LargeAllocator<T>>;
 
-// Reserves n elements; resize or push_back then fill them.
-template <typename T> void ReserveLarge(LargeVector<T>& v, std::size_t n) {
-    v.reserve(n);
-}
-
 } // namespace platform
