@@ -34,8 +34,72 @@ void TrendSeries::add(double time, double value, bool fails) {
     by64.add(v.size() - 1, 64, value);
 }
 
+namespace {
+
+// The plot's lanes for the store's lanes met so far, in the same order.
+void nameLanes(const std::vector<TrendLane>& lanes, std::vector<TrendSeries>* series) {
+    while (series->size() < lanes.size()) {
+        const TrendLane& named = lanes[series->size()];
+        TrendSeries s;
+        s.title = named.channel + " " + named.measure;
+        s.unit = named.unit;
+        series->push_back(std::move(s));
+    }
+}
+
+struct EnvelopeBlock {
+    double began;
+    int lane;
+    qint64 samples;
+    double low, high;
+};
+
+// The envelope read, its lanes and its blocks; false when the log has none.
+bool readEnvelope(LogStore& store, const LogFilter& filter, std::vector<TrendLane>* lanes,
+                  std::vector<EnvelopeBlock>* blocks, std::vector<qint64>* samplesOf) {
+    return store.readEnvelope(filter, lanes,
+                              [&](double began, int lane, qint64 samples, double low, double high) {
+                                  blocks->push_back({began, lane, samples, low, high});
+                                  samplesOf->resize(lanes->size());
+                                  (*samplesOf)[static_cast<std::size_t>(lane)] += samples;
+                              });
+}
+
+// A long log as its envelope: each block's lowest and highest value at the
+// block's middle (kept within the log's span), a block with nothing measured
+// a break; the failing samples at their own times.
+bool envelopeTrend(LogStore& store, const LogFilter& filter, std::pair<double, double> span,
+                   std::vector<TrendLane>& lanes, const std::vector<EnvelopeBlock>& blocks,
+                   const std::vector<qint64>& samplesOf,
+                   const std::function<void(double)>& breakAtGaps, StoredTrend* out,
+                   QString* error) {
+    out->envelope = true;
+    nameLanes(lanes, &out->lanes);
+    for (const EnvelopeBlock& b : blocks) {
+        const double middle =
+            std::clamp(b.began + kTrendBlockSeconds / 2.0, span.first, span.second);
+        breakAtGaps(middle);
+        TrendSeries& into = out->lanes[static_cast<std::size_t>(b.lane)];
+        into.add(middle - out->began, b.low, false);
+        if (b.high != b.low) into.add(middle - out->began, b.high, false);
+    }
+    for (qint64 n : samplesOf)
+        out->samples = std::max(out->samples, static_cast<std::size_t>(n));
+    if (!store.readFailing(filter, &lanes, [&](double seconds, int lane) {
+            nameLanes(lanes, &out->lanes);
+            out->lanes[static_cast<std::size_t>(lane)].failing.push_back(seconds - out->began);
+        })) {
+        *error = store.error();
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
 bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
-                  const std::function<bool(double share)>& progress, QString* error) {
+                  const std::function<bool(double share)>& progress, QString* error,
+                  std::size_t detailRows) {
     error->clear();
     const std::optional<std::pair<double, double>> span = store.timeSpan(filter);
     if (!span) {
@@ -46,42 +110,53 @@ bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
     out->began = span->first;
     out->lanes.clear();
     out->samples = 0;
+    out->envelope = false;
     const double length = std::max(span->second - span->first, 1e-9);
     std::vector<std::pair<double, double>> gaps;
     std::size_t nextGap = 0;
+    auto breakAtGaps = [&](double seconds) { // the line breaks where a gap began
+        for (; nextGap < gaps.size() && gaps[nextGap].first <= seconds; ++nextGap)
+            for (TrendSeries& s : out->lanes)
+                s.add(gaps[nextGap].first - out->began, NAN, false);
+    };
+    if (!progress(0)) return false;
+    if (!store.readGaps(filter,
+                        [&](double began, double seconds) { gaps.emplace_back(began, seconds); })) {
+        *error = store.error();
+        return false;
+    }
+    // The envelope first: a few thousand rows tell how long the log is, and
+    // are all the plot needs when it is long. A log without one (schema 1,
+    // not yet opened to log into) is read sample by sample.
     std::vector<TrendLane> lanes;
+    std::vector<EnvelopeBlock> blocks;
+    std::vector<qint64> samplesOf;
+    if (readEnvelope(store, filter, &lanes, &blocks, &samplesOf) && !samplesOf.empty() &&
+        static_cast<std::size_t>(*std::max_element(samplesOf.begin(), samplesOf.end())) >
+            detailRows)
+        return envelopeTrend(store, filter, *span, lanes, blocks, samplesOf, breakAtGaps, out,
+                             error);
+    lanes.clear();
     std::size_t rows = 0;
     std::set<int> late; // lanes with a row written after a later one
     std::vector<std::size_t> rowsOf;
-    bool cancelled = !progress(0);
+    bool cancelled = false;
     const bool read =
-        !cancelled &&
-        store.readTrend(
-            filter, &lanes,
-            [&](double seconds, int lane, double value, bool fails) {
-                while (out->lanes.size() < lanes.size()) {
-                    const TrendLane& named = lanes[out->lanes.size()];
-                    TrendSeries s;
-                    s.title = named.channel + " " + named.measure;
-                    s.unit = named.unit;
-                    out->lanes.push_back(std::move(s));
-                }
-                const double at = seconds - out->began;
-                for (; nextGap < gaps.size() && gaps[nextGap].first <= seconds; ++nextGap)
-                    for (TrendSeries& s : out->lanes) // the line breaks where the gap began
-                        s.add(gaps[nextGap].first - out->began, NAN, false);
-                rowsOf.resize(out->lanes.size());
-                out->samples = std::max(out->samples, ++rowsOf[static_cast<std::size_t>(lane)]);
-                TrendSeries& into = out->lanes[static_cast<std::size_t>(lane)];
-                if (!into.t.empty() && at < into.t.back()) late.insert(lane);
-                into.add(at, value, fails);
-                if (++rows % 65536 == 0 && !progress((seconds - span->first) / length)) {
-                    cancelled = true;
-                    return false;
-                }
-                return true;
-            },
-            [&](double began, double seconds) { gaps.emplace_back(began, seconds); });
+        store.readTrend(filter, &lanes, [&](double seconds, int lane, double value, bool fails) {
+            nameLanes(lanes, &out->lanes);
+            const double at = seconds - out->began;
+            breakAtGaps(seconds);
+            rowsOf.resize(out->lanes.size());
+            out->samples = std::max(out->samples, ++rowsOf[static_cast<std::size_t>(lane)]);
+            TrendSeries& into = out->lanes[static_cast<std::size_t>(lane)];
+            if (!into.t.empty() && at < into.t.back()) late.insert(lane);
+            into.add(at, value, fails);
+            if (++rows % 65536 == 0 && !progress((seconds - span->first) / length)) {
+                cancelled = true;
+                return false;
+            }
+            return true;
+        });
     if (cancelled) return false;
     if (!read) {
         *error = store.error();

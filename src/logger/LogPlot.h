@@ -49,13 +49,19 @@ struct StoredTrend {
     double began = 0; // the first sample, seconds since 1970 (UTC)
     std::vector<TrendSeries> lanes;
     std::size_t samples = 0; // the most rows of one lane (a gap's break not counted)
+    bool envelope = false;   // read as blocks' lowest and highest values
 };
-// Reads the log for the plot. `progress` is told the share read (0 to 1)
-// now and then and returns false to cancel. False with *error when the
-// database cannot be read or holds no sample; false with *error empty when
-// cancelled.
+// Reads the log for the plot. A log of up to `detailRows` samples in its
+// fullest lane is read sample by sample; a longer one as its envelope (each
+// block's lowest and highest value, both at the block's middle) with its
+// failing samples at their own times: a day at 10 Hz in a few thousand rows.
+// `progress` is told the share read (0 to 1) now and then and returns false
+// to cancel. False with *error when the database cannot be read or holds no
+// sample; false with *error empty when cancelled.
+constexpr std::size_t kTrendDetailRows = 400000;
 bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
-                  const std::function<bool(double share)>& progress, QString* error);
+                  const std::function<bool(double share)>& progress, QString* error,
+                  std::size_t detailRows = kTrendDetailRows);
 
 class QPainter;
 

@@ -3,7 +3,9 @@
 // The data log's database, SQLite or PostgreSQL behind Qt SQL, with one
 // schema: samples (instrument, time, channel, measure, value, unit,
 // verdict; unique on instrument + time + channel + measure), gaps
-// (instrument, began, seconds) and screens (instrument, time, png).
+// (instrument, began, seconds), screens (instrument, time, png) and trend
+// (each lane's count, lowest, highest and failing count in blocks of
+// kTrendBlockSeconds, kept with the samples: a long log's envelope).
 //
 // Every sample is one short transaction, written with "ON CONFLICT DO
 // NOTHING", so a write retried after a lost reply is never stored twice.
@@ -22,7 +24,14 @@
 #include <optional>
 #include <vector>
 
-constexpr int kLogSchemaVersion = 1;
+constexpr int kLogSchemaVersion = 2;
+constexpr int kTrendBlockSeconds = 10;
+// The block of the trend table a time falls in: its start, seconds since 1970.
+inline qint64 TrendBlockOf(const QDateTime& t) {
+    const qint64 ms = t.toMSecsSinceEpoch();
+    const qint64 size = kTrendBlockSeconds * 1000LL;
+    return (ms >= 0 ? ms / size : (ms - size + 1) / size) * kTrendBlockSeconds;
+}
 constexpr qint64 kHeldRowLimit = 1000000; // about 150 MB of rows held while a server is away
 
 // A row of the log as exported: the time as LogTimeText writes it; a gap is
@@ -73,15 +82,28 @@ public:
     // false with error() when the database cannot be read.
     bool readRows(const LogFilter& filter, const std::function<void(const LogExportRow&)>& row);
     // The log for the trend plot, in numbers only, in the order written
-    // (time order but for rows held while the database was away): first
-    // each gap's start and length, then each sample's time (seconds since
-    // 1970, UTC), its lane (an index into *lanes, which grows as lanes are
-    // met), its value (NaN: none) and whether it failed. `sample` returns false to
-    // stop (a cancel); false with error() when the database cannot be read.
-    bool
-    readTrend(const LogFilter& filter, std::vector<TrendLane>* lanes,
-              const std::function<bool(double seconds, int lane, double value, bool fails)>& sample,
-              const std::function<void(double seconds, double length)>& gap);
+    // (time order but for rows held while the database was away): each
+    // sample's time (seconds since 1970, UTC), its lane (an index into
+    // *lanes, which grows as lanes are met), its value (NaN: none) and
+    // whether it failed. `sample` returns false to stop (a cancel); false
+    // with error() when the database cannot be read.
+    bool readTrend(
+        const LogFilter& filter, std::vector<TrendLane>* lanes,
+        const std::function<bool(double seconds, int lane, double value, bool fails)>& sample);
+    // Each gap's start (seconds since 1970) and length, in time order.
+    bool readGaps(const LogFilter& filter,
+                  const std::function<void(double seconds, double length)>& gap);
+    // The log's envelope in blocks of kTrendBlockSeconds, in time order:
+    // each block's start (seconds since 1970), its lane, how many samples it
+    // holds, their lowest and highest value (NaN: none measured). False
+    // with error() when the database cannot be read or has no envelope
+    // (a log not yet brought to schema 2).
+    bool readEnvelope(const LogFilter& filter, std::vector<TrendLane>* lanes,
+                      const std::function<void(double began, int lane, qint64 samples, double low,
+                                               double high)>& block);
+    // The failing samples' times and lanes, in time order (from their index).
+    bool readFailing(const LogFilter& filter, std::vector<TrendLane>* lanes,
+                     const std::function<void(double seconds, int lane)>& failing);
     // The first and last sample's time (seconds since 1970), if there are any.
     std::optional<std::pair<double, double>> timeSpan(const LogFilter& filter);
     // The screen kept with a failing sample (of any instrument when

@@ -161,7 +161,7 @@ def test_bad_input_is_one_line_and_status_2_and_nothing_written(simulator, tmp_p
     (tmp_path / "text.db").write_text("a text file, not a database\n")
     with sqlite3.connect(tmp_path / "newer.db") as c:
         c.execute("CREATE TABLE korvane_log_schema (version INTEGER NOT NULL)")
-        c.execute("INSERT INTO korvane_log_schema VALUES (2)")
+        c.execute("INSERT INTO korvane_log_schema VALUES (3)")
     path = tmp_path / target
     before = digest(path)
     db = target if "://" in target else path
@@ -230,6 +230,20 @@ def test_a_postgresql_restart_loses_nothing_and_doubles_nothing(simulator, postg
         del os.environ["PGPASSWORD"]
     spaced = sorted(set(times(rows)))
     assert all(0.2 <= (b - a).total_seconds() < 1.5 for a, b in zip(spaced, spaced[1:]))
+    # The envelope, kept with the samples across the restart and its retried
+    # writes, is what the server itself makes of the samples.
+    assert postgres.sql("SELECT SUM(samples) FROM trend") == "48"
+    assert postgres.sql(
+        "SELECT COUNT(*) FROM trend t FULL JOIN (SELECT instrument, channel, measure, unit, "
+        "(FLOOR(EXTRACT(EPOCH FROM time) / 10) * 10)::BIGINT AS began, COUNT(*) AS n, "
+        "MIN(value) AS lo, MAX(value) AS hi FROM samples GROUP BY 1, 2, 3, 4, 5) s "
+        "USING (instrument, channel, measure, unit, began) WHERE t.samples IS DISTINCT FROM s.n "
+        "OR t.low IS DISTINCT FROM s.lo OR t.high IS DISTINCT FROM s.hi") == "0"
+    # The window opens the server's log with a click (its own test, given the server).
+    window = subprocess.run([os.environ["KORVANE_TST_DATALOGGER"], "aServerLogOpensInThePlot"],
+                            capture_output=True, text=True, timeout=60,
+                            env={**os.environ, **env, "KORVANE_TEST_POSTGRES": postgres.url()})
+    assert window.returncode == 0 and "SKIP" not in window.stdout, window.stdout + window.stderr
 
 
 def same_as_csv(log, rows):

@@ -22,6 +22,7 @@
 #include <QTimeZone>
 #include <QTimer>
 #include <QtTest>
+#include <map>
 
 class TestDataLogger : public QObject {
     Q_OBJECT
@@ -34,6 +35,7 @@ private slots:
     void aLogFromTheWindow();
     void stopEndsAnEndlessLog();
     void aStoredLogOpensInThePlot();
+    void aServerLogOpensInThePlot();
 
 private:
     frmDataLogger* open(const QString& measures, int count, double interval);
@@ -257,6 +259,54 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     const std::size_t before = QApplication::topLevelWidgets().size();
     emit w->plot()->failingSampleClicked(lanes[0].failing[0]);
     QCOMPARE(QApplication::topLevelWidgets().size(), before + 1);
+}
+
+// A server's log (KORVANE_TEST_POSTGRES, set by the end-to-end test that
+// starts the server and logs into it across a restart), opened with a click:
+// each lane holds the values and times the CSV export reads, in time order.
+void TestDataLogger::aServerLogOpensInThePlot() {
+    const QString url = qEnvironmentVariable("KORVANE_TEST_POSTGRES");
+    if (url.isEmpty()) QSKIP("run by logger_end_to_end against its own server");
+    QString error;
+    const std::optional<LogTarget> target = ParseLogTarget(url, &error);
+    QVERIFY2(target, qPrintable(error));
+    std::map<QString, std::vector<std::pair<double, double>>> exported; // lane -> (time, value)
+    QString first;
+    {
+        LogStore store(*target);
+        QVERIFY(store.readRows({}, [&](const LogExportRow& r) {
+            if (r.measure == "gap") return;
+            if (first.isEmpty()) first = r.time;
+            exported[r.channel + " " + r.measure].emplace_back(
+                ParseLogTime(r.time)->toMSecsSinceEpoch() / 1000.0, r.value.value_or(NAN));
+        }));
+    }
+    QVERIFY(!exported.empty());
+    frmDataLogger* w = open("CH1:Vpp", 0, 0);
+    auto* db = w->findChild<QLineEdit*>("txtDatabase");
+    db->clear();
+    QTest::keyClicks(db, url);
+    QTest::mouseClick(w->findChild<QPushButton*>("cmdOpen"), Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 20000);
+    auto* state = w->findChild<QLabel*>("lblState");
+    QVERIFY2(state->text().endsWith(" of " + target->shown() + " from " + first),
+             qPrintable(state->text()));
+    const std::vector<TrendSeries>& lanes = w->plot()->series();
+    QCOMPARE(lanes.size(), exported.size());
+    const double began = ParseLogTime(first)->toMSecsSinceEpoch() / 1000.0;
+    for (const TrendSeries& lane : lanes) {
+        std::vector<std::pair<double, double>> rows; // nothing measured and breaks aside
+        for (const auto& row : exported[lane.title])
+            if (!std::isnan(row.second)) rows.push_back(row);
+        std::vector<double> t, v;
+        for (std::size_t i = 0; i < lane.t.size(); ++i)
+            if (!std::isnan(lane.v[i])) t.push_back(lane.t[i]), v.push_back(lane.v[i]);
+        QCOMPARE(t.size(), rows.size());
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            QVERIFY2(std::abs(t[i] + began - rows[i].first) < 1e-3, qPrintable(lane.title));
+            QVERIFY2(v[i] == rows[i].second, qPrintable(lane.title));
+        }
+    }
 }
 
 QTEST_MAIN(TestDataLogger)

@@ -3,6 +3,7 @@
 // reconnect pauses, and a held sample written once the database takes it.
 #include "logger/DataLogger.h"
 #include "logger/LogPlan.h"
+#include "logger/LogPlot.h"
 #include "logger/LogStore.h"
 #include "measure/MeasureTable.h"
 
@@ -11,6 +12,7 @@
 #include <QTemporaryDir>
 #include <QTimeZone>
 #include <QtTest>
+#include <map>
 
 class TestLogPlan : public QObject {
     Q_OBJECT
@@ -22,6 +24,7 @@ private slots:
     void reconnectPauses();
     void storedTimesReadAsQtReadsThem();
     void aBusyFileHoldsTheSampleUntilItIsFree();
+    void theEnvelopeHoldsEachBlockOnceAnOlderLogGetsItsOwn();
 };
 
 void TestLogPlan::targets_data() {
@@ -140,9 +143,9 @@ void TestLogPlan::aBusyFileHoldsTheSampleUntilItIsFree() {
 // The trend reader's own parse of a stored time against Qt's: leap days,
 // centuries, the epoch and before it; anything not as written is refused.
 void TestLogPlan::storedTimesReadAsQtReadsThem() {
-    for (const char* text : {"1970-01-01T00:00:00.000Z", "1969-12-31T23:59:59.999Z",
-                             "2000-02-29T12:34:56.789Z", "2024-02-29T00:00:00.001Z",
-                             "2026-11-25T08:00:00.250Z", "2100-03-01T23:59:59.000Z"}) {
+    for (const char* text :
+         {"1970-01-01T00:00:00.000Z", "1969-12-31T23:59:59.999Z", "2000-02-29T12:34:56.789Z",
+          "2024-02-29T00:00:00.001Z", "2026-11-25T08:00:00.250Z", "2100-03-01T23:59:59.000Z"}) {
         const QByteArray bytes(text);
         const std::optional<double> s = LogTimeSeconds(bytes.constData(), bytes.size());
         QVERIFY2(s, text);
@@ -155,6 +158,95 @@ void TestLogPlan::storedTimesReadAsQtReadsThem() {
         const QByteArray bytes(text);
         QVERIFY2(!LogTimeSeconds(bytes.constData(), bytes.size()), text);
     }
+}
+
+// Samples every 0.7 s over 80 s from an odd start, two lanes, nothing
+// measured now and then, every ninth failing, one sample written twice (a
+// retry after a lost reply). Each block of the envelope holds what a plain
+// scan of the written samples finds in its ten seconds: as written, and as
+// an older log (samples only) gets it when opened. The plot's reading of the
+// envelope keeps each failing sample at its own time.
+void TestLogPlan::theEnvelopeHoldsEachBlockOnceAnOlderLogGetsItsOwn() {
+    struct Block {
+        qint64 samples = 0;
+        double low = NAN, high = NAN;
+    };
+    std::map<std::pair<int, qint64>, Block> expected; // (lane, block start) -> block
+    QTemporaryDir dir;
+    LogTarget target;
+    target.path = dir.filePath("envelope.db");
+    const QDateTime t0(QDate(2026, 11, 24), QTime(7, 59, 58, 300), QTimeZone::utc());
+    std::vector<double> failing;
+    {
+        LogStore store(target);
+        QVERIFY2(store.open(), qPrintable(store.error()));
+        for (int i = 0; i < 115; ++i) {
+            const QDateTime at = t0.addMSecs(700LL * i);
+            QList<LogRow> rows;
+            for (int lane = 0; lane < 2; ++lane) {
+                std::optional<double> value = std::sin(i * 0.37 + lane) * (lane ? 1e3 : 1.0);
+                if ((i + lane) % 17 == 5) value.reset();
+                const bool fails = lane == 0 && i % 9 == 4;
+                rows.append(LogRow{at, lane ? "CH2" : "CH1", lane ? "Frequency" : "Vpp", value,
+                                   lane ? "Hz" : "V", fails ? "fail" : "pass"});
+                if (fails) failing.push_back(i * 0.7);
+                Block& b = expected[{lane, at.toMSecsSinceEpoch() / 10000 * 10}];
+                ++b.samples;
+                if (value) {
+                    b.low = std::isnan(b.low) ? *value : std::min(b.low, *value);
+                    b.high = std::isnan(b.high) ? *value : std::max(b.high, *value);
+                }
+            }
+            QCOMPARE(store.addSample("SN1", rows), LogStore::Write::Committed);
+            if (i == 50) QCOMPARE(store.addSample("SN1", rows), LogStore::Write::Committed);
+        }
+    }
+    auto compare = [&](const QString& path) {
+        LogTarget t;
+        t.path = path;
+        LogStore store(t);
+        QVERIFY2(store.open(), qPrintable(store.error()));
+        std::vector<TrendLane> lanes;
+        std::map<std::pair<int, qint64>, Block> read;
+        QVERIFY(store.readEnvelope(
+            {}, &lanes, [&](double began, int lane, qint64 samples, double low, double high) {
+                read[{lane, static_cast<qint64>(began)}] = {samples, low, high};
+            }));
+        QCOMPARE(lanes.size(), std::size_t(2));
+        QCOMPARE(read.size(), expected.size());
+        for (const auto& [key, b] : expected) {
+            const Block& r = read[key];
+            const QByteArray where = QByteArray::number(key.first) + " " +
+                                     QByteArray::number(key.second) + " " + path.toUtf8();
+            QVERIFY2(r.samples == b.samples, where);
+            QVERIFY2(std::isnan(b.low) ? std::isnan(r.low) : r.low == b.low, where);
+            QVERIFY2(std::isnan(b.high) ? std::isnan(r.high) : r.high == b.high, where);
+        }
+        StoredTrend trend;
+        QString error;
+        QVERIFY(ReadLogTrend(
+            store, {}, &trend, [](double) { return true; }, &error, 0));
+        QVERIFY(trend.envelope);
+        QCOMPARE(trend.samples, std::size_t(115));
+        QCOMPARE(trend.lanes[0].failing.size(), failing.size());
+        for (std::size_t k = 0; k < failing.size(); ++k)
+            QVERIFY(std::abs(trend.lanes[0].failing[k] - failing[k]) < 1e-3);
+    };
+    compare(target.path);
+    const QString older = dir.filePath("older.db");
+    QVERIFY(QFile::copy(target.path, older));
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "older");
+        db.setDatabaseName(older);
+        QVERIFY(db.open());
+        QSqlQuery q(db);
+        for (const char* sql : {"DROP TABLE trend", "DROP INDEX samples_failing",
+                                "UPDATE korvane_log_schema SET version = 1"})
+            QVERIFY2(q.exec(sql), sql);
+        db.close();
+    }
+    QSqlDatabase::removeDatabase("older");
+    compare(older);
 }
 
 QTEST_GUILESS_MAIN(TestLogPlan)
