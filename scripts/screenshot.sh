@@ -9,7 +9,7 @@
 #
 # WINDOW: frame wave measure data record memory options about passfail
 # fftsetting parameter adjust panel panelvertical decode wavedecode decoders spectrum wavespectrum measurestats
-# logger. Look at the pictures before committing
+# logger loggerspan. Look at the pictures before committing
 # a change to a window.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -28,7 +28,7 @@ case "${1:-}" in
     shoot frame 1280x800 en docs/screenshot.png
     echo "docs/screenshot.png" ;;
   --all)
-    for w in frame wave measure data record memory options about passfail fftsetting parameter adjust panel panelvertical decode wavedecode decoders spectrum wavespectrum measurestats logger; do
+    for w in frame wave measure data record memory options about passfail fftsetting parameter adjust panel panelvertical decode wavedecode decoders spectrum wavespectrum measurestats logger loggerspan; do
       for size in 800x600 1280x800; do
         for lang in en zh; do
           shoot "$w" "$size" "$lang" "$shots/$w-$size-$lang.png"

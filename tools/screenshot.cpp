@@ -181,7 +181,7 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir, sim::Simulato
                     QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
         return nullptr;
     }
-    if (name == "logger") {
+    if (name == "logger" || name == "loggerspan") {
         // Opened from Tools as a user opens it, filled by a short log of the
         // simulator into a file of the run's folder; Vpp judged against the
         // measure window's limits.
@@ -203,6 +203,25 @@ QWidget* openWindow(const QString& name, const QTemporaryDir& dir, sim::Simulato
         platform::SetPacingScale(0);
         logger->findChild<QPushButton*>("cmdStart")->click();
         platform::SetPacingScale(1);
+        if (name == "loggerspan") {
+            // The log opened, a span of it dragged over and read closer, and a
+            // second drag under way.
+            auto settle = [logger] {
+                while (logger->reading())
+                    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+                QCoreApplication::processEvents();
+            };
+            logger->findChild<QPushButton*>("cmdOpen")->click();
+            settle();
+            LogPlot* plot = logger->plot();
+            const int y = plot->height() / 3;
+            QTest::mousePress(plot, Qt::LeftButton, {}, QPoint(plot->width() / 4, y));
+            QTest::mouseMove(plot, QPoint(plot->width() * 3 / 5, y));
+            QTest::mouseRelease(plot, Qt::LeftButton, {}, QPoint(plot->width() * 3 / 5, y));
+            settle();
+            QTest::mousePress(plot, Qt::LeftButton, {}, QPoint(plot->width() / 2, y));
+            QTest::mouseMove(plot, QPoint(plot->width() * 3 / 4, y));
+        }
         return nullptr;
     }
     QWidget* dialog = nullptr;

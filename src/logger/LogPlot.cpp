@@ -284,9 +284,42 @@ std::optional<double> LogPlot::failingNear(QPoint at) const {
     return std::nullopt;
 }
 
+double LogPlot::secondsAt(int x) const {
+    const QRect r = laneRect(0);
+    const int column = std::clamp(x - r.left(), 0, std::max(1, r.width()));
+    return column * span() / std::max(1, r.width());
+}
+
+// A click on a failing mark shows its screen; a drag across the plot
+// chooses a span to look at closer (five pixels at least, so that a click
+// that moves a little stays a click).
 void LogPlot::mousePressEvent(QMouseEvent* event) {
-    if (const std::optional<double> f = failingNear(event->position().toPoint()))
+    if (event->button() != Qt::LeftButton) return;
+    pressed_ = event->position().toPoint();
+    draggedX_ = pressed_->x();
+}
+
+void LogPlot::mouseMoveEvent(QMouseEvent* event) {
+    if (!pressed_) return;
+    draggedX_ = event->position().toPoint().x();
+    update();
+}
+
+void LogPlot::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !pressed_) return;
+    const QPoint pressedAt = *pressed_;
+    const int from = std::min(pressedAt.x(), event->position().toPoint().x());
+    const int to = std::max(pressedAt.x(), event->position().toPoint().x());
+    pressed_.reset();
+    update();
+    if (to - from >= 5 && !series_.empty())
+        emit spanChosen(secondsAt(from), secondsAt(to));
+    else if (const std::optional<double> f = failingNear(pressedAt))
         emit failingSampleClicked(*f);
+}
+
+void LogPlot::mouseDoubleClickEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) emit wholeAsked();
 }
 
 namespace {
@@ -305,7 +338,14 @@ void LogPlot::paintEvent(QPaintEvent*) {
         draw(p);
         pictureStale_ = false;
     }
-    QPainter(this).drawImage(0, 0, picture_);
+    QPainter painter(this);
+    painter.drawImage(0, 0, picture_);
+    if (pressed_ && pressed_->x() != draggedX_) { // the span being chosen
+        const QRect r = laneRect(0);
+        const int from = std::clamp(std::min(pressed_->x(), draggedX_), r.left(), r.right());
+        const int to = std::clamp(std::max(pressed_->x(), draggedX_), r.left(), r.right());
+        painter.fillRect(QRect(from, 0, to - from + 1, height()), QColor(80, 140, 255, 70));
+    }
 }
 
 void LogPlot::draw(QPainter& p) {

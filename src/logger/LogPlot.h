@@ -75,12 +75,20 @@ public:
     // The failing sample nearest a point of the plot (seconds), if one is near.
     std::optional<double> failingNear(QPoint at) const;
 
+    // The plot's time (seconds) at a point's column, within the samples' span.
+    double secondsAt(int x) const;
+
 signals:
     void failingSampleClicked(double seconds);
+    void spanChosen(double from, double to); // dragged across: [from, to] in seconds
+    void wholeAsked();                       // double-clicked
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
     void draw(QPainter& painter);
@@ -93,4 +101,6 @@ private:
     double columnsSpan_ = 0;
     QImage picture_; // what was drawn last, shown again by an expose
     bool pictureStale_ = true;
+    std::optional<QPoint> pressed_; // a drag across the plot: where it began
+    int draggedX_ = 0;              // and where it is
 };

@@ -128,6 +128,11 @@ frmDataLogger::frmDataLogger(QWidget* parent) : QWidget(parent) {
             txtDatabase_->setText(*path);
     });
     connect(plot_, &LogPlot::failingSampleClicked, this, [this](double s) { showScreen(s); });
+    connect(plot_, &LogPlot::spanChosen, this,
+            [this](double from, double to) { zoomTo(from, to); });
+    connect(plot_, &LogPlot::wholeAsked, this, [this] {
+        if (shown_ && !reader_ && !running_) readStored(*shown_, LogFilter());
+    });
     applyCaptions();
     captionRoutine_ = AddCaptionRoutine([this](int) { applyCaptions(); });
 }
@@ -213,6 +218,7 @@ void frmDataLogger::run() {
                 s.add(began_.msecsTo(platform::Now().toUTC()) / 1000.0, NAN, false);
     };
     running_ = true;
+    shown_.reset(); // the plot is the run's now
     stopAsked_ = false;
     applyCaptions();
     enableFields(false);
@@ -246,17 +252,34 @@ void frmDataLogger::cmdOpen_Click() {
     if (!target) return say(error);
     if (target->kind == LogTarget::Kind::SQLite && !QFileInfo(target->path).isFile())
         return say(text("NoFile").arg(target->path)); // never a new empty database
+    readStored(*target, LogFilter());
+}
+
+// A span of the stored log shown: read anew for that span, sample by sample
+// when it is short enough, as its envelope when not.
+void frmDataLogger::zoomTo(double from, double to) {
+    if (!shown_ || reader_ || running_) return;
+    LogFilter filter;
+    auto at = [this](double seconds) {
+        return QDateTime::fromMSecsSinceEpoch(std::llround((shownBegan_ + seconds) * 1000),
+                                              QTimeZone::utc());
+    };
+    filter.from = at(from);
+    filter.to = at(to);
+    readStored(*shown_, filter);
+}
+
+void frmDataLogger::readStored(const LogTarget& target, const LogFilter& filter) {
     readCancelled_ = std::make_shared<std::atomic<bool>>(false);
     const std::shared_ptr<std::atomic<bool>> cancelled = readCancelled_;
-    const LogTarget from = *target;
     // Its own store and connection, made, used and closed on the worker.
-    reader_ = QThread::create([this, from, cancelled] {
+    reader_ = QThread::create([this, target, filter, cancelled, detailRows = detailRows_] {
         StoredTrend trend;
         QString why;
-        LogStore store(from);
+        LogStore store(target);
         int shown = -1;
         const bool read = ReadLogTrend(
-            store, LogFilter(), &trend,
+            store, filter, &trend,
             [&](double share) {
                 const int percent = static_cast<int>(share * 100);
                 if (percent != shown) {
@@ -266,12 +289,13 @@ void frmDataLogger::cmdOpen_Click() {
                 }
                 return !*cancelled;
             },
-            &why);
+            &why, detailRows);
         if (*cancelled) return;
         if (!read && why.isEmpty()) return;
-        QMetaObject::invokeMethod(this, [this, trend = std::move(trend), why, from]() mutable {
-            opened(std::move(trend), why, from);
-        });
+        QMetaObject::invokeMethod(this,
+                                  [this, trend = std::move(trend), why, target, filter]() mutable {
+                                      opened(std::move(trend), why, target, filter);
+                                  });
     });
     connect(reader_, &QThread::finished, this, [this] {
         reader_->deleteLater();
@@ -286,7 +310,8 @@ void frmDataLogger::cmdOpen_Click() {
     reader_->start();
 }
 
-void frmDataLogger::opened(StoredTrend trend, const QString& error, const LogTarget& target) {
+void frmDataLogger::opened(StoredTrend trend, const QString& error, const LogTarget& target,
+                           const LogFilter& filter) {
     if (!error.isEmpty()) return say(error);
     failingTimes_.clear();
     const QDateTime began =
@@ -295,10 +320,20 @@ void frmDataLogger::opened(StoredTrend trend, const QString& error, const LogTar
         for (double at : s.failing)
             failingTimes_[at] = began.addMSecs(std::llround(at * 1000));
     }
+    double last = 0;
+    for (const TrendSeries& s : trend.lanes)
+        if (!s.t.empty()) last = std::max(last, s.t.back());
     plot_->setSeries(std::move(trend.lanes));
     store_ = std::make_unique<LogStore>(target); // the screens of failing samples
     instrument_.clear();                         // any instrument's
-    say(text("Opened").arg(trend.samples).arg(target.shown(), LogTimeText(began)));
+    shown_ = target;
+    shownBegan_ = trend.began;
+    if (!filter.from && !filter.to)
+        return say(text("Opened").arg(trend.samples).arg(target.shown(), LogTimeText(began)));
+    say(text("OpenedSpan")
+            .arg(trend.samples)
+            .arg(target.shown(), LogTimeText(began),
+                 LogTimeText(began.addMSecs(std::llround(last * 1000)))));
 }
 
 void frmDataLogger::showScreen(double seconds) {

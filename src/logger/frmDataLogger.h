@@ -11,6 +11,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 
 class QCheckBox;
 class QDoubleSpinBox;
@@ -30,8 +31,13 @@ public:
     void cmdStart_Click(); // Start, or Stop while a log runs
     // Opens the log named in the database box in the plot, read on a worker
     // (the window stays live, the share read is shown); Cancel while reading.
+    // A drag across the plot then reads that span (its samples themselves
+    // when few enough), a double-click the whole log again.
     void cmdOpen_Click();
     bool reading() const { return reader_ != nullptr; }
+    // The most samples of a lane read one by one; a longer log or span is
+    // read as its envelope.
+    void setDetailRows(std::size_t rows) { detailRows_ = rows; }
     void RequestStop() { stopAsked_ = true; } // the program ends: the log stops at once
     // The limits drawn and judged: the first measure document that has any.
     static MeasureRecord LimitsOfTheSheet();
@@ -43,7 +49,10 @@ private:
     void applyCaptions();
     void run();
     void showScreen(double seconds);
-    void opened(StoredTrend trend, const QString& error, const LogTarget& target);
+    void readStored(const LogTarget& target, const LogFilter& filter);
+    void zoomTo(double from, double to); // seconds of the plot
+    void opened(StoredTrend trend, const QString& error, const LogTarget& target,
+                const LogFilter& filter);
     void enableFields(bool on);
     void say(const QString& text);
 
@@ -61,6 +70,9 @@ private:
     QString instrument_;
     QDateTime began_;
     std::map<double, QDateTime> failingTimes_; // plot seconds -> the stored sample time
+    std::optional<LogTarget> shown_;           // the stored log in the plot
+    double shownBegan_ = 0;                    // its plot's 0, seconds since 1970
+    std::size_t detailRows_ = kTrendDetailRows;
     bool running_ = false, stopAsked_ = false, closeAsked_ = false;
     QThread* reader_ = nullptr; // reads a stored log
     std::shared_ptr<std::atomic<bool>> readCancelled_;

@@ -36,6 +36,7 @@ private slots:
     void stopEndsAnEndlessLog();
     void aStoredLogOpensInThePlot();
     void aServerLogOpensInThePlot();
+    void aDragAcrossALongLogReadsTheSpanCloser();
 
 private:
     frmDataLogger* open(const QString& measures, int count, double interval);
@@ -239,7 +240,9 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     QCOMPARE(openButton->text(), QString("Open log"));
     QTest::mouseClick(openButton, Qt::LeftButton);
     QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 10000);
-    QCOMPARE(state->text(), "5 samples of " + target.path + " from 2026-11-24T08:00:00.000Z");
+    QCOMPARE(state->text(), "5 samples of " + target.path +
+                                " from 2026-11-24T08:00:00.000Z; drag across the plot to look "
+                                "closer");
     const std::vector<TrendSeries>& lanes = w->plot()->series();
     QCOMPARE(lanes.size(), std::size_t(2));
     QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
@@ -259,6 +262,68 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     const std::size_t before = QApplication::topLevelWidgets().size();
     emit w->plot()->failingSampleClicked(lanes[0].failing[0]);
     QCOMPARE(QApplication::topLevelWidgets().size(), before + 1);
+}
+
+// A log too long to read sample by sample opens as its envelope; a real
+// drag across the plot reads the span dragged over, sample by sample: the
+// samples written in it, no other; a double-click shows the whole log again.
+void TestDataLogger::aDragAcrossALongLogReadsTheSpanCloser() {
+    LogTarget target;
+    target.path = tp_->tempPath("long.db");
+    const QDateTime t0(QDate(2026, 11, 24), QTime(9, 0, 3), QTimeZone::utc());
+    std::vector<std::pair<double, double>> written; // (seconds from t0, Vpp)
+    {
+        LogStore store(target);
+        QVERIFY(store.open());
+        for (int i = 0; i < 300; ++i) {
+            const QDateTime at = t0.addSecs(i);
+            const double vpp = 1 + 0.5 * std::sin(i * 0.1);
+            written.emplace_back(i, vpp);
+            QCOMPARE(store.addSample("SIM0000001", {{at, "CH1", "Vpp", vpp, "V", "pass"},
+                                                    {at, "CH2", "Vrms", vpp / 3, "V", "pass"}}),
+                     LogStore::Write::Committed);
+        }
+    }
+    frmDataLogger* w = open("CH1:Vpp", 0, 0);
+    w->setDetailRows(100);
+    auto* db = w->findChild<QLineEdit*>("txtDatabase");
+    db->clear();
+    QTest::keyClicks(db, target.path);
+    QTest::mouseClick(w->findChild<QPushButton*>("cmdOpen"), Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 10000);
+    auto* state = w->findChild<QLabel*>("lblState");
+    QCOMPARE(state->text(), "300 samples of " + target.path +
+                                " from 2026-11-24T09:00:03.000Z; drag across the plot to look "
+                                "closer");
+    LogPlot* plot = w->plot();
+    QVERIFY(plot->series()[0].t.size() <= 2 * 31); // two points a ten-second block at most
+
+    const int y = plot->height() / 4, x1 = plot->width() * 3 / 10, x2 = plot->width() * 5 / 10;
+    const double from = plot->secondsAt(x1), to = plot->secondsAt(x2);
+    QTest::mousePress(plot, Qt::LeftButton, {}, QPoint(x1, y));
+    QTest::mouseMove(plot, QPoint((x1 + x2) / 2, y));
+    QTest::mouseMove(plot, QPoint(x2, y));
+    QTest::mouseRelease(plot, Qt::LeftButton, {}, QPoint(x2, y));
+    QTRY_VERIFY_WITH_TIMEOUT(!w->reading() && state->text().contains(" to "), 10000);
+    std::vector<std::pair<double, double>> inSpan;
+    for (const auto& [at, vpp] : written)
+        if (at >= from - 1e-3 && at <= to + 1e-3) inSpan.push_back({at, vpp});
+    QVERIFY(inSpan.size() > 30 && inSpan.size() < 100);
+    const TrendSeries& vpp = plot->series()[0];
+    QCOMPARE(vpp.t.size(), inSpan.size());
+    for (std::size_t i = 0; i < inSpan.size(); ++i) {
+        QCOMPARE(vpp.v[i], inSpan[i].second);
+        QVERIFY(std::abs(vpp.t[i] - (inSpan[i].first - inSpan[0].first)) < 1e-3);
+    }
+    QVERIFY2(state->text().startsWith(QString("%1 samples of ").arg(inSpan.size())),
+             qPrintable(state->text()));
+    QVERIFY(state->text().contains(
+        LogTimeText(t0.addSecs(static_cast<qint64>(inSpan[0].first))) + " to " +
+        LogTimeText(t0.addSecs(static_cast<qint64>(inSpan.back().first)))));
+
+    QTest::mouseDClick(plot, Qt::LeftButton, {}, QPoint(x1, y));
+    QTRY_VERIFY_WITH_TIMEOUT(!w->reading() && state->text().startsWith("300 samples"), 10000);
+    QVERIFY(plot->series()[0].t.size() <= 2 * 31);
 }
 
 // A server's log (KORVANE_TEST_POSTGRES, set by the end-to-end test that
@@ -289,7 +354,7 @@ void TestDataLogger::aServerLogOpensInThePlot() {
     QTest::mouseClick(w->findChild<QPushButton*>("cmdOpen"), Qt::LeftButton);
     QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 20000);
     auto* state = w->findChild<QLabel*>("lblState");
-    QVERIFY2(state->text().endsWith(" of " + target->shown() + " from " + first),
+    QVERIFY2(state->text().contains(" of " + target->shown() + " from " + first + ";"),
              qPrintable(state->text()));
     const std::vector<TrendSeries>& lanes = w->plot()->series();
     QCOMPARE(lanes.size(), exported.size());
