@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Data log databases (SQLite files) as the export, read_log and the Data
-// Logger read them: a damaged or foreign file is refused or read, never a
-// crash, and every row read has the export's shape.
+// Logger (its envelope and its samples) read them: a damaged or foreign file
+// is refused or read, never a crash, and every row read has the export's
+// shape.
 #include "FuzzSupport.h"
 
+#include "logger/LogPlot.h"
 #include "logger/LogStore.h"
 
 #include <QFile>
 #include <QSqlDatabase>
+#include <cstdint>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // Qt SQL's list of connections made before the application, so it is
@@ -30,5 +33,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FuzzRequire(LogCsvLine(row).endsWith('\n') && LogCsvLine(row).count('\n') >= 1,
                     "a row is a CSV line");
     });
+    // The window's two readings: the envelope, and the samples themselves.
+    for (const std::size_t detailRows : {std::size_t(0), SIZE_MAX}) {
+        StoredTrend trend;
+        QString error;
+        const bool read = ReadLogTrend(
+            store, {}, &trend, [](double) { return true; }, &error, detailRows);
+        FuzzRequire(read || !error.contains('\n'), "a log not read says why, on one line");
+        for (const TrendSeries& lane : trend.lanes)
+            FuzzRequire(lane.t.size() == lane.v.size(), "a lane's times and values pair up");
+    }
     return 0;
 }
