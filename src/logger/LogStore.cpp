@@ -455,6 +455,24 @@ std::size_t laneOf(std::vector<TrendLane>* lanes, std::size_t* last, Same same, 
     return *last = n;
 }
 
+// Each row of a query whose columns 1 to 3 name a lane (channel, measure,
+// unit), handed over with its lane; `row` returns false to stop. False with
+// *error when the rows could not all be read.
+bool laneRows(QSqlQuery& q, std::vector<TrendLane>* lanes, const std::function<bool(int lane)>& row,
+              QString* error, const QString& who) {
+    std::size_t last = 0;
+    TrendLane named;
+    while (q.next()) {
+        named = {q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
+        const std::size_t lane = laneOf(
+            lanes, &last, [&](const TrendLane& l) { return l == named; }, [&] { return named; });
+        if (!row(static_cast<int>(lane))) return true;
+    }
+    if (!q.lastError().isValid()) return true;
+    *error = who + ": " + oneLine(q.lastError());
+    return false;
+}
+
 // The trend's rows through SQLite's own interface on the connection Qt SQL
 // opened: no value becomes a QVariant, a time is read from its bytes.
 bool sqliteTrend(
@@ -571,23 +589,15 @@ bool LogStore::readTrend(
     const QString sql = QString("SELECT %1, channel, measure, unit, value, verdict = 'fail' "
                                 "FROM samples WHERE 1 = 1%2 ORDER BY time")
                             .arg(secondsColumn("time"), where);
-    if (!run(q, sql, values, &error_, target_.shown())) return false;
-    std::size_t last = 0;
-    TrendLane named;
-    while (q.next()) {
-        named = {q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
-        const std::size_t lane = laneOf(
-            lanes, &last, [&](const TrendLane& l) { return l == named; }, [&] { return named; });
-        const QVariant value = q.value(4);
-        if (!sample(q.value(0).toDouble(), static_cast<int>(lane),
-                    value.isNull() ? NAN : value.toDouble(), q.value(5).toInt() == 1))
-            return true;
-    }
-    if (q.lastError().isValid()) {
-        error_ = target_.shown() + ": " + oneLine(q.lastError());
-        return false;
-    }
-    return true;
+    return run(q, sql, values, &error_, target_.shown()) &&
+           laneRows(
+               q, lanes,
+               [&](int lane) {
+                   const QVariant value = q.value(4);
+                   return sample(q.value(0).toDouble(), lane,
+                                 value.isNull() ? NAN : value.toDouble(), q.value(5).toInt() == 1);
+               },
+               &error_, target_.shown());
 }
 
 bool LogStore::readEnvelope(const LogFilter& filter, std::vector<TrendLane>* lanes,
@@ -610,25 +620,19 @@ bool LogStore::readEnvelope(const LogFilter& filter, std::vector<TrendLane>* lan
     }
     QSqlQuery q(QSqlDatabase::database(connection_, false));
     q.setForwardOnly(true);
-    if (!run(q,
-             "SELECT began, channel, measure, unit, samples, low, high FROM trend WHERE 1 = 1" +
-                 where + " ORDER BY began",
-             values, &error_, target_.shown()))
-        return false;
-    std::size_t last = 0;
-    TrendLane named;
-    while (q.next()) {
-        named = {q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
-        const std::size_t lane = laneOf(
-            lanes, &last, [&](const TrendLane& l) { return l == named; }, [&] { return named; });
-        block(q.value(0).toDouble(), static_cast<int>(lane), q.value(4).toLongLong(),
-              q.isNull(5) ? NAN : q.value(5).toDouble(), q.isNull(6) ? NAN : q.value(6).toDouble());
-    }
-    if (q.lastError().isValid()) {
-        error_ = target_.shown() + ": " + oneLine(q.lastError());
-        return false;
-    }
-    return true;
+    return run(q,
+               "SELECT began, channel, measure, unit, samples, low, high FROM trend WHERE 1 = 1" +
+                   where + " ORDER BY began",
+               values, &error_, target_.shown()) &&
+           laneRows(
+               q, lanes,
+               [&](int lane) {
+                   block(q.value(0).toDouble(), lane, q.value(4).toLongLong(),
+                         q.isNull(5) ? NAN : q.value(5).toDouble(),
+                         q.isNull(6) ? NAN : q.value(6).toDouble());
+                   return true;
+               },
+               &error_, target_.shown());
 }
 
 bool LogStore::readFailing(const LogFilter& filter, std::vector<TrendLane>* lanes,
@@ -638,21 +642,18 @@ bool LogStore::readFailing(const LogFilter& filter, std::vector<TrendLane>* lane
     const QString where = conditions(filter, "time", &values);
     QSqlQuery q(QSqlDatabase::database(connection_, false));
     q.setForwardOnly(true);
-    if (!run(q,
-             QString("SELECT %1, channel, measure, unit FROM samples WHERE verdict = 'fail'%2 "
-                     "ORDER BY time")
-                 .arg(secondsColumn("time"), where),
-             values, &error_, target_.shown()))
-        return false;
-    std::size_t last = 0;
-    TrendLane named;
-    while (q.next()) {
-        named = {q.value(1).toString(), q.value(2).toString(), q.value(3).toString()};
-        const std::size_t lane = laneOf(
-            lanes, &last, [&](const TrendLane& l) { return l == named; }, [&] { return named; });
-        failing(q.value(0).toDouble(), static_cast<int>(lane));
-    }
-    return !q.lastError().isValid();
+    return run(q,
+               QString("SELECT %1, channel, measure, unit FROM samples WHERE verdict = 'fail'%2 "
+                       "ORDER BY time")
+                   .arg(secondsColumn("time"), where),
+               values, &error_, target_.shown()) &&
+           laneRows(
+               q, lanes,
+               [&](int lane) {
+                   failing(q.value(0).toDouble(), lane);
+                   return true;
+               },
+               &error_, target_.shown());
 }
 
 QByteArray LogStore::screen(const QString& instrument, const QDateTime& time) {
