@@ -81,7 +81,7 @@ bool envelopeTrend(LogStore& store, const LogFilter& filter, std::pair<double, d
         breakAtGaps(middle);
         TrendSeries& into = out->lanes[static_cast<std::size_t>(b.lane)];
         into.add(middle - out->began, b.low, false);
-        if (b.high != b.low) into.add(middle - out->began, b.high, false);
+        if (b.high > b.low) into.add(middle - out->began, b.high, false); // NaN: one break
     }
     for (qint64 n : samplesOf)
         out->samples = std::max(out->samples, static_cast<std::size_t>(n));
