@@ -7,6 +7,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QTimeZone>
 #include <algorithm>
 #include <numeric>
 #include <set>
@@ -219,6 +220,35 @@ std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double t
     return out;
 }
 
+std::vector<TimeTick> TrendTimeTicks(double origin, double span, int width, int spacing) {
+    std::vector<TimeTick> ticks;
+    if (!(span > 0) || width <= 0 || spacing <= 0) return ticks;
+    static constexpr double kSteps[] = {0.1,  0.2,  0.5,  1,     2,     5,     10,
+                                        15,   30,   60,   120,   300,   600,   900,
+                                        1800, 3600, 7200, 10800, 21600, 43200, 86400};
+    double step = 0;
+    for (double s : kSteps)
+        if (width * s / span >= spacing) {
+            step = s;
+            break;
+        }
+    if (step == 0) // days: a whole number of them
+        step = 86400 * std::ceil(spacing * span / width / 86400);
+    const QString format = step < 1 ? "HH:mm:ss.z" : step < 60 ? "HH:mm:ss" : "HH:mm";
+    // Whole tenths of a second, so that a step's multiples are exact.
+    const qint64 stepTenths = std::llround(step * 10);
+    const qint64 first =
+        static_cast<qint64>(std::ceil(origin * 10 / static_cast<double>(stepTenths))) * stepTenths;
+    for (qint64 tenths = first; tenths <= std::llround((origin + span) * 10);
+         tenths += stepTenths) {
+        const QDateTime at = QDateTime::fromMSecsSinceEpoch(tenths * 100, QTimeZone::utc());
+        const bool midnight = tenths % 864000 == 0;
+        ticks.push_back(
+            {tenths / 10.0 - origin, at.toString(midnight || step >= 86400 ? "MM-dd" : format)});
+    }
+    return ticks;
+}
+
 LogPlot::LogPlot(QWidget* parent) : QWidget(parent) {
     setObjectName("LogPlot");
     setMinimumSize(240, 120);
@@ -231,6 +261,12 @@ LogPlot::LogPlot(QWidget* parent) : QWidget(parent) {
 void LogPlot::setSeries(std::vector<TrendSeries> series) {
     series_ = std::move(series);
     seriesChanged();
+}
+
+void LogPlot::setOrigin(double secondsSince1970) {
+    origin_ = secondsSince1970;
+    pictureStale_ = true;
+    update();
 }
 
 void LogPlot::seriesChanged() {
@@ -262,7 +298,8 @@ double LogPlot::span() const {
 
 QRect LogPlot::laneRect(int lane) const {
     const int lanes = std::max<int>(1, static_cast<int>(series_.size()));
-    const int height = (this->height() - 4) / lanes;
+    const int axis = fontMetrics().height() + 2; // the times below the last lane
+    const int height = (this->height() - 4 - axis) / lanes;
     const int left = fontMetrics().horizontalAdvance(QStringLiteral("-000.000m")) + 8;
     return QRect(left, 2 + lane * height + fontMetrics().height(), width() - left - 6,
                  height - fontMetrics().height() - 4);
@@ -405,5 +442,21 @@ void LogPlot::draw(QPainter& p) {
         }
         p.setPen(QColor(255, 0, 0));
         p.drawLines(lines.data(), static_cast<int>(lines.size()));
+    }
+    if (series_.empty()) return;
+    // The times, UTC, below the last lane.
+    const QRect last = laneRect(static_cast<int>(series_.size()) - 1);
+    const int textWidth = fontMetrics().horizontalAdvance(QStringLiteral("00:00:00.0")) + 16;
+    p.setPen(QColor(160, 160, 160));
+    p.drawText(QRect(0, last.bottom() + 2, last.left() - 4, fontMetrics().height()), Qt::AlignRight,
+               QStringLiteral("UTC"));
+    for (const TimeTick& tick : TrendTimeTicks(origin_, total, last.width(), textWidth)) {
+        const int x =
+            last.left() + static_cast<int>(std::lround(tick.seconds / total * last.width()));
+        p.drawLine(x, last.bottom() - 3, x, last.bottom());
+        const QRect box(x - textWidth / 2, last.bottom() + 2, textWidth, fontMetrics().height());
+        const int used = fontMetrics().horizontalAdvance(tick.text);
+        if (x + used / 2 < width() && x - used / 2 > last.left() - 8) // whole labels only
+            p.drawText(box, Qt::AlignHCenter, tick.text);
     }
 }

@@ -40,6 +40,17 @@ struct ColumnSpan {
 // (the line passes over it); one with a gap breaks the line.
 std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns);
 
+// The time axis's labels: a step of 1-2-5 seconds, 10, 15 or 30 seconds or
+// minutes, 1 to 12 hours or whole days, the smallest that keeps labels
+// `spacing` pixels apart over `width`; the labels on the step's multiples
+// of UTC time. A label reads the time of day to the step's precision; one
+// at midnight reads the date ("11-25").
+struct TimeTick {
+    double seconds; // from the origin
+    QString text;
+};
+std::vector<TimeTick> TrendTimeTicks(double origin, double span, int width, int spacing);
+
 class LogStore;
 struct LogFilter;
 
@@ -70,6 +81,8 @@ class LogPlot : public QWidget {
 public:
     explicit LogPlot(QWidget* parent = nullptr);
     void setSeries(std::vector<TrendSeries> series);
+    // The time (seconds since 1970, UTC) the series' times count from.
+    void setOrigin(double secondsSince1970);
     std::vector<TrendSeries>& series() { return series_; }
     void seriesChanged(); // after adding to series(): redraw
     // The failing sample nearest a point of the plot (seconds), if one is near.
@@ -103,4 +116,5 @@ private:
     bool pictureStale_ = true;
     std::optional<QPoint> pressed_; // a drag across the plot: where it began
     int draggedX_ = 0;              // and where it is
+    double origin_ = 0; // seconds since 1970 of the series' time 0
 };

@@ -199,6 +199,7 @@ void frmDataLogger::run() {
     plot_->setSeries(std::move(lanes));
     failingTimes_.clear();
     began_ = platform::Now().toUTC();
+    plot_->setOrigin(began_.toMSecsSinceEpoch() / 1000.0);
 
     LogEvents events;
     events.stopRequested = [this] { return stopAsked_; };
@@ -324,6 +325,7 @@ void frmDataLogger::opened(StoredTrend trend, const QString& error, const LogTar
     for (const TrendSeries& s : trend.lanes)
         if (!s.t.empty()) last = std::max(last, s.t.back());
     plot_->setSeries(std::move(trend.lanes));
+    plot_->setOrigin(trend.began);
     store_ = std::make_unique<LogStore>(target); // the screens of failing samples
     instrument_.clear();                         // any instrument's
     shown_ = target;

@@ -25,6 +25,8 @@ private slots:
     void storedTimesReadAsQtReadsThem();
     void aBusyFileHoldsTheSampleUntilItIsFree();
     void theEnvelopeHoldsEachBlockOnceAnOlderLogGetsItsOwn();
+    void timeAxisLabels_data();
+    void timeAxisLabels();
 };
 
 void TestLogPlan::targets_data() {
@@ -247,6 +249,49 @@ void TestLogPlan::theEnvelopeHoldsEachBlockOnceAnOlderLogGetsItsOwn() {
     }
     QSqlDatabase::removeDatabase("older");
     compare(older);
+}
+
+void TestLogPlan::timeAxisLabels_data() {
+    QTest::addColumn<QString>("origin");
+    QTest::addColumn<double>("span");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QStringList>("labels");
+    QTest::addColumn<double>("first"); // seconds from the origin
+    QTest::newRow("seconds over midnight")
+        << "2026-11-24T23:59:50.000Z" << 30.0 << 600
+        << QStringList{"23:59:50", "23:59:55", "11-25",   "00:00:05",
+                       "00:00:10", "00:00:15", "00:00:20"}
+        << 0.0;
+    QTest::newRow("tenths") << "2026-11-24T12:00:00.050Z" << 2.0 << 800
+                            << QStringList{"12:00:00.5", "12:00:01.0", "12:00:01.5", "12:00:02.0"}
+                            << 0.45;
+    QTest::newRow("a day at 10 Hz")
+        << "2026-11-24T08:00:00.300Z" << 86400.0 << 1000
+        << QStringList{"09:00", "12:00", "15:00", "18:00", "21:00", "11-25", "03:00", "06:00"}
+        << 3599.7;
+    QTest::newRow("a week") << "2026-11-24T10:00:00.000Z" << 7 * 86400.0 << 700
+                            << QStringList{"11-25", "11-26", "11-27", "11-28",
+                                           "11-29", "11-30", "12-01"}
+                            << 14 * 3600.0;
+}
+
+// The labels a user reads under the lanes, at 100 pixels apart at least.
+void TestLogPlan::timeAxisLabels() {
+    QFETCH(QString, origin);
+    QFETCH(double, span);
+    QFETCH(int, width);
+    QFETCH(QStringList, labels);
+    QFETCH(double, first);
+    const double at = ParseLogTime(origin)->toMSecsSinceEpoch() / 1000.0;
+    const std::vector<TimeTick> ticks = TrendTimeTicks(at, span, width, 100);
+    QStringList texts;
+    for (const TimeTick& t : ticks)
+        texts << t.text;
+    QCOMPARE(texts, labels);
+    QVERIFY(std::abs(ticks[0].seconds - first) < 1e-6);
+    for (std::size_t i = 1; i < ticks.size(); ++i)
+        QVERIFY((ticks[i].seconds - ticks[i - 1].seconds) * width / span >= 100);
+    QVERIFY(ticks.back().seconds <= span);
 }
 
 QTEST_GUILESS_MAIN(TestLogPlan)
