@@ -2,6 +2,8 @@
 #include "logger/LogPlot.h"
 
 #include "logger/LogStore.h"
+#include "measure/MeasureTable.h"
+#include "shared/LoadLanguage.h"
 
 #include <QImage>
 #include <QMouseEvent>
@@ -220,6 +222,19 @@ std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double t
     return out;
 }
 
+QString TrendLaneCaption(const TrendSeries& s) {
+    // "CH1 Vpp": the channel, then the measure's English name.
+    const qsizetype space = s.title.indexOf(' ');
+    QString caption = s.title;
+    if (space > 0)
+        if (const MeasureRow* row = MeasureRowNamed(s.title.mid(space + 1)))
+            caption = s.title.left(space + 1) + MeasureRowName(*row);
+    if (s.unit.isEmpty()) return caption;
+    const QString unit =
+        s.unit == QLatin1String("fraction") ? FormText("frmDataLogger", "UnitFraction") : s.unit;
+    return caption + " (" + unit + ")";
+}
+
 std::vector<TimeTick> TrendTimeTicks(double origin, double span, int width, int spacing) {
     std::vector<TimeTick> ticks;
     if (!(span > 0) || width <= 0 || spacing <= 0) return ticks;
@@ -265,6 +280,11 @@ void LogPlot::setSeries(std::vector<TrendSeries> series) {
 
 void LogPlot::setOrigin(double secondsSince1970) {
     origin_ = secondsSince1970;
+    pictureStale_ = true;
+    update();
+}
+
+void LogPlot::captionsChanged() {
     pictureStale_ = true;
     update();
 }
@@ -407,8 +427,7 @@ void LogPlot::draw(QPainter& p) {
         p.setPen(QColor(70, 70, 70));
         p.drawRect(r);
         p.setPen(Qt::white);
-        p.drawText(r.left(), r.top() - 3,
-                   s.title + (s.unit.isEmpty() ? QString() : " (" + s.unit + ")"));
+        p.drawText(r.left(), r.top() - 3, TrendLaneCaption(s));
         p.setPen(QColor(160, 160, 160));
         p.drawText(QRect(0, r.top() - 6, r.left() - 4, 14), Qt::AlignRight, shortNumber(high));
         p.drawText(QRect(0, r.bottom() - 8, r.left() - 4, 14), Qt::AlignRight, shortNumber(low));

@@ -22,13 +22,17 @@ struct TrendBlocks {
 };
 
 struct TrendSeries {
-    QString title, unit;               // "CH1 Vpp", "V"
+    QString title, unit;               // as stored: "CH1 Vpp", "V"
     std::vector<double> t, v;          // seconds since the log began; NaN: a gap
     std::vector<double> failing;       // times of failing samples
     std::optional<double> under, over; // the limits drawn
     TrendBlocks by8, by64;             // blocks of 8 and of 64 samples
     void add(double time, double value, bool fails);
 };
+
+// A lane's heading in the caption language: "CH1 Vpp (V)", "CH1 峰峰值 (V)";
+// the stored names stay English, for the database and the command line.
+QString TrendLaneCaption(const TrendSeries& s);
 
 struct ColumnSpan {
     double low = NAN, high = NAN; // NaN: no value in the column
@@ -84,7 +88,8 @@ public:
     // The time (seconds since 1970, UTC) the series' times count from.
     void setOrigin(double secondsSince1970);
     std::vector<TrendSeries>& series() { return series_; }
-    void seriesChanged(); // after adding to series(): redraw
+    void seriesChanged();   // after adding to series(): redraw
+    void captionsChanged(); // the language changed: the headings drawn anew
     // The failing sample nearest a point of the plot (seconds), if one is near.
     std::optional<double> failingNear(QPoint at) const;
 
@@ -116,5 +121,5 @@ private:
     bool pictureStale_ = true;
     std::optional<QPoint> pressed_; // a drag across the plot: where it began
     int draggedX_ = 0;              // and where it is
-    double origin_ = 0; // seconds since 1970 of the series' time 0
+    double origin_ = 0;             // seconds since 1970 of the series' time 0
 };

@@ -155,6 +155,7 @@ void frmDataLogger::applyCaptions() {
     cmdStart_->setText(text(running_ ? "cmdStop" : "cmdStart"));
     cmdOpen_->setText(text(reader_ ? "cmdCancel" : "cmdOpen"));
     spnCount_->setSpecialValueText(text("Endless"));
+    plot_->captionsChanged();
 }
 
 void frmDataLogger::say(const QString& line) {

@@ -140,6 +140,7 @@ const TextRow kFormCaptions[] = {
     {"frmDataLogger.OpenedSpan", "%1 samples of %2 from %3 to %4; double-click for the whole log",
      "%2 的 %1 个采样, 从 %3 到 %4; 双击显示全部记录"},
     {"frmDataLogger.NoFile", "%1: no such log", "%1: 记录不存在"},
+    {"frmDataLogger.UnitFraction", "fraction", "比例"},
     {"frmMain.mnuToolsDataLogger", "Data &Logger...", "数据记录器(&L)..."},
     {"frmOptions.Caption", "Options", "选项"},
     {"frmOptions.tabGeneral", "General", "常规"},

@@ -10,6 +10,7 @@
 #include "logger/frmDataLogger.h"
 #include "measure/MeasureTable.h"
 #include "shared/AppIdentity.h"
+#include "shared/LoadLanguage.h"
 #include "sheet/DataSheet.h"
 #include "sheet/SheetRecords.h"
 
@@ -52,6 +53,7 @@ void TestDataLogger::init() {
     tp_ = std::make_unique<TestPlatform>();
     ResetControllerState();
     ResetDataSheet();
+    ApplyLanguage(kLanguageEnglish);
     MakerName = "Vexor Technologies,Inc.";
 }
 
@@ -173,6 +175,19 @@ void TestDataLogger::aLogFromTheWindow() {
         }
     QVERIFY(yellow > 10);
     QVERIFY(orange > 10);
+    // In Chinese the headings read the measure window's names, drawn anew at
+    // the switch; the stored names stay English.
+    ApplyLanguage(kLanguageChinese);
+    QCOMPARE(TrendLaneCaption(lanes[0]), QString("CH1 峰峰值 (V)"));
+    QCOMPARE(TrendLaneCaption(lanes[1]), QString("CH1 频率 (Hz)"));
+    TrendSeries duty;
+    duty.title = "CH2 Duty+";
+    duty.unit = "fraction";
+    QCOMPARE(TrendLaneCaption(duty), QString("CH2 正占空比 (比例)"));
+    QVERIFY(w->plot()->grab().toImage() != picture);
+    QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
+    ApplyLanguage(kLanguageEnglish);
+    QCOMPARE(w->plot()->grab().toImage(), picture);
     // A wrong measure is said in the window; nothing runs.
     auto* text = w->findChild<QLineEdit*>("txtMeasures");
     text->clear();
