@@ -100,6 +100,7 @@ QList<LogRow> SampleRows(const QList<LoggedMeasure>& measures, const MeasureReco
         r.unit = MeasureUnit(*m.row);
         const QString verdict = Verdict(item, m.row->family);
         if (!verdict.isEmpty()) r.verdict = VerdictPasses(verdict) ? "pass" : "fail";
+        if (limit.LimitEnabled) r.under = limit.UnderLimit, r.over = limit.OverLimit;
         rows << r;
     }
     return rows;

@@ -40,6 +40,7 @@ struct LogRow {
     QString channel, measure;
     std::optional<double> value;
     QString unit, verdict;
+    std::optional<double> under = std::nullopt, over = std::nullopt; // the limits judged, when set
 };
 // One sample's rows from the measure records of CH1 and CH2 (index 1, 2),
 // with the limits of `limits` applied by measure name.

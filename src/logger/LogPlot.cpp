@@ -98,6 +98,20 @@ bool envelopeTrend(LogStore& store, const LogFilter& filter, std::pair<double, d
     return true;
 }
 
+// The limits each lane was last judged against, drawn as the live plot
+// draws them; a log from before the limits were kept has none. `lanes` are
+// the store's lanes in the order of out->lanes.
+void readLimits(LogStore& store, const LogFilter& filter, std::vector<TrendLane> lanes,
+                StoredTrend* out) {
+    const std::size_t known = out->lanes.size();
+    store.readLimits(filter, &lanes, [&](int lane, double under, double over) {
+        if (static_cast<std::size_t>(lane) >= known) return; // no samples in the span
+        TrendSeries& s = out->lanes[static_cast<std::size_t>(lane)];
+        s.under = under;
+        s.over = over;
+    });
+}
+
 } // namespace
 
 bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
@@ -136,9 +150,12 @@ bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
     std::vector<qint64> samplesOf;
     if (readEnvelope(store, filter, &lanes, &blocks, &samplesOf) && !samplesOf.empty() &&
         static_cast<std::size_t>(*std::max_element(samplesOf.begin(), samplesOf.end())) >
-            detailRows)
-        return envelopeTrend(store, filter, *span, lanes, blocks, samplesOf, breakAtGaps, out,
-                             error);
+            detailRows) {
+        if (!envelopeTrend(store, filter, *span, lanes, blocks, samplesOf, breakAtGaps, out, error))
+            return false;
+        readLimits(store, filter, lanes, out);
+        return true;
+    }
     lanes.clear();
     std::size_t rows = 0;
     std::set<int> late; // lanes with a row written after a later one
@@ -179,6 +196,7 @@ bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
             sorted.add(s.t[i], s.v[i], failing.count(s.t[i]) > 0);
         s = std::move(sorted);
     }
+    readLimits(store, filter, lanes, out);
     return true;
 }
 
@@ -238,9 +256,9 @@ QString TrendLaneCaption(const TrendSeries& s) {
 std::vector<TimeTick> TrendTimeTicks(double origin, double span, int width, int spacing) {
     std::vector<TimeTick> ticks;
     if (!(span > 0) || width <= 0 || spacing <= 0) return ticks;
-    static constexpr double kSteps[] = {0.1,  0.2,  0.5,  1,     2,     5,     10,
-                                        15,   30,   60,   120,   300,   600,   900,
-                                        1800, 3600, 7200, 10800, 21600, 43200, 86400};
+    static constexpr double kSteps[] = {0.01, 0.02, 0.05, 0.1,  0.2,   0.5,   1,     2,
+                                        5,    10,   15,   30,   60,    120,   300,   600,
+                                        900,  1800, 3600, 7200, 10800, 21600, 43200, 86400};
     double step = 0;
     for (double s : kSteps)
         if (width * s / span >= spacing) {
@@ -250,16 +268,15 @@ std::vector<TimeTick> TrendTimeTicks(double origin, double span, int width, int 
     if (step == 0) // days: a whole number of them
         step = 86400 * std::ceil(spacing * span / width / 86400);
     const QString format = step < 1 ? "HH:mm:ss.z" : step < 60 ? "HH:mm:ss" : "HH:mm";
-    // Whole tenths of a second, so that a step's multiples are exact.
-    const qint64 stepTenths = std::llround(step * 10);
+    // Whole milliseconds, so that a step's multiples are exact.
+    const qint64 stepMs = std::llround(step * 1000);
     const qint64 first =
-        static_cast<qint64>(std::ceil(origin * 10 / static_cast<double>(stepTenths))) * stepTenths;
-    for (qint64 tenths = first; tenths <= std::llround((origin + span) * 10);
-         tenths += stepTenths) {
-        const QDateTime at = QDateTime::fromMSecsSinceEpoch(tenths * 100, QTimeZone::utc());
-        const bool midnight = tenths % 864000 == 0;
+        static_cast<qint64>(std::ceil(origin * 1000 / static_cast<double>(stepMs))) * stepMs;
+    for (qint64 ms = first; ms <= std::llround((origin + span) * 1000); ms += stepMs) {
+        const QDateTime at = QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc());
+        const bool midnight = ms % 86400000 == 0;
         ticks.push_back(
-            {tenths / 10.0 - origin, at.toString(midnight || step >= 86400 ? "MM-dd" : format)});
+            {ms / 1000.0 - origin, at.toString(midnight || step >= 86400 ? "MM-dd" : format)});
     }
     return ticks;
 }

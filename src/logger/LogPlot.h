@@ -44,7 +44,7 @@ struct ColumnSpan {
 // (the line passes over it); one with a gap breaks the line.
 std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double to, int columns);
 
-// The time axis's labels: a step of 1-2-5 seconds, 10, 15 or 30 seconds or
+// The time axis's labels: a step of 1-2-5 seconds (from 10 ms), 10, 15 or 30 seconds or
 // minutes, 1 to 12 hours or whole days, the smallest that keeps labels
 // `spacing` pixels apart over `width`; the labels on the step's multiples
 // of UTC time. A label reads the time of day to the step's precision; one

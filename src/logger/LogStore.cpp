@@ -29,6 +29,7 @@ namespace {
 std::atomic<int> g_connections{0};
 
 QStringList trendStatements(bool sqlite);
+QStringList limitsStatements(bool sqlite);
 
 // The one schema, in each database's words for a time, a real and a blob.
 QStringList schemaStatements(bool sqlite) {
@@ -55,7 +56,7 @@ QStringList schemaStatements(bool sqlite) {
                        "WHERE NOT EXISTS (SELECT 1 FROM korvane_log_schema)")
                    .arg(kLogSchemaVersion),
            } +
-           trendStatements(sqlite);
+           trendStatements(sqlite) + limitsStatements(sqlite);
 }
 
 // Version 2: each lane's count, lowest and highest value and failing count
@@ -74,21 +75,38 @@ QStringList trendStatements(bool sqlite) {
     };
 }
 
-// A log of version 1 brought to version 2: its blocks made from its samples.
-QStringList upgradeStatements(bool sqlite) {
-    const QString block =
-        sqlite ? QString("CAST(strftime('%s', time) AS INTEGER) / %1 * %1").arg(kTrendBlockSeconds)
-               : QString("(FLOOR(EXTRACT(EPOCH FROM time) / %1) * %1)::BIGINT")
-                     .arg(kTrendBlockSeconds);
-    return trendStatements(sqlite) +
-           QStringList{
-               QString("INSERT INTO trend SELECT instrument, channel, measure, unit, %1, "
-                       "COUNT(*), MIN(value), MAX(value), "
-                       "SUM(CASE WHEN verdict = 'fail' THEN 1 ELSE 0 END) FROM samples "
-                       "GROUP BY instrument, channel, measure, unit, %1")
-                   .arg(block),
-               QString("UPDATE korvane_log_schema SET version = %1").arg(kLogSchemaVersion),
-           };
+// Version 3: the limits a lane was judged against, from the first sample
+// judged by them on, so that a stored log draws them as the live plot did.
+QStringList limitsStatements(bool sqlite) {
+    const QString time = sqlite ? "TEXT" : "TIMESTAMPTZ";
+    const QString real = sqlite ? "REAL" : "DOUBLE PRECISION";
+    return {QString("CREATE TABLE IF NOT EXISTS limits (instrument TEXT NOT NULL, "
+                    "channel TEXT NOT NULL, measure TEXT NOT NULL, unit TEXT NOT NULL, "
+                    "since %1 NOT NULL, under %2 NOT NULL, over %2 NOT NULL, "
+                    "PRIMARY KEY (instrument, channel, measure, since))")
+                .arg(time, real)};
+}
+
+// An older log brought to this version, step by step: version 1 gets its
+// blocks made from its samples, version 2 the table of limits.
+QStringList upgradeStatements(bool sqlite, int from) {
+    QStringList statements;
+    if (from < 2) {
+        const QString block =
+            sqlite
+                ? QString("CAST(strftime('%s', time) AS INTEGER) / %1 * %1").arg(kTrendBlockSeconds)
+                : QString("(FLOOR(EXTRACT(EPOCH FROM time) / %1) * %1)::BIGINT")
+                      .arg(kTrendBlockSeconds);
+        statements << trendStatements(sqlite)
+                   << QString("INSERT INTO trend SELECT instrument, channel, measure, unit, %1, "
+                              "COUNT(*), MIN(value), MAX(value), "
+                              "SUM(CASE WHEN verdict = 'fail' THEN 1 ELSE 0 END) FROM samples "
+                              "GROUP BY instrument, channel, measure, unit, %1")
+                          .arg(block);
+    }
+    if (from < 3) statements << limitsStatements(sqlite);
+    return statements
+           << QString("UPDATE korvane_log_schema SET version = %1").arg(kLogSchemaVersion);
 }
 
 // The database's own words for what went wrong, on one line.
@@ -231,7 +249,7 @@ bool LogStore::createSchema() {
         const std::optional<int> now = ok ? version() : std::nullopt;
         const QStringList statements = now && *now == kLogSchemaVersion ? QStringList()
                                        : now && *now < kLogSchemaVersion
-                                           ? upgradeStatements(sqlite())
+                                           ? upgradeStatements(sqlite(), *now)
                                            : schemaStatements(sqlite());
         if (!sqlite() && !now) { // PostgreSQL: a failed statement spoils the transaction
             q.exec("ROLLBACK");
@@ -258,6 +276,7 @@ bool LogStore::writeOne(const Pending& p) {
     QSqlDatabase db = QSqlDatabase::database(connection_, false);
     QSqlQuery q(db);
     QSqlError blockError;
+    std::vector<LimitsKey> newLimits; // written with this sample, known once committed
     bool ok = q.exec(sqlite() ? "BEGIN IMMEDIATE" : "BEGIN");
     if (!p.rows.isEmpty()) {
         ok = ok && q.prepare(QString("INSERT INTO samples (instrument, time, channel, measure, "
@@ -297,6 +316,13 @@ bool LogStore::writeOne(const Pending& p) {
                 block.addBindValue(v);
             ok = block.exec();
             if (!ok) blockError = block.lastError();
+            if (ok && r.under && r.over) {
+                LimitsKey key{p.instrument, r.channel, r.measure, *r.under, *r.over};
+                if (!limitsWritten_.count(key)) {
+                    ok = writeLimits(r, p.instrument, &blockError);
+                    newLimits.push_back(std::move(key));
+                }
+            }
         }
         if (ok && !p.png.isEmpty()) {
             ok = q.prepare(QString("INSERT INTO screens (instrument, time, png) VALUES (?, %1, ?) "
@@ -316,11 +342,30 @@ bool LogStore::writeOne(const Pending& p) {
         q.addBindValue(p.gapSeconds);
         ok = ok && q.exec();
     }
-    if (ok && q.exec("COMMIT")) return true;
+    if (ok && q.exec("COMMIT")) {
+        limitsWritten_.insert(newLimits.begin(), newLimits.end());
+        return true;
+    }
     const QSqlError e = blockError.isValid() ? blockError : q.lastError();
     error_ = target_.shown() + ": " + oneLine(e);
     errorCode_ = e.nativeErrorCode();
     QSqlQuery(db).exec("ROLLBACK");
+    return false;
+}
+
+// A lane's limits from this row on (kept once a run, and again when they change).
+bool LogStore::writeLimits(const LogRow& r, const QString& instrument, QSqlError* error) {
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    const bool ok =
+        q.prepare(QString("INSERT INTO limits (instrument, channel, measure, unit, since, under, "
+                          "over) VALUES (?, ?, ?, ?, %1, ?, ?) ON CONFLICT DO NOTHING")
+                      .arg(timeParameter()));
+    for (const QVariant& v :
+         {QVariant(instrument), QVariant(r.channel), QVariant(r.measure), QVariant(r.unit),
+          QVariant(LogTimeText(r.time)), QVariant(*r.under), QVariant(*r.over)})
+        q.addBindValue(v);
+    if (ok && q.exec()) return true;
+    *error = q.lastError();
     return false;
 }
 
@@ -651,6 +696,34 @@ bool LogStore::readFailing(const LogFilter& filter, std::vector<TrendLane>* lane
                q, lanes,
                [&](int lane) {
                    failing(q.value(0).toDouble(), lane);
+                   return true;
+               },
+               &error_, target_.shown());
+}
+
+bool LogStore::readLimits(const LogFilter& filter, std::vector<TrendLane>* lanes,
+                          const std::function<void(int lane, double under, double over)>& limits) {
+    if (!connectDatabase()) return false;
+    QVariantList values;
+    QString where;
+    if (filter.to) { // the limits in force at the span's end
+        where += QString(" AND since <= %1").arg(timeParameter());
+        values << LogTimeText(*filter.to);
+    }
+    if (!filter.instrument.isEmpty()) {
+        where += " AND instrument = ?";
+        values << filter.instrument;
+    }
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    q.setForwardOnly(true);
+    return run(q,
+               "SELECT since, channel, measure, unit, under, over FROM limits WHERE 1 = 1" + where +
+                   " ORDER BY since",
+               values, &error_, target_.shown()) &&
+           laneRows(
+               q, lanes,
+               [&](int lane) {
+                   limits(lane, q.value(4).toDouble(), q.value(5).toDouble());
                    return true;
                },
                &error_, target_.shown());

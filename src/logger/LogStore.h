@@ -5,7 +5,8 @@
 // verdict; unique on instrument + time + channel + measure), gaps
 // (instrument, began, seconds), screens (instrument, time, png) and trend
 // (each lane's count, lowest, highest and failing count in blocks of
-// kTrendBlockSeconds, kept with the samples: a long log's envelope).
+// kTrendBlockSeconds, kept with the samples: a long log's envelope) and
+// limits (a lane's under and over limit from the first sample judged by them).
 //
 // Every sample is one short transaction, written with "ON CONFLICT DO
 // NOTHING", so a write retried after a lost reply is never stored twice.
@@ -16,15 +17,18 @@
 #include "logger/LogPlan.h"
 
 #include <QByteArray>
+#include <QSqlError>
 #include <QString>
 #include <QVariantList>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
+#include <tuple>
 #include <vector>
 
-constexpr int kLogSchemaVersion = 2;
+constexpr int kLogSchemaVersion = 3;
 constexpr int kTrendBlockSeconds = 10;
 // The block of the trend table a time falls in: its start, seconds since 1970.
 inline qint64 TrendBlockOf(const QDateTime& t) {
@@ -104,6 +108,11 @@ public:
     // The failing samples' times and lanes, in time order (from their index).
     bool readFailing(const LogFilter& filter, std::vector<TrendLane>* lanes,
                      const std::function<void(double seconds, int lane)>& failing);
+    // Each lane's limits in the order they came in force (the last one
+    // holds), up to the filter's end; false with error() when there is no
+    // such table (a log of schema 2 or older, only read).
+    bool readLimits(const LogFilter& filter, std::vector<TrendLane>* lanes,
+                    const std::function<void(int lane, double under, double over)>& limits);
     // The first and last sample's time (seconds since 1970), if there are any.
     std::optional<std::pair<double, double>> timeSpan(const LogFilter& filter);
     // The screen kept with a failing sample (of any instrument when
@@ -116,6 +125,7 @@ private:
     bool createSchema();
     bool prepareFile(); // SQLite: WAL, full sync
     bool writeOne(const Pending& p);
+    bool writeLimits(const LogRow& r, const QString& instrument, QSqlError* error);
     Write drain();
     Write hold(Pending p); // queued behind what is held, then everything tried
     bool sqlite() const { return target_.kind == LogTarget::Kind::SQLite; }
@@ -132,6 +142,9 @@ private:
     qint64 committedSamples_ = 0;
     QString error_;
     QString errorCode_; // the database's own code of the last failed write
+    // The limits this store has written: instrument, channel, measure, under, over.
+    using LimitsKey = std::tuple<QString, QString, QString, double, double>;
+    std::set<LimitsKey> limitsWritten_;
 };
 
 // The CSV of a log: "time,instrument,channel,measure,value,unit,verdict",

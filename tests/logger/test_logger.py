@@ -70,6 +70,11 @@ def test_a_log_holds_the_simulators_signal_with_verdicts_and_screens(simulator, 
     with sqlite3.connect(db) as c:
         assert c.execute("PRAGMA journal_mode").fetchone()[0] == "wal"
         pngs = [p for (p,) in c.execute("SELECT png FROM screens")]
+        # The limits judged against, kept once from the first sample on.
+        assert c.execute("SELECT since, channel, measure, unit, under, over FROM limits "
+                         "ORDER BY measure").fetchall() == [
+            (rows[0]["time"], "CH1", "Frequency", "Hz", 990.0, 1010.0),
+            (rows[0]["time"], "CH1", "Vpp", "V", 0.0, 1.0)]
     assert len(pngs) == 5 and all(p.startswith(b"\x89PNG") for p in pngs)
     # Python reads the same rows, element for element.
     same_as_csv(korvane.read_log(db), rows)
@@ -161,7 +166,7 @@ def test_bad_input_is_one_line_and_status_2_and_nothing_written(simulator, tmp_p
     (tmp_path / "text.db").write_text("a text file, not a database\n")
     with sqlite3.connect(tmp_path / "newer.db") as c:
         c.execute("CREATE TABLE korvane_log_schema (version INTEGER NOT NULL)")
-        c.execute("INSERT INTO korvane_log_schema VALUES (3)")
+        c.execute("INSERT INTO korvane_log_schema VALUES (4)")
     path = tmp_path / target
     before = digest(path)
     db = target if "://" in target else path
@@ -198,9 +203,10 @@ def test_a_postgresql_restart_loses_nothing_and_doubles_nothing(simulator, postg
     refused = cli("log", "CH1:Vpp", "--interval", "0", "--count", 1, "--db", postgres.url(),
                   env={"PGPASSWORD": "wrong"})
     assert refused.returncode == 2 and "password" in refused.stderr
+    (tmp_path / "limits.txt").write_text("Duty+=0.4,0.6\n")
     logger = subprocess.Popen([CLI, "log", MEASURES, "--interval", "0.25", "--count", "16",
-                               "--db", postgres.url()], stderr=subprocess.PIPE, text=True,
-                              env={**os.environ, **env})
+                               "--db", postgres.url(), "--limits", str(tmp_path / "limits.txt")],
+                              stderr=subprocess.PIPE, text=True, env={**os.environ, **env})
     try:
         deadline = time.time() + 20
         while time.time() < deadline:
@@ -232,6 +238,8 @@ def test_a_postgresql_restart_loses_nothing_and_doubles_nothing(simulator, postg
     assert all(0.2 <= (b - a).total_seconds() < 1.5 for a, b in zip(spaced, spaced[1:]))
     # The envelope, kept with the samples across the restart and its retried
     # writes, is what the server itself makes of the samples.
+    assert postgres.sql("SELECT COUNT(*) FROM limits") == "1"
+    assert postgres.sql("SELECT COUNT(*) FROM samples WHERE verdict = 'pass'") == "16"
     assert postgres.sql("SELECT SUM(samples) FROM trend") == "48"
     assert postgres.sql(
         "SELECT COUNT(*) FROM trend t FULL JOIN (SELECT instrument, channel, measure, unit, "

@@ -20,6 +20,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTimeZone>
 #include <QTimer>
 #include <QtTest>
@@ -227,9 +229,10 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     {
         LogStore store(target);
         QVERIFY(store.open());
+        double under = 0.5, over = 1.4; // Vpp's limits, changed after the gap
         auto sample = [&](int tenth, double vpp, const char* verdict, const QByteArray& png = {}) {
             const QDateTime at = t0.addMSecs(tenth * 100LL);
-            QList<LogRow> rows{{at, "CH1", "Vpp", vpp, "V", verdict},
+            QList<LogRow> rows{{at, "CH1", "Vpp", vpp, "V", verdict, under, over},
                                {at, "CH2", "Frequency", 1000.0 + tenth, "Hz", ""}};
             QCOMPARE(store.addSample("SIM0000001", rows, png), LogStore::Write::Committed);
         };
@@ -238,8 +241,23 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
         sample(3, 1.2, "pass"); // tenth 2 comes late
         sample(2, 1.1, "pass");
         QCOMPARE(store.addGap("SIM0000001", t0.addMSecs(350), 2.0), LogStore::Write::Committed);
+        under = 0.8, over = 1.6;
         sample(24, 0.9, "pass");
     }
+    {
+        // The limits are kept when they come in force, not with every sample.
+        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "limits");
+        db.setDatabaseName(target.path);
+        QVERIFY(db.open());
+        QSqlQuery q("SELECT since, under, over FROM limits ORDER BY since", db);
+        QStringList kept;
+        while (q.next())
+            kept << q.value(0).toString() + " " + q.value(1).toString() + " " +
+                        q.value(2).toString();
+        QCOMPARE(kept, QStringList({"2026-11-24T08:00:00.000Z 0.5 1.4",
+                                    "2026-11-24T08:00:02.400Z 0.8 1.6"}));
+    }
+    QSqlDatabase::removeDatabase("limits");
     frmDataLogger* w = open("CH1:Vpp", 0, 0);
     auto* db = w->findChild<QLineEdit*>("txtDatabase");
     auto* openButton = w->findChild<QPushButton*>("cmdOpen");
@@ -273,6 +291,16 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     }
     QCOMPARE(lanes[1].v.back(), 1024.0);
     QCOMPARE(lanes[0].failing.size(), std::size_t(1));
+    // The limits in force at the end are drawn (orange); Frequency had none.
+    QCOMPARE(lanes[0].under, std::optional<double>(0.8));
+    QCOMPARE(lanes[0].over, std::optional<double>(1.6));
+    QVERIFY(!lanes[1].under && !lanes[1].over);
+    const QImage picture = w->plot()->grab().toImage();
+    int orange = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            orange += picture.pixel(x, y) == qRgb(255, 128, 0);
+    QVERIFY(orange > 10);
     // The failing sample's screen, from the plot: the window shows it.
     const std::size_t before = QApplication::topLevelWidgets().size();
     emit w->plot()->failingSampleClicked(lanes[0].failing[0]);
@@ -343,7 +371,8 @@ void TestDataLogger::aDragAcrossALongLogReadsTheSpanCloser() {
 
 // A server's log (KORVANE_TEST_POSTGRES, set by the end-to-end test that
 // starts the server and logs into it across a restart), opened with a click:
-// each lane holds the values and times the CSV export reads, in time order.
+// each lane holds the values and times the CSV export reads, in time order,
+// and the limits the samples were judged against.
 void TestDataLogger::aServerLogOpensInThePlot() {
     const QString url = qEnvironmentVariable("KORVANE_TEST_POSTGRES");
     if (url.isEmpty()) QSKIP("run by logger_end_to_end against its own server");
@@ -386,6 +415,11 @@ void TestDataLogger::aServerLogOpensInThePlot() {
             QVERIFY2(std::abs(t[i] + began - rows[i].first) < 1e-3, qPrintable(lane.title));
             QVERIFY2(v[i] == rows[i].second, qPrintable(lane.title));
         }
+        // The server kept Duty+'s limits (0.4 to 0.6) for the plot; no other lane's.
+        const bool duty = lane.title == "CH2 Duty+";
+        QVERIFY2(lane.under == (duty ? std::optional<double>(0.4) : std::nullopt) &&
+                     lane.over == (duty ? std::optional<double>(0.6) : std::nullopt),
+                 qPrintable(lane.title));
     }
 }
 

@@ -243,7 +243,7 @@ void TestLogPlan::theEnvelopeHoldsEachBlockOnceAnOlderLogGetsItsOwn() {
         QVERIFY(db.open());
         QSqlQuery q(db);
         for (const char* sql : {"DROP TABLE trend", "DROP INDEX samples_failing",
-                                "UPDATE korvane_log_schema SET version = 1"})
+                                "DROP TABLE limits", "UPDATE korvane_log_schema SET version = 1"})
             QVERIFY2(q.exec(sql), sql);
         db.close();
     }
@@ -265,6 +265,10 @@ void TestLogPlan::timeAxisLabels_data() {
     QTest::newRow("tenths") << "2026-11-24T12:00:00.050Z" << 2.0 << 800
                             << QStringList{"12:00:00.5", "12:00:01.0", "12:00:01.5", "12:00:02.0"}
                             << 0.45;
+    QTest::newRow("hundredths") << "2026-11-24T12:00:09.645Z" << 0.112 << 600
+                                << QStringList{"12:00:09.66", "12:00:09.68", "12:00:09.7",
+                                               "12:00:09.72", "12:00:09.74"}
+                                << 0.015;
     QTest::newRow("a day at 10 Hz")
         << "2026-11-24T08:00:00.300Z" << 86400.0 << 1000
         << QStringList{"09:00", "12:00", "15:00", "18:00", "21:00", "11-25", "03:00", "06:00"}
