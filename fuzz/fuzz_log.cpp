@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Data log databases (SQLite files) as the export, read_log and the Data
-// Logger (its envelope and its samples) read them: a damaged or foreign file
-// is refused or read, never a crash, and every row read has the export's
-// shape.
+// Logger (its envelope and its samples) read them, then as a logger opens
+// them to log into: a damaged or foreign file is refused or read, never a
+// crash, and every row read has the export's shape.
 #include "FuzzSupport.h"
 
 #include "logger/LogPlot.h"
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     LogTarget target;
     target.path = path;
     LogStore store(target);
-    if (!store.open()) {
+    if (!store.openToRead()) { // as the export, read_log and the window open it
         FuzzRequire(!store.error().isEmpty() && !store.error().contains('\n'),
                     "a refusal says why, on one line");
         return 0;
@@ -43,5 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (const TrendSeries& lane : trend.lanes)
             FuzzRequire(lane.t.size() == lane.v.size(), "a lane's times and values pair up");
     }
+    // A logger opening it to log into: brought up to date, or refused on one line.
+    LogStore writer(target);
+    FuzzRequire(writer.open() || (!writer.error().isEmpty() && !writer.error().contains('\n')),
+                "a refusal to log into it says why, on one line");
     return 0;
 }

@@ -682,7 +682,7 @@ py::dict readLog(const std::string& target, const std::string& from, const std::
     LogStore store(*where);
     {
         py::gil_scoped_release free; // a long log reads while other threads run
-        opened = store.open();
+        opened = store.openToRead();
         read = opened && store.readRows(filter, [&](const LogExportRow& r) {
             times.push_back(QDateTime::fromString(r.time, Qt::ISODateWithMs).toMSecsSinceEpoch());
             values.push_back(r.value.value_or(std::nan("")));
@@ -693,6 +693,8 @@ py::dict readLog(const std::string& target, const std::string& from, const std::
             verdicts.push_back(r.verdict.toStdString());
         });
     }
+    if (!opened && where->kind == LogTarget::Kind::SQLite)
+        raise(g_fileFormatError, store.error()); // the file is there: it holds no log
     if (!read) raise(g_error, store.error());
     py::dict d;
     d["time_ms"] = arrayOf(std::move(times));

@@ -12,6 +12,7 @@ a file reads, writes, decodes and analyses here exactly as it does there.
 
 from __future__ import annotations
 
+import errno
 import os
 from typing import Optional, Sequence
 
@@ -149,10 +150,15 @@ def read_log(target: str | os.PathLike, start=None, end=None,
     ``korvane-cli log-export``: ``time`` (datetime64[ms], UTC), ``value``
     (float64 in base units; nan when nothing was measured), ``instrument``,
     ``channel``, ``measure``, ``unit`` and ``verdict`` (str). A gap in the
-    log is a row whose measure is "gap" and whose value is its seconds."""
+    log is a row whose measure is "gap" and whose value is its seconds.
+    Raises FileNotFoundError for a file that does not exist (none is made)
+    and FileFormatError for one that holds no log."""
+    path = os.fspath(target)
+    if "://" not in path and not os.path.isfile(path):
+        raise FileNotFoundError(errno.ENOENT, "no such log", path)
     def text(t):
         return "" if t is None else t if isinstance(t, str) else t.isoformat()
-    columns = _korvane.read_log(os.fspath(target), text(start), text(end), instrument or "")
+    columns = _korvane.read_log(path, text(start), text(end), instrument or "")
     out = {"time": columns.pop("time_ms").astype("datetime64[ms]"),
            "value": columns.pop("value")}
     for name, values in columns.items():

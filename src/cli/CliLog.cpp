@@ -120,7 +120,7 @@ int RunLogCommand(const CliRequest& r) {
 int RunLogExport(const CliRequest& r) {
     QString error;
     LogStore store(*ParseLogTarget(r.db, &error));
-    if (!store.open()) return CliFail(store.error());
+    if (!store.openToRead()) return CliFail(store.error());
     LogFilter filter;
     if (!r.fromTime.isEmpty()) filter.from = ParseLogTime(r.fromTime);
     if (!r.toTime.isEmpty()) filter.to = ParseLogTime(r.toTime);

@@ -272,6 +272,32 @@ bool LogStore::open() {
     return connectDatabase() && createSchema();
 }
 
+bool LogStore::openToRead() {
+    if (sqlite() && !QFileInfo(target_.path).isFile()) {
+        error_ = target_.path + ": no such log";
+        return false;
+    }
+    if (!connectDatabase()) return false;
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    if (!q.exec("SELECT MAX(version) FROM korvane_log_schema") || !q.next() || q.isNull(0)) {
+        // A file that is no database says so; a database without the table holds no log.
+        const QString why =
+            q.lastError().isValid() && sqlite() && q.lastError().nativeErrorCode() == "26"
+                ? oneLine(q.lastError())
+                : QStringLiteral("not a data log");
+        error_ = target_.shown() + ": " + why;
+        return false;
+    }
+    if (const int version = q.value(0).toInt(); version > kLogSchemaVersion) {
+        error_ = QString("%1: written by a newer program (log schema %2; this one knows %3)")
+                     .arg(target_.shown())
+                     .arg(version)
+                     .arg(kLogSchemaVersion);
+        return false;
+    }
+    return true;
+}
+
 bool LogStore::writeOne(const Pending& p) {
     QSqlDatabase db = QSqlDatabase::database(connection_, false);
     QSqlQuery q(db);

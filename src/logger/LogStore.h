@@ -67,6 +67,11 @@ public:
     // error(), for a file that is no database, a schema of a newer program
     // (left as it is), a server that refuses, a missing driver.
     bool open();
+    // Opens a log only to read it: nothing is made or changed. False, with
+    // error(), for a SQLite file that does not exist (never created), a
+    // file that is no database or holds no log, a log of a newer program,
+    // a server that refuses.
+    bool openToRead();
 
     enum class Write {
         Committed, // in the database, with everything held before it

@@ -176,6 +176,29 @@ def test_bad_input_is_one_line_and_status_2_and_nothing_written(simulator, tmp_p
     assert digest(path) == before  # a new path stays absent, a file stays as it was
 
 
+@pytest.mark.parametrize("name,says,raised", [
+    ("none.db", "no such log", FileNotFoundError),
+    ("text.db", "not a database", korvane.FileFormatError),
+    ("empty.db", "not a data log", korvane.FileFormatError),
+    ("newer.db", "newer program", korvane.FileFormatError),
+])
+def test_reading_what_is_no_log_says_so_and_changes_nothing(tmp_path, name, says, raised):
+    (tmp_path / "text.db").write_text("a text file, not a database\n")
+    sqlite3.connect(tmp_path / "empty.db").close()
+    with sqlite3.connect(tmp_path / "newer.db") as c:
+        c.execute("CREATE TABLE korvane_log_schema (version INTEGER NOT NULL)")
+        c.execute("INSERT INTO korvane_log_schema VALUES (4)")
+    path = tmp_path / name
+    before = digest(path)
+    done = cli("log-export", "--db", path, "--out", tmp_path / "out.csv")
+    assert done.returncode == 2
+    assert len(done.stderr.strip().splitlines()) == 1 and says in done.stderr, done.stderr
+    with pytest.raises(raised, match=says):
+        korvane.read_log(path)
+    assert digest(path) == before and not (tmp_path / "out.csv").exists()
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["empty.db", "newer.db", "text.db"]
+
+
 def test_a_full_file_system_stops_the_log_and_keeps_what_was_committed(simulator, tmp_path):
     # A real ENOSPC: a 256 kB tmpfs of its own (a private mount namespace),
     # the database copied out when the logger has ended.
