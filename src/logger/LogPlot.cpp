@@ -118,6 +118,10 @@ bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
                   const std::function<bool(double share)>& progress, QString* error,
                   std::size_t detailRows) {
     error->clear();
+    if (!store.openToRead()) { // no file made, none of a newer program misread
+        *error = store.error();
+        return false;
+    }
     const std::optional<std::pair<double, double>> span = store.timeSpan(filter);
     if (!span) {
         *error = store.error().isEmpty() ? store.target().shown() + ": no samples logged"

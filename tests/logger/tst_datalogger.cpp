@@ -267,6 +267,17 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     QTest::mouseClick(openButton, Qt::LeftButton);
     QCOMPARE(state->text(), tp_->tempPath("none.db") + ": no such log");
     QVERIFY(!QFile::exists(tp_->tempPath("none.db")));
+    // A file that is no database: SQLite's own words, on the state line.
+    {
+        QFile text(tp_->tempPath("text.db"));
+        QVERIFY(text.open(QIODevice::WriteOnly));
+        text.write("a text file, not a database\n");
+    }
+    db->clear();
+    QTest::keyClicks(db, tp_->tempPath("text.db"));
+    QTest::mouseClick(openButton, Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 10000);
+    QCOMPARE(state->text(), tp_->tempPath("text.db") + ": file is not a database");
 
     db->clear();
     QTest::keyClicks(db, target.path);
