@@ -655,26 +655,31 @@ bool LogStore::readTrend(
                                    where + " ORDER BY rowid",
                                values, lanes, sample, &error_, target_.shown());
     }
-    QSqlQuery q(db);
-    q.setForwardOnly(true); // millions of rows pass through, none kept
-    const QString sql = QString("SELECT %1, channel, measure, unit, value, verdict = 'fail' "
-                                "FROM samples WHERE 1 = 1%2 ORDER BY time")
-                            .arg(secondsColumn("time"), where);
+    return laneQuery(QString("SELECT %1, channel, measure, unit, value, verdict = 'fail' "
+                             "FROM samples WHERE 1 = 1%2 ORDER BY time")
+                         .arg(secondsColumn("time"), where),
+                     values, lanes, [&](const QSqlQuery& q, int lane) {
+                         const QVariant value = q.value(4);
+                         return sample(q.value(0).toDouble(), lane,
+                                       value.isNull() ? NAN : value.toDouble(),
+                                       q.value(5).toInt() == 1);
+                     });
+}
+
+bool LogStore::laneQuery(const QString& sql, const QVariantList& values,
+                         std::vector<TrendLane>* lanes,
+                         const std::function<bool(const QSqlQuery& q, int lane)>& row) {
+    if (!connectDatabase()) return false;
+    QSqlQuery q(QSqlDatabase::database(connection_, false));
+    q.setForwardOnly(true); // millions of rows may pass through, none kept
     return run(q, sql, values, &error_, target_.shown()) &&
            laneRows(
-               q, lanes,
-               [&](int lane) {
-                   const QVariant value = q.value(4);
-                   return sample(q.value(0).toDouble(), lane,
-                                 value.isNull() ? NAN : value.toDouble(), q.value(5).toInt() == 1);
-               },
-               &error_, target_.shown());
+               q, lanes, [&](int lane) { return row(q, lane); }, &error_, target_.shown());
 }
 
 bool LogStore::readEnvelope(const LogFilter& filter, std::vector<TrendLane>* lanes,
                             const std::function<void(double began, int lane, qint64 samples,
                                                      double low, double high)>& block) {
-    if (!connectDatabase()) return false;
     QString where;
     QVariantList values;
     if (filter.from) {
@@ -689,47 +694,32 @@ bool LogStore::readEnvelope(const LogFilter& filter, std::vector<TrendLane>* lan
         where += " AND instrument = ?";
         values << filter.instrument;
     }
-    QSqlQuery q(QSqlDatabase::database(connection_, false));
-    q.setForwardOnly(true);
-    return run(q,
-               "SELECT began, channel, measure, unit, samples, low, high FROM trend WHERE 1 = 1" +
-                   where + " ORDER BY began",
-               values, &error_, target_.shown()) &&
-           laneRows(
-               q, lanes,
-               [&](int lane) {
-                   block(q.value(0).toDouble(), lane, q.value(4).toLongLong(),
-                         q.isNull(5) ? NAN : q.value(5).toDouble(),
-                         q.isNull(6) ? NAN : q.value(6).toDouble());
-                   return true;
-               },
-               &error_, target_.shown());
+    return laneQuery(
+        "SELECT began, channel, measure, unit, samples, low, high FROM trend WHERE 1 = 1" + where +
+            " ORDER BY began",
+        values, lanes, [&](const QSqlQuery& q, int lane) {
+            block(q.value(0).toDouble(), lane, q.value(4).toLongLong(),
+                  q.isNull(5) ? NAN : q.value(5).toDouble(),
+                  q.isNull(6) ? NAN : q.value(6).toDouble());
+            return true;
+        });
 }
 
 bool LogStore::readFailing(const LogFilter& filter, std::vector<TrendLane>* lanes,
                            const std::function<void(double seconds, int lane)>& failing) {
-    if (!connectDatabase()) return false;
     QVariantList values;
     const QString where = conditions(filter, "time", &values);
-    QSqlQuery q(QSqlDatabase::database(connection_, false));
-    q.setForwardOnly(true);
-    return run(q,
-               QString("SELECT %1, channel, measure, unit FROM samples WHERE verdict = 'fail'%2 "
-                       "ORDER BY time")
-                   .arg(secondsColumn("time"), where),
-               values, &error_, target_.shown()) &&
-           laneRows(
-               q, lanes,
-               [&](int lane) {
-                   failing(q.value(0).toDouble(), lane);
-                   return true;
-               },
-               &error_, target_.shown());
+    return laneQuery(QString("SELECT %1, channel, measure, unit FROM samples WHERE verdict = "
+                             "'fail'%2 ORDER BY time")
+                         .arg(secondsColumn("time"), where),
+                     values, lanes, [&](const QSqlQuery& q, int lane) {
+                         failing(q.value(0).toDouble(), lane);
+                         return true;
+                     });
 }
 
 bool LogStore::readLimits(const LogFilter& filter, std::vector<TrendLane>* lanes,
                           const std::function<void(int lane, double under, double over)>& limits) {
-    if (!connectDatabase()) return false;
     QVariantList values;
     QString where;
     if (filter.to) { // the limits in force at the span's end
@@ -740,19 +730,12 @@ bool LogStore::readLimits(const LogFilter& filter, std::vector<TrendLane>* lanes
         where += " AND instrument = ?";
         values << filter.instrument;
     }
-    QSqlQuery q(QSqlDatabase::database(connection_, false));
-    q.setForwardOnly(true);
-    return run(q,
-               "SELECT since, channel, measure, unit, under, over FROM limits WHERE 1 = 1" + where +
-                   " ORDER BY since",
-               values, &error_, target_.shown()) &&
-           laneRows(
-               q, lanes,
-               [&](int lane) {
-                   limits(lane, q.value(4).toDouble(), q.value(5).toDouble());
-                   return true;
-               },
-               &error_, target_.shown());
+    return laneQuery("SELECT since, channel, measure, unit, under, over FROM limits WHERE 1 = 1" +
+                         where + " ORDER BY since",
+                     values, lanes, [&](const QSqlQuery& q, int lane) {
+                         limits(lane, q.value(4).toDouble(), q.value(5).toDouble());
+                         return true;
+                     });
 }
 
 QByteArray LogStore::screen(const QString& instrument, const QDateTime& time) {

@@ -18,6 +18,7 @@
 
 #include <QByteArray>
 #include <QSqlError>
+#include <QSqlQuery>
 #include <QString>
 #include <QVariantList>
 #include <deque>
@@ -131,6 +132,10 @@ private:
     bool prepareFile(); // SQLite: WAL, full sync
     bool writeOne(const Pending& p);
     bool writeLimits(const LogRow& r, const QString& instrument, QSqlError* error);
+    // Each row of a query whose columns 1 to 3 name a lane, with its lane;
+    // `row` returns false to stop.
+    bool laneQuery(const QString& sql, const QVariantList& values, std::vector<TrendLane>* lanes,
+                   const std::function<bool(const QSqlQuery& q, int lane)>& row);
     Write drain();
     Write hold(Pending p); // queued behind what is held, then everything tried
     bool sqlite() const { return target_.kind == LogTarget::Kind::SQLite; }
