@@ -275,6 +275,16 @@ def test_a_postgresql_restart_loses_nothing_and_doubles_nothing(simulator, postg
                             capture_output=True, text=True, timeout=60,
                             env={**os.environ, **env, "KORVANE_TEST_POSTGRES": postgres.url()})
     assert window.returncode == 0 and "SKIP" not in window.stdout, window.stdout + window.stderr
+    # The same log as schema 2 left it: read as it is, then brought to 3 by
+    # the next logger, its limits kept from then on.
+    postgres.sql("DROP TABLE limits; UPDATE korvane_log_schema SET version = 2")
+    assert len(exported_pg(postgres)) == len(everything)
+    assert postgres.sql("SELECT version FROM korvane_log_schema") == "2"
+    more = cli("log", MEASURES, "--interval", "0", "--count", 1, "--db", postgres.url(),
+               "--limits", tmp_path / "limits.txt", env=env)
+    assert more.returncode == 0, more.stderr
+    assert postgres.sql("SELECT version FROM korvane_log_schema") == "3"
+    assert postgres.sql("SELECT measure, under, over FROM limits") == "Duty+|0.4|0.6"
 
 
 def same_as_csv(log, rows):
