@@ -302,7 +302,7 @@ bool LogStore::writeOne(const Pending& p) {
     QSqlDatabase db = QSqlDatabase::database(connection_, false);
     QSqlQuery q(db);
     QSqlError blockError;
-    std::vector<LimitsKey> newLimits; // written with this sample, known once committed
+    std::vector<std::pair<LaneKey, std::pair<double, double>>> newLimits; // known once committed
     bool ok = q.exec(sqlite() ? "BEGIN IMMEDIATE" : "BEGIN");
     if (!p.rows.isEmpty()) {
         ok = ok && q.prepare(QString("INSERT INTO samples (instrument, time, channel, measure, "
@@ -343,10 +343,12 @@ bool LogStore::writeOne(const Pending& p) {
             ok = block.exec();
             if (!ok) blockError = block.lastError();
             if (ok && r.under && r.over) {
-                LimitsKey key{p.instrument, r.channel, r.measure, *r.under, *r.over};
-                if (!limitsWritten_.count(key)) {
+                const LaneKey lane{p.instrument, r.channel, r.measure};
+                const auto last = limitsWritten_.find(lane);
+                const std::pair<double, double> limits{*r.under, *r.over};
+                if (last == limitsWritten_.end() || last->second != limits) {
                     ok = writeLimits(r, p.instrument, &blockError);
-                    newLimits.push_back(std::move(key));
+                    newLimits.emplace_back(lane, limits);
                 }
             }
         }
@@ -369,7 +371,8 @@ bool LogStore::writeOne(const Pending& p) {
         ok = ok && q.exec();
     }
     if (ok && q.exec("COMMIT")) {
-        limitsWritten_.insert(newLimits.begin(), newLimits.end());
+        for (const auto& [lane, limits] : newLimits)
+            limitsWritten_[lane] = limits;
         return true;
     }
     const QSqlError e = blockError.isValid() ? blockError : q.lastError();

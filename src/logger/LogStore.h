@@ -23,9 +23,9 @@
 #include <QVariantList>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <tuple>
 #include <vector>
 
@@ -152,9 +152,10 @@ private:
     qint64 committedSamples_ = 0;
     QString error_;
     QString errorCode_; // the database's own code of the last failed write
-    // The limits this store has written: instrument, channel, measure, under, over.
-    using LimitsKey = std::tuple<QString, QString, QString, double, double>;
-    std::set<LimitsKey> limitsWritten_;
+    // The limits this store wrote last for each lane (instrument, channel,
+    // measure): under and over. Written again only when they change.
+    using LaneKey = std::tuple<QString, QString, QString>;
+    std::map<LaneKey, std::pair<double, double>> limitsWritten_;
 };
 
 // The CSV of a log: "time,instrument,channel,measure,value,unit,verdict",

@@ -229,7 +229,7 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     {
         LogStore store(target);
         QVERIFY(store.open());
-        double under = 0.5, over = 1.4; // Vpp's limits, changed after the gap
+        double under = 0.5, over = 1.4; // Vpp's limits, changed after the gap and back
         auto sample = [&](int tenth, double vpp, const char* verdict, const QByteArray& png = {}) {
             const QDateTime at = t0.addMSecs(tenth * 100LL);
             QList<LogRow> rows{{at, "CH1", "Vpp", vpp, "V", verdict, under, over},
@@ -243,6 +243,8 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
         QCOMPARE(store.addGap("SIM0000001", t0.addMSecs(350), 2.0), LogStore::Write::Committed);
         under = 0.8, over = 1.6;
         sample(24, 0.9, "pass");
+        under = 0.5, over = 1.4; // and back
+        sample(30, 1.0, "pass");
     }
     {
         // The limits are kept when they come in force, not with every sample.
@@ -255,7 +257,8 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
             kept << q.value(0).toString() + " " + q.value(1).toString() + " " +
                         q.value(2).toString();
         QCOMPARE(kept, QStringList({"2026-11-24T08:00:00.000Z 0.5 1.4",
-                                    "2026-11-24T08:00:02.400Z 0.8 1.6"}));
+                                    "2026-11-24T08:00:02.400Z 0.8 1.6",
+                                    "2026-11-24T08:00:03.000Z 0.5 1.4"}));
     }
     QSqlDatabase::removeDatabase("limits");
     frmDataLogger* w = open("CH1:Vpp", 0, 0);
@@ -284,7 +287,7 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     QCOMPARE(openButton->text(), QString("Open log"));
     QTest::mouseClick(openButton, Qt::LeftButton);
     QTRY_VERIFY_WITH_TIMEOUT(!w->reading(), 10000);
-    QCOMPARE(state->text(), "5 samples of " + target.path +
+    QCOMPARE(state->text(), "6 samples of " + target.path +
                                 " from 2026-11-24T08:00:00.000Z; drag across the plot to look "
                                 "closer");
     const std::vector<TrendSeries>& lanes = w->plot()->series();
@@ -292,19 +295,19 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
     QCOMPARE(lanes[1].title, QString("CH2 Frequency"));
     QCOMPARE(lanes[1].unit, QString("Hz"));
-    // Vpp: the five values in time order, the gap's break at 0.35 s.
-    const std::vector<double> times{0, 0.1, 0.2, 0.3, 0.35, 2.4};
-    const std::vector<double> vpp{1.0, 1.5, 1.1, 1.2, NAN, 0.9};
+    // Vpp: the six values in time order, the gap's break at 0.35 s.
+    const std::vector<double> times{0, 0.1, 0.2, 0.3, 0.35, 2.4, 3.0};
+    const std::vector<double> vpp{1.0, 1.5, 1.1, 1.2, NAN, 0.9, 1.0};
     QCOMPARE(lanes[0].t.size(), times.size());
     for (std::size_t i = 0; i < times.size(); ++i) {
         QVERIFY2(std::abs(lanes[0].t[i] - times[i]) < 1e-3, qPrintable(QString::number(i)));
         QVERIFY(std::isnan(vpp[i]) ? std::isnan(lanes[0].v[i]) : lanes[0].v[i] == vpp[i]);
     }
-    QCOMPARE(lanes[1].v.back(), 1024.0);
+    QCOMPARE(lanes[1].v.back(), 1030.0);
     QCOMPARE(lanes[0].failing.size(), std::size_t(1));
     // The limits in force at the end are drawn (orange); Frequency had none.
-    QCOMPARE(lanes[0].under, std::optional<double>(0.8));
-    QCOMPARE(lanes[0].over, std::optional<double>(1.6));
+    QCOMPARE(lanes[0].under, std::optional<double>(0.5));
+    QCOMPARE(lanes[0].over, std::optional<double>(1.4));
     QVERIFY(!lanes[1].under && !lanes[1].over);
     const QImage picture = w->plot()->grab().toImage();
     int orange = 0;
