@@ -62,7 +62,8 @@ void dayRedraw() {
     std::vector<TrendSeries> lanes(4);
     constexpr int kDay = 864000; // 10 Hz
     for (std::size_t m = 0; m < lanes.size(); ++m) {
-        lanes[m].title = QString("CH1 M%1").arg(m);
+        lanes[m].channel = "CH1";
+        lanes[m].measure = QString("M%1").arg(m);
         for (int i = 0; i < kDay; ++i) {
             const bool gap = i % 100000 == 99999;
             lanes[m].add(i * 0.1, gap ? NAN : std::sin(i * 1e-4) + (i % 13) * 0.01, i % 5000 == 0);

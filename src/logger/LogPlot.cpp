@@ -44,7 +44,8 @@ void nameLanes(const std::vector<TrendLane>& lanes, std::vector<TrendSeries>* se
     while (series->size() < lanes.size()) {
         const TrendLane& named = lanes[series->size()];
         TrendSeries s;
-        s.title = named.channel + " " + named.measure;
+        s.channel = named.channel;
+        s.measure = named.measure;
         s.unit = named.unit;
         series->push_back(std::move(s));
     }
@@ -193,7 +194,8 @@ bool ReadLogTrend(LogStore& store, const LogFilter& filter, StoredTrend* out,
         std::stable_sort(order.begin(), order.end(),
                          [&](std::size_t a, std::size_t b) { return s.t[a] < s.t[b]; });
         TrendSeries sorted;
-        sorted.title = s.title;
+        sorted.channel = s.channel;
+        sorted.measure = s.measure;
         sorted.unit = s.unit;
         const std::set<double> failing(s.failing.begin(), s.failing.end());
         for (std::size_t i : order)
@@ -245,12 +247,8 @@ std::vector<ColumnSpan> TrendColumns(const TrendSeries& s, double from, double t
 }
 
 QString TrendLaneCaption(const TrendSeries& s) {
-    // "CH1 Vpp": the channel, then the measure's English name.
-    const qsizetype space = s.title.indexOf(' ');
-    QString caption = s.title;
-    if (space > 0)
-        if (const MeasureRow* row = MeasureRowNamed(s.title.mid(space + 1)))
-            caption = s.title.left(space + 1) + MeasureRowName(*row);
+    const MeasureRow* row = MeasureRowNamed(s.measure);
+    const QString caption = s.channel + ' ' + (row ? MeasureRowName(*row) : s.measure);
     if (s.unit.isEmpty()) return caption;
     const QString unit =
         s.unit == QLatin1String("fraction") ? FormText("frmDataLogger", "UnitFraction") : s.unit;

@@ -22,7 +22,8 @@ struct TrendBlocks {
 };
 
 struct TrendSeries {
-    QString title, unit;               // as stored: "CH1 Vpp", "V"
+    QString channel, measure, unit;                           // as stored: "CH1", "Vpp", "V"
+    QString title() const { return channel + ' ' + measure; } // "CH1 Vpp"
     std::vector<double> t, v;          // seconds since the log began; NaN: a gap
     std::vector<double> failing;       // times of failing samples
     std::optional<double> under, over; // the limits drawn

@@ -28,13 +28,42 @@ namespace {
 
 std::atomic<int> g_connections{0};
 
-QStringList trendStatements(bool sqlite);
-QStringList limitsStatements(bool sqlite);
+// Each database's words for a time and a real.
+QString timeType(bool sqlite) {
+    return sqlite ? "TEXT" : "TIMESTAMPTZ";
+}
+QString realType(bool sqlite) {
+    return sqlite ? "REAL" : "DOUBLE PRECISION";
+}
 
-// The one schema, in each database's words for a time, a real and a blob.
+// Version 2: each lane's count, lowest and highest value and failing count
+// per block of kTrendBlockSeconds, kept as the samples are written, and an
+// index of the failing samples. A day at 10 Hz is 8,640 blocks a lane, read
+// at once where the samples would take seconds.
+QStringList trendStatements(bool sqlite) {
+    return {
+        QString("CREATE TABLE IF NOT EXISTS trend (instrument TEXT NOT NULL, "
+                "channel TEXT NOT NULL, measure TEXT NOT NULL, unit TEXT NOT NULL, "
+                "began BIGINT NOT NULL, samples BIGINT NOT NULL, low %1, high %1, "
+                "failing BIGINT NOT NULL, PRIMARY KEY (instrument, channel, measure, unit, began))")
+            .arg(realType(sqlite)),
+        "CREATE INDEX IF NOT EXISTS samples_failing ON samples (time) WHERE verdict = 'fail'",
+    };
+}
+
+// Version 3: the limits a lane was judged against, from the first sample
+// judged by them on, so that a stored log draws them as the live plot did.
+QStringList limitsStatements(bool sqlite) {
+    return {QString("CREATE TABLE IF NOT EXISTS limits (instrument TEXT NOT NULL, "
+                    "channel TEXT NOT NULL, measure TEXT NOT NULL, unit TEXT NOT NULL, "
+                    "since %1 NOT NULL, under %2 NOT NULL, over %2 NOT NULL, "
+                    "PRIMARY KEY (instrument, channel, measure, since))")
+                .arg(timeType(sqlite), realType(sqlite))};
+}
+
+// The one schema, made on first use.
 QStringList schemaStatements(bool sqlite) {
-    const QString time = sqlite ? "TEXT" : "TIMESTAMPTZ";
-    const QString real = sqlite ? "REAL" : "DOUBLE PRECISION";
+    const QString time = timeType(sqlite), real = realType(sqlite);
     const QString blob = sqlite ? "BLOB" : "BYTEA";
     return QStringList{
                "CREATE TABLE IF NOT EXISTS korvane_log_schema (version INTEGER NOT NULL)",
@@ -59,34 +88,6 @@ QStringList schemaStatements(bool sqlite) {
            trendStatements(sqlite) + limitsStatements(sqlite);
 }
 
-// Version 2: each lane's count, lowest and highest value and failing count
-// per block of kTrendBlockSeconds, kept as the samples are written, and an
-// index of the failing samples. A day at 10 Hz is 8,640 blocks a lane, read
-// at once where the samples would take seconds.
-QStringList trendStatements(bool sqlite) {
-    const QString real = sqlite ? "REAL" : "DOUBLE PRECISION";
-    return {
-        QString("CREATE TABLE IF NOT EXISTS trend (instrument TEXT NOT NULL, "
-                "channel TEXT NOT NULL, measure TEXT NOT NULL, unit TEXT NOT NULL, "
-                "began BIGINT NOT NULL, samples BIGINT NOT NULL, low %1, high %1, "
-                "failing BIGINT NOT NULL, PRIMARY KEY (instrument, channel, measure, unit, began))")
-            .arg(real),
-        "CREATE INDEX IF NOT EXISTS samples_failing ON samples (time) WHERE verdict = 'fail'",
-    };
-}
-
-// Version 3: the limits a lane was judged against, from the first sample
-// judged by them on, so that a stored log draws them as the live plot did.
-QStringList limitsStatements(bool sqlite) {
-    const QString time = sqlite ? "TEXT" : "TIMESTAMPTZ";
-    const QString real = sqlite ? "REAL" : "DOUBLE PRECISION";
-    return {QString("CREATE TABLE IF NOT EXISTS limits (instrument TEXT NOT NULL, "
-                    "channel TEXT NOT NULL, measure TEXT NOT NULL, unit TEXT NOT NULL, "
-                    "since %1 NOT NULL, under %2 NOT NULL, over %2 NOT NULL, "
-                    "PRIMARY KEY (instrument, channel, measure, since))")
-                .arg(time, real)};
-}
-
 // An older log brought to this version, step by step: version 1 gets its
 // blocks made from its samples, version 2 the table of limits.
 QStringList upgradeStatements(bool sqlite, int from) {
@@ -107,6 +108,20 @@ QStringList upgradeStatements(bool sqlite, int from) {
     if (from < 3) statements << limitsStatements(sqlite);
     return statements
            << QString("UPDATE korvane_log_schema SET version = %1").arg(kLogSchemaVersion);
+}
+
+// The log's schema version as stored; nothing without the table or its row.
+std::optional<int> storedVersion(QSqlQuery& q) {
+    if (!q.exec("SELECT MAX(version) FROM korvane_log_schema") || !q.next() || q.isNull(0))
+        return std::nullopt;
+    return q.value(0).toInt();
+}
+
+QString newerLog(const QString& shown, int version) {
+    return QString("%1: written by a newer program (log schema %2; this one knows %3)")
+        .arg(shown)
+        .arg(version)
+        .arg(kLogSchemaVersion);
 }
 
 // The database's own words for what went wrong, on one line.
@@ -220,21 +235,13 @@ bool LogStore::prepareFile() {
 bool LogStore::createSchema() {
     QSqlDatabase db = QSqlDatabase::database(connection_, false);
     QSqlQuery q(db);
-    auto version = [&]() -> std::optional<int> {
-        if (!q.exec("SELECT MAX(version) FROM korvane_log_schema") || !q.next()) return {};
-        return q.value(0).toInt();
-    };
     // A file that is no database says so here, before anything is written.
     if (!q.exec("SELECT COUNT(*) FROM " + QString(sqlite() ? "sqlite_master" : "pg_tables"))) {
         error_ = target_.shown() + ": " + oneLine(q.lastError());
         return false;
     }
-    if (std::optional<int> v = version(); v && *v > kLogSchemaVersion) {
-        error_ = QString("%1: written by a newer program (log schema %2; this one knows %3); "
-                         "left as it is")
-                     .arg(target_.shown())
-                     .arg(*v)
-                     .arg(kLogSchemaVersion);
+    if (std::optional<int> v = storedVersion(q); v && *v > kLogSchemaVersion) {
+        error_ = newerLog(target_.shown(), *v) + "; left as it is";
         return false;
     } else if (v && *v == kLogSchemaVersion) {
         return prepareFile();
@@ -246,7 +253,7 @@ bool LogStore::createSchema() {
     // the lock second finds it done.
     for (int attempt = 0; attempt < 2; ++attempt) {
         bool ok = q.exec(sqlite() ? "BEGIN IMMEDIATE" : "BEGIN");
-        const std::optional<int> now = ok ? version() : std::nullopt;
+        const std::optional<int> now = ok ? storedVersion(q) : std::nullopt;
         const QStringList statements = now && *now == kLogSchemaVersion ? QStringList()
                                        : now && *now < kLogSchemaVersion
                                            ? upgradeStatements(sqlite(), *now)
@@ -279,7 +286,8 @@ bool LogStore::openToRead() {
     }
     if (!connectDatabase()) return false;
     QSqlQuery q(QSqlDatabase::database(connection_, false));
-    if (!q.exec("SELECT MAX(version) FROM korvane_log_schema") || !q.next() || q.isNull(0)) {
+    const std::optional<int> version = storedVersion(q);
+    if (!version) {
         // A file that is no database says so; a database without the table holds no log.
         const QString why =
             q.lastError().isValid() && sqlite() && q.lastError().nativeErrorCode() == "26"
@@ -288,11 +296,8 @@ bool LogStore::openToRead() {
         error_ = target_.shown() + ": " + why;
         return false;
     }
-    if (const int version = q.value(0).toInt(); version > kLogSchemaVersion) {
-        error_ = QString("%1: written by a newer program (log schema %2; this one knows %3)")
-                     .arg(target_.shown())
-                     .arg(version)
-                     .arg(kLogSchemaVersion);
+    if (*version > kLogSchemaVersion) {
+        error_ = newerLog(target_.shown(), *version);
         return false;
     }
     return true;

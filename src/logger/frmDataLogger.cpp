@@ -191,7 +191,8 @@ void frmDataLogger::run() {
     std::vector<TrendSeries> lanes;
     for (const LoggedMeasure& m : plan.measures) {
         TrendSeries s;
-        s.title = m.channelName() + " " + m.name();
+        s.channel = m.channelName();
+        s.measure = m.name();
         s.unit = MeasureUnit(*m.row);
         const MeasureItem& limit = plan.limits.Items[static_cast<std::size_t>(m.row->slot)];
         if (limit.LimitEnabled) s.under = limit.UnderLimit, s.over = limit.OverLimit;

@@ -117,6 +117,17 @@ void TestDataLogger::columnsHoldEveryPeakAndGap() {
     QCOMPARE(gaps, 1);
 }
 
+namespace {
+const QRgb kLimitColour = qRgb(255, 128, 0);
+int pixelsOf(const QImage& picture, QRgb colour) {
+    int n = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            n += picture.pixel(x, y) == colour;
+    return n;
+}
+} // namespace
+
 frmDataLogger* TestDataLogger::open(const QString& measures, int count, double interval) {
     window_ = std::make_unique<frmDataLogger>();
     window_->resize(720, 520);
@@ -152,7 +163,7 @@ void TestDataLogger::aLogFromTheWindow() {
     QCOMPARE(state->text(), "3 samples logged into " + tp_->tempPath("window.db"));
     const std::vector<TrendSeries>& lanes = w->plot()->series();
     QCOMPARE(lanes.size(), std::size_t(2));
-    QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
+    QCOMPARE(lanes[0].title(), QString("CH1 Vpp"));
     QCOMPARE(lanes[0].v.size(), std::size_t(3));
     QCOMPARE(lanes[0].failing.size(), std::size_t(3));
     QCOMPARE(*lanes[0].over, 1.0);
@@ -168,26 +179,20 @@ void TestDataLogger::aLogFromTheWindow() {
     QCOMPARE(rows, 6);
     // What the user sees: the trace (yellow) and the limit (orange) are drawn.
     const QImage picture = w->plot()->grab().toImage();
-    int yellow = 0, orange = 0;
-    for (int y = 0; y < picture.height(); ++y)
-        for (int x = 0; x < picture.width(); ++x) {
-            const QRgb p = picture.pixel(x, y);
-            yellow += p == qRgb(255, 255, 0);
-            orange += p == qRgb(255, 128, 0);
-        }
-    QVERIFY(yellow > 10);
-    QVERIFY(orange > 10);
+    QVERIFY(pixelsOf(picture, qRgb(255, 255, 0)) > 10);
+    QVERIFY(pixelsOf(picture, kLimitColour) > 10);
     // In Chinese the headings read the measure window's names, drawn anew at
     // the switch; the stored names stay English.
     ApplyLanguage(kLanguageChinese);
     QCOMPARE(TrendLaneCaption(lanes[0]), QString("CH1 峰峰值 (V)"));
     QCOMPARE(TrendLaneCaption(lanes[1]), QString("CH1 频率 (Hz)"));
     TrendSeries duty;
-    duty.title = "CH2 Duty+";
+    duty.channel = "CH2";
+    duty.measure = "Duty+";
     duty.unit = "fraction";
     QCOMPARE(TrendLaneCaption(duty), QString("CH2 正占空比 (比例)"));
     QVERIFY(w->plot()->grab().toImage() != picture);
-    QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
+    QCOMPARE(lanes[0].title(), QString("CH1 Vpp"));
     ApplyLanguage(kLanguageEnglish);
     QCOMPARE(w->plot()->grab().toImage(), picture);
     // A wrong measure is said in the window; nothing runs.
@@ -292,8 +297,8 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
                                 "closer");
     const std::vector<TrendSeries>& lanes = w->plot()->series();
     QCOMPARE(lanes.size(), std::size_t(2));
-    QCOMPARE(lanes[0].title, QString("CH1 Vpp"));
-    QCOMPARE(lanes[1].title, QString("CH2 Frequency"));
+    QCOMPARE(lanes[0].title(), QString("CH1 Vpp"));
+    QCOMPARE(lanes[1].title(), QString("CH2 Frequency"));
     QCOMPARE(lanes[1].unit, QString("Hz"));
     // Vpp: the six values in time order, the gap's break at 0.35 s.
     const std::vector<double> times{0, 0.1, 0.2, 0.3, 0.35, 2.4, 3.0};
@@ -309,12 +314,7 @@ void TestDataLogger::aStoredLogOpensInThePlot() {
     QCOMPARE(lanes[0].under, std::optional<double>(0.5));
     QCOMPARE(lanes[0].over, std::optional<double>(1.4));
     QVERIFY(!lanes[1].under && !lanes[1].over);
-    const QImage picture = w->plot()->grab().toImage();
-    int orange = 0;
-    for (int y = 0; y < picture.height(); ++y)
-        for (int x = 0; x < picture.width(); ++x)
-            orange += picture.pixel(x, y) == qRgb(255, 128, 0);
-    QVERIFY(orange > 10);
+    QVERIFY(pixelsOf(w->plot()->grab().toImage(), kLimitColour) > 10);
     // The failing sample's screen, from the plot: the window shows it.
     const std::size_t before = QApplication::topLevelWidgets().size();
     emit w->plot()->failingSampleClicked(lanes[0].failing[0]);
@@ -419,21 +419,21 @@ void TestDataLogger::aServerLogOpensInThePlot() {
     const double began = ParseLogTime(first)->toMSecsSinceEpoch() / 1000.0;
     for (const TrendSeries& lane : lanes) {
         std::vector<std::pair<double, double>> rows; // nothing measured and breaks aside
-        for (const auto& row : exported[lane.title])
+        for (const auto& row : exported[lane.title()])
             if (!std::isnan(row.second)) rows.push_back(row);
         std::vector<double> t, v;
         for (std::size_t i = 0; i < lane.t.size(); ++i)
             if (!std::isnan(lane.v[i])) t.push_back(lane.t[i]), v.push_back(lane.v[i]);
         QCOMPARE(t.size(), rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            QVERIFY2(std::abs(t[i] + began - rows[i].first) < 1e-3, qPrintable(lane.title));
-            QVERIFY2(v[i] == rows[i].second, qPrintable(lane.title));
+            QVERIFY2(std::abs(t[i] + began - rows[i].first) < 1e-3, qPrintable(lane.title()));
+            QVERIFY2(v[i] == rows[i].second, qPrintable(lane.title()));
         }
         // The server kept Duty+'s limits (0.4 to 0.6) for the plot; no other lane's.
-        const bool duty = lane.title == "CH2 Duty+";
+        const bool duty = lane.title() == "CH2 Duty+";
         QVERIFY2(lane.under == (duty ? std::optional<double>(0.4) : std::nullopt) &&
                      lane.over == (duty ? std::optional<double>(0.6) : std::nullopt),
-                 qPrintable(lane.title));
+                 qPrintable(lane.title()));
     }
 }
 
