@@ -146,6 +146,15 @@ def test_two_loggers_share_one_file_and_stay_apart(tmp_path):
         assert len(rows) == 120 and {r["instrument"] for r in rows} == {b.serial}
 
 
+def strange_files(folder):
+    """Files that hold no log a logger could use: text, an empty database, a newer log."""
+    (folder / "text.db").write_text("a text file, not a database\n")
+    sqlite3.connect(folder / "empty.db").close()
+    with sqlite3.connect(folder / "newer.db") as c:
+        c.execute("CREATE TABLE korvane_log_schema (version INTEGER NOT NULL)")
+        c.execute("INSERT INTO korvane_log_schema VALUES (4)")
+
+
 def digest(path):
     return hashlib.sha256(path.read_bytes()).hexdigest() if path.exists() else None
 
@@ -163,10 +172,7 @@ def digest(path):
 ])
 def test_bad_input_is_one_line_and_status_2_and_nothing_written(simulator, tmp_path, measures,
                                                                target, says):
-    (tmp_path / "text.db").write_text("a text file, not a database\n")
-    with sqlite3.connect(tmp_path / "newer.db") as c:
-        c.execute("CREATE TABLE korvane_log_schema (version INTEGER NOT NULL)")
-        c.execute("INSERT INTO korvane_log_schema VALUES (4)")
+    strange_files(tmp_path)
     path = tmp_path / target
     before = digest(path)
     db = target if "://" in target else path
@@ -183,11 +189,7 @@ def test_bad_input_is_one_line_and_status_2_and_nothing_written(simulator, tmp_p
     ("newer.db", "newer program", korvane.FileFormatError),
 ])
 def test_reading_what_is_no_log_says_so_and_changes_nothing(tmp_path, name, says, raised):
-    (tmp_path / "text.db").write_text("a text file, not a database\n")
-    sqlite3.connect(tmp_path / "empty.db").close()
-    with sqlite3.connect(tmp_path / "newer.db") as c:
-        c.execute("CREATE TABLE korvane_log_schema (version INTEGER NOT NULL)")
-        c.execute("INSERT INTO korvane_log_schema VALUES (4)")
+    strange_files(tmp_path)
     path = tmp_path / name
     before = digest(path)
     done = cli("log-export", "--db", path, "--out", tmp_path / "out.csv")
